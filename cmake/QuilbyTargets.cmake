@@ -1,0 +1,36 @@
+# Settings every target of the project shares, applied per target (no global flags).
+
+# C++20, position-independent code (everything may end up in the plug-in), warnings, and the
+# sanitizer instrumentation chosen with QUILBY_SANITIZER.
+function(quilby_target_defaults target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE -Wall -Wextra $<$<BOOL:${QUILBY_WERROR}>:-Werror>)
+  if(QUILBY_SANITIZER STREQUAL "address-undefined")
+    set(flags -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  elseif(QUILBY_SANITIZER STREQUAL "thread")
+    set(flags -fsanitize=thread -fno-omit-frame-pointer)
+  elseif(QUILBY_SANITIZER STREQUAL "fuzzer")
+    # Coverage for libFuzzer plus the memory and undefined-behaviour checks (clang only).
+    set(flags -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+              -fno-omit-frame-pointer)
+  elseif(NOT QUILBY_SANITIZER STREQUAL "")
+    message(FATAL_ERROR "QUILBY_SANITIZER must be empty, address-undefined, thread or fuzzer")
+  endif()
+  if(flags)
+    target_compile_options(${target} PRIVATE ${flags})
+    target_link_options(${target} PRIVATE ${flags})
+  endif()
+endfunction()
+
+# A static library of the plug-in's layers: quilby_library(name ALIAS ns::name SOURCES ... DEPS ...)
+function(quilby_library name)
+  cmake_parse_arguments(ARG "" "ALIAS" "SOURCES;DEPS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  if(ARG_ALIAS)
+    add_library(${ARG_ALIAS} ALIAS ${name})
+  endif()
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${name} PUBLIC ${ARG_DEPS})
+  quilby_target_defaults(${name})
+endfunction()

@@ -1,0 +1,182 @@
+// cairnjson::Value: the in-memory form of every JSON document.
+//
+// A Value is two machine words: a kind tag and one 64-bit word that holds either the scalar
+// itself or a pointer to a reference-counted container (string, array or object). Copies share
+// the container until one of them writes through a non-const operator[], which detaches a private
+// shallow copy (copy-on-write). Reads never fail: a wrong kind gives the caller's default or the
+// shared null value. Writes silently convert the value to the kind they need.
+//
+// Use counts are plain integers: a Value and every Value sharing containers with it belong to one
+// thread at a time. Destruction, comparison and the parser and serializer never recurse once per
+// nesting level, so documents of any depth are safe on small stacks.
+#ifndef CAIRNJSON_VALUE_H
+#define CAIRNJSON_VALUE_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace cairnjson {
+
+// The kind of a Value. The values are bit flags; String, Object and Array are the container kinds
+// (together kContainerKinds).
+enum class Type : std::uint32_t {
+  Null = 0,
+  Bool = 1,
+  Integer = 2,
+  Double = 4,
+  String = 16,
+  Object = 32,
+  Array = 64,
+};
+
+inline constexpr std::uint32_t kContainerKinds = 112;
+
+class Value {
+ public:
+  using Members = std::map<std::string, Value>;
+  using Elements = std::vector<Value>;
+
+  // Base of the heap containers: a virtual destructor and the number of Values sharing it.
+  class AbstractContainer {
+   public:
+    AbstractContainer() = default;
+    AbstractContainer(const AbstractContainer&) = delete;
+    AbstractContainer& operator=(const AbstractContainer&) = delete;
+    virtual ~AbstractContainer() = default;
+
+    std::uint32_t count = 1;
+  };
+
+  template <class T>
+  class Container final : public AbstractContainer {
+   public:
+    Container() = default;
+    explicit Container(const T& source) : payload(source) {}
+    explicit Container(T&& source) noexcept : payload(std::move(source)) {}
+
+    T payload;
+  };
+
+  // Null.
+  Value() noexcept : type_(Type::Null), word_{0} {}
+  // The given kind, empty: false, 0, 0.0, "", {} or [].
+  explicit Value(const Type& type);
+  // Shares `other`'s container (constant time).
+  Value(const Value& other) noexcept;
+  // Takes `other`'s content and leaves `other` null.
+  Value(Value&& other) noexcept;
+  ~Value() { release(); }
+
+  // Shares `other`'s container; self-assignment does nothing.
+  Value& operator=(const Value& other) noexcept;
+  Value& operator=(Value&& other) noexcept;
+  // Same rule as setString, from a NUL-terminated text.
+  Value& operator=(const char* text);
+
+  Type type() const noexcept { return type_; }
+  bool isNull() const noexcept { return type_ == Type::Null; }
+  bool isBool() const noexcept { return type_ == Type::Bool; }
+  bool isInteger() const noexcept { return type_ == Type::Integer; }
+  bool isDouble() const noexcept { return type_ == Type::Double; }
+  bool isNumber() const noexcept { return isInteger() || isDouble(); }
+  bool isString() const noexcept { return type_ == Type::String; }
+  bool isObject() const noexcept { return type_ == Type::Object; }
+  bool isArray() const noexcept { return type_ == Type::Array; }
+
+  // Changes the kind. The same kind keeps the content; another kind drops it and starts empty.
+  void setType(const Type& type);
+  // Makes this a string holding `text`: assigned in place when this is an unshared string,
+  // otherwise a new container replaces whatever was held.
+  void setString(const std::string& text);
+  void setString(std::string&& text);
+  // Builders that take ownership of a ready payload (no copy of the elements, members or text).
+  static Value makeString(std::string text);
+  static Value makeArray(Elements elements);
+  static Value makeObject(Members members);
+
+  // Scalar setters: drop any content and hold the scalar.
+  void setBool(bool value) noexcept;
+  void setInteger(long long value) noexcept;
+  void setDouble(double value) noexcept;
+
+  // Makes this an object (dropping other content, detaching a shared map) and returns the member,
+  // inserting it as null when absent.
+  Value& operator[](const std::string& key);
+  // The member, or s_null() when this is not an object or has no such key. Never inserts.
+  const Value& operator[](const std::string& key) const;
+  // Makes this an array (dropping other content, detaching a shared vector) and returns the
+  // element, growing the array with nulls up to index + 1 elements. Never shrinks.
+  Value& operator[](const unsigned long& index);
+  // The element, or s_null() when this is not an array or the index is past its end.
+  const Value& operator[](const unsigned long& index) const;
+  // Makes this an array (as the non-const operator[] does) and appends `element`.
+  void push_back(const Value& element);
+
+  // Whether this is an object with the member `key`.
+  bool contains(const std::string& key) const;
+  // Members of an object, elements of an array, bytes of a string; 0 for every other kind.
+  std::size_t size() const noexcept;
+
+  // Read-only views: empty unless this holds that kind.
+  const std::string& stringRef() const noexcept;
+  const Members& members() const noexcept;
+  const Elements& elements() const noexcept;
+
+  // Conversions. None throws or changes the value; `def` is returned when the conversion does not
+  // apply. Doubles are rounded half away from zero before any integer conversion; strings are
+  // read with strtoll in base 0 (toDouble: strtod with "." taken as the locale's decimal point)
+  // and must be consumed whole. See value.cpp for the exact range rules of each.
+  int toInt(const int& def) const;
+  unsigned int toUInt(const unsigned int& def) const;
+  long long toLLong(const long long& def) const;
+  double toDouble(const double& def) const;
+  // "true"/"false", the integer in decimal, the number text of cairnjson::Double (so also "nan"
+  // and "inf"), or the string itself; `def` for every other kind.
+  std::string toString(const std::string& def) const;
+
+  // Same kind and same content, compared deeply. Integer 1 and Double 1.0 differ; NaN differs
+  // from everything, itself included.
+  bool operator==(const Value& other) const;
+
+  // The process-wide null value returned by failed lookups. Never write to it.
+  static const Value& s_null();
+
+ private:
+  union Word {
+    bool boolean;
+    long long integer;
+    double number;
+    AbstractContainer* container;
+    std::uint64_t bits;
+  };
+
+  bool hasContainer() const noexcept {
+    return (static_cast<std::uint32_t>(type_) & kContainerKinds) != 0 && word_.container;
+  }
+  template <class T>
+  Container<T>* as() const noexcept {
+    return static_cast<Container<T>*>(word_.container);
+  }
+  // Same kind and equal scalar or string; for arrays and objects only the same size.
+  static bool shallowEquals(const Value& a, const Value& b) noexcept;
+  // Drops this Value's use of its container, deleting it (and every container only it kept
+  // alive, without recursion) when this was the last use.
+  void release() noexcept;
+  void makeEmptyContainer();
+  // Adopts a freshly built container of the given kind (use count 1).
+  void adopt(Type type, AbstractContainer* container) noexcept;
+  // Makes this an unshared container of `type` and returns its payload for writing.
+  Members& writableMembers();
+  Elements& writableElements();
+
+  Type type_;
+  Word word_;
+};
+
+static_assert(sizeof(Value) == 16, "a Value is a kind tag and one word");
+
+}  // namespace cairnjson
+
+#endif  // CAIRNJSON_VALUE_H

@@ -1,0 +1,146 @@
+// Documents nested far deeper than any thread stack could recurse through are parsed, copied,
+// compared, serialized and destroyed on a thread with a 256 KiB stack.
+#include "json/cairnjson.h"
+
+#include "support/json_helpers.h"
+
+#include <gtest/gtest.h>
+
+#include <pthread.h>
+
+#include <functional>
+#include <string>
+
+namespace {
+
+using cairnjson::Parser;
+using cairnjson::Value;
+
+constexpr std::size_t kDepth = 1000000;
+constexpr std::size_t kSmallStack = 256 * 1024;
+
+// Runs `work` on a new thread whose stack is `kSmallStack` bytes and waits for it.
+void runOnSmallStack(const std::function<void()>& work) {
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, kSmallStack), 0);
+  pthread_t thread;
+  auto* task = new std::function<void()>(work);
+  const int created = pthread_create(
+      &thread, &attributes,
+      [](void* argument) -> void* {
+        std::unique_ptr<std::function<void()>> own(static_cast<std::function<void()>*>(argument));
+        (*own)();
+        return nullptr;
+      },
+      task);
+  pthread_attr_destroy(&attributes);
+  if (created != 0) delete task;
+  ASSERT_EQ(created, 0);
+  ASSERT_EQ(pthread_join(thread, nullptr), 0);
+}
+
+std::string nestedArrays(std::size_t depth) {
+  return std::string(depth, '[') + "1" + std::string(depth, ']');
+}
+
+std::string nestedObjects(std::size_t depth) {
+  std::string text;
+  text.reserve(depth * 6 + 2);
+  for (std::size_t i = 0; i < depth; ++i) text += "{\"a\":";
+  text += "1";
+  text.append(depth, '}');
+  return text;
+}
+
+std::string nestedMixed(std::size_t depth) {
+  std::string open;
+  std::string close;
+  for (std::size_t i = 0; i < depth; ++i) {
+    if (i % 2 == 0) {
+      open += "[0,";
+      close += "]";
+    } else {
+      open += "{\"k\":";
+      close += "}";
+    }
+  }
+  return open + "null" + std::string(close.rbegin(), close.rend());
+}
+
+// Parses, copies, compares, serializes and destroys `text`, which must round-trip unchanged.
+void exerciseDeepDocument(const std::string& text) {
+  bool roundTripped = false;
+  bool comparedEqual = false;
+  bool copyDetached = false;
+  runOnSmallStack([&] {
+    Parser parser;
+    Value value;
+    if (!parser.parse(text, value)) return;
+    Value copy = value;
+    comparedEqual = copy == value;
+    // Writing through the copy's outermost level detaches just that level.
+    if (copy.isArray()) {
+      copy.push_back(Value());
+    } else {
+      copy["z"];
+    }
+    copyDetached = !(copy == value);
+    std::string written;
+    auto out = std::back_inserter(written);
+    roundTripped = cairnjson::Serializer::serialize(out, value, {}, -1, nullptr) && written == text;
+  });
+  EXPECT_TRUE(comparedEqual);
+  EXPECT_TRUE(copyDetached);
+  EXPECT_TRUE(roundTripped);
+}
+
+TEST(DeepNestingTest, ArraysAMillionLevelsDeep) { exerciseDeepDocument(nestedArrays(kDepth)); }
+
+TEST(DeepNestingTest, ObjectsAMillionLevelsDeep) { exerciseDeepDocument(nestedObjects(kDepth)); }
+
+TEST(DeepNestingTest, MixedContainersAMillionLevelsDeep) {
+  exerciseDeepDocument(nestedMixed(kDepth));
+}
+
+TEST(DeepNestingTest, UnterminatedAndFailingDocumentsKeepWhatWasRead) {
+  bool unterminatedAccepted = false;
+  bool failureReported = false;
+  std::size_t partialSize = 0;
+  runOnSmallStack([&] {
+    Parser parser;
+    Value unterminated;
+    unterminatedAccepted = parser.parse(std::string(kDepth, '['), unterminated);
+    Value failing;
+    failureReported = !parser.parse(std::string(kDepth, '[') + "x", failing) &&
+                      parser.error() == "Unexpected character exists while parsing.";
+    partialSize = failing.size();
+  });
+  EXPECT_TRUE(unterminatedAccepted);
+  EXPECT_TRUE(failureReported);
+  EXPECT_EQ(partialSize, 1u);
+}
+
+TEST(DeepNestingTest, EventsForADeepDocumentNeedNoStack) {
+  struct Counting : cairnjson::AbstractParseHandler {
+    std::size_t starts = 0;
+    std::size_t ends = 0;
+    bool onNull() override { return true; }
+    bool onBool(bool) override { return true; }
+    bool onInteger(std::int64_t) override { return true; }
+    bool onDouble(double) override { return true; }
+    bool onString(const std::string&) override { return true; }
+    bool onStartArray() override { return ++starts, true; }
+    bool onEndArray() override { return ++ends, true; }
+    bool onStartObject() override { return true; }
+    bool onKey(const std::string&) override { return true; }
+    bool onEndObject() override { return true; }
+  } handler;
+  bool parsedAll = false;
+  runOnSmallStack([&] { parsedAll = Parser().parse(nestedArrays(kDepth), handler); });
+  EXPECT_TRUE(parsedAll);
+  EXPECT_EQ(handler.starts, kDepth);
+  EXPECT_EQ(handler.ends, kDepth);
+}
+
+}  // namespace

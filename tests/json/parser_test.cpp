@@ -1,0 +1,306 @@
+#include "json/parser.h"
+
+#include "support/json_helpers.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using cairnjson::ParseOption;
+using cairnjson::Parser;
+using cairnjson::Type;
+using cairnjson::Value;
+using quilby_test::compact;
+
+// One whole-text parse: whether it succeeds, the error text, and the value read (also on failure).
+struct ParseCase {
+  const char* name;
+  std::string input;
+  bool ok;
+  const char* error;
+  const char* value;
+};
+
+class ParserTableTest : public testing::TestWithParam<ParseCase> {};
+
+TEST_P(ParserTableTest, GivesTheExpectedValueAndError) {
+  const ParseCase& row = GetParam();
+  Parser parser;
+  Value value;
+  EXPECT_EQ(parser.parse(row.input, value), row.ok);
+  EXPECT_EQ(parser.error(), row.error);
+  EXPECT_EQ(compact(value), row.value);
+}
+
+const char* const kUnexpectedCharacter = "Unexpected character exists while parsing.";
+const char* const kObjectString = "Unexpected string exists while parsing object.";
+const char* const kArrayString = "Unexpected string exists while parsing array.";
+const char* const kSurrogate = "Invalid unicode surrogate pair is found while parsing string.";
+const char* const kGarbage = "Gabage string exists after json string.";
+
+INSTANTIATE_TEST_SUITE_P(
+    Errors, ParserTableTest,
+    testing::Values(
+        ParseCase{"Empty", "", false, kUnexpectedCharacter, "null"},
+        ParseCase{"Blanks", "   ", false, kUnexpectedCharacter, "null"},
+        ParseCase{"UnknownByte", "@", false, kUnexpectedCharacter, "null"},
+        ParseCase{"BadTrue", "tru", false, "Invalid boolean type string exists.", "null"},
+        ParseCase{"BadFalse", "falsy", false, "Invalid boolean type string exists.", "null"},
+        ParseCase{"BadNull", "nul", false, "Invalid null type string exists.", "null"},
+        ParseCase{"LiteralFollowedByLetters", "truex", false, kGarbage, "true"},
+        ParseCase{"UnterminatedString", "\"abc", false,
+                  "Expected string ending character '\"' is not found.", "null"},
+        ParseCase{"BadEscape", "\"\\x\"", false,
+                  "Unexpected escape character is found while parsing string.", "null"},
+        ParseCase{"EscapeAtEnd", "\"\\", false,
+                  "Unexpected escape character is found while parsing string.", "null"},
+        ParseCase{"BadHex", "\"\\u12G4\"", false,
+                  "Invalid unicode hex string is found while parsing string.", "null"},
+        ParseCase{"HexCutShort", "\"\\u12", false,
+                  "Invalid unicode hex string is found while parsing string.", "null"},
+        ParseCase{"LoneHighSurrogate", "\"\\ud83d\"", false, kSurrogate, "null"},
+        ParseCase{"HighSurrogateThenBmp", "\"\\ud83d\\u0041\"", false, kSurrogate, "null"},
+        ParseCase{"HighSurrogateThenBadHex", "\"\\ud83d\\uzzzz\"", false, kSurrogate, "null"},
+        ParseCase{"LoneLowSurrogateHasNoText", "\"\\ude00\"", false, "", "null"},
+        ParseCase{"LeadingZero", "01", false,
+                  "Unexpected '0' character is found while parsing number.", "null"},
+        ParseCase{"LoneMinus", "-", false, "Digit is not found while parsing number.", "null"},
+        ParseCase{"MinusLetter", "-a", false, "Digit is not found while parsing number.", "null"},
+        ParseCase{"PointWithoutDigit", "1.", false,
+                  "Digit is not found after the decimal point while parsing number.", "null"},
+        ParseCase{"PointThenExponent", "1.e5", false,
+                  "Digit is not found after the decimal point while parsing number.", "null"},
+        ParseCase{"ExponentWithoutDigit", "1e", false,
+                  "Digit is not found after exponent keyword while parsing number.", "null"},
+        ParseCase{"ExponentSignWithoutDigit", "1e+", false,
+                  "Digit is not found after exponent keyword while parsing number.", "null"},
+        ParseCase{"ObjectTrailingComma", "{\"a\":1,}", false,
+                  "Unexpected comma exists while parsing object.", "{\"a\":1}"},
+        ParseCase{"ArrayTrailingComma", "[1,]", false,
+                  "Unexpected comma exists while parsing array.", "[1]"},
+        ParseCase{"ArrayMissingComma", "[1 2]", false, kArrayString, "[1]"},
+        ParseCase{"ObjectMissingColon", "{\"a\" 1}", false, kObjectString, "{}"},
+        ParseCase{"ObjectKeyAtEnd", "{\"a\"", false, kObjectString, "{}"},
+        ParseCase{"ObjectMissingComma", "{\"a\":1 \"b\":2}", false, kObjectString, "{\"a\":1}"},
+        ParseCase{"ObjectValueMissing", "{\"a\":", false, kUnexpectedCharacter, "{\"a\":null}"},
+        ParseCase{"ArrayBlankToEnd", "[1, ", false, kUnexpectedCharacter, "[1,null]"},
+        ParseCase{"ArrayLeadingComma", "[,1]", false, kUnexpectedCharacter, "[null]"},
+        ParseCase{"FailedElementKeepsWhatCameBefore", "[1,{\"a\":tru", false,
+                  "Invalid boolean type string exists.", "[1,{\"a\":null}]"},
+        ParseCase{"TrailingText", "{} x", false, kGarbage, "{}"}),
+    [](const testing::TestParamInfo<ParseCase>& info) { return std::string(info.param.name); });
+
+INSTANTIATE_TEST_SUITE_P(
+    Leniencies, ParserTableTest,
+    testing::Values(
+        ParseCase{"UnterminatedObject", "{\"a\":1", true, "", "{\"a\":1}"},
+        ParseCase{"UnterminatedObjectWithBlank", "{\"a\":1 ", true, "", "{\"a\":1}"},
+        ParseCase{"UnterminatedArray", "[1,2", true, "", "[1,2]"},
+        ParseCase{"ArrayEndsAfterComma", "[1,", true, "", "[1]"},
+        ParseCase{"ObjectEndsAfterBrace", "{", true, "", "{}"},
+        ParseCase{"ObjectBlankToEnd", "{ ", true, "", "{}"},
+        ParseCase{"ObjectEndsAfterComma", "{\"a\":1, ", true, "", "{\"a\":1}"},
+        ParseCase{"NestedUnterminated", "[[1", true, "", "[[1]]"},
+        ParseCase{"StrayCommaBeforeMember", "{,\"a\":1}", true, "", "{\"a\":1}"},
+        ParseCase{"StrayBytesBetweenMembers", "{\"a\":1, x \"b\":2}", true, "",
+                  "{\"a\":1,\"b\":2}"},
+        ParseCase{"FirstDuplicateWins", "{\"a\":1,\"a\":2}", true, "", "{\"a\":1}"},
+        ParseCase{"NulEndsTheText", std::string("{}\0junk", 7), true, "", "{}"},
+        ParseCase{"ByteOrderMark", "\xEF\xBB\xBF[1]", true, "", "[1]"},
+        ParseCase{"PartialByteOrderMark", "\xEF\xBB[1]", true, "", "[1]"},
+        ParseCase{"FirstByteOfMark", "\xEF" "7", true, "", "7"},
+        ParseCase{"MarkBytesOutOfOrder", "\xBB\xEF[1]", false, kUnexpectedCharacter, "null"},
+        ParseCase{"RawControlBytesAndHighBytes", "\"a\tb\xff\"", true, "", "\"a\\tb\xff\""},
+        ParseCase{"AllWhiteSpaceKinds", " \t\r\n[ \t\r\n1 \t\r\n] \t\r\n", true, "", "[1]"},
+        ParseCase{"EmptyContainers", "[{},[],\"\"]", true, "", "[{},[],\"\"]"}),
+    [](const testing::TestParamInfo<ParseCase>& info) { return std::string(info.param.name); });
+
+TEST(ParserTest, EscapesGiveTheirBytes) {
+  Parser parser;
+  Value value;
+  ASSERT_TRUE(parser.parse(R"("\"\/\\\b\f\n\r\t\u0041\u00e9\u20ac\ud83d\ude00\u0000")", value));
+  EXPECT_EQ(value.stringRef(), std::string("\"/\\\b\f\n\r\tA\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\0", 19));
+}
+
+struct NumberCase {
+  const char* text;
+  Type type;
+  long long integer;
+  double real;
+};
+
+class ParserNumberTest : public testing::TestWithParam<NumberCase> {};
+
+TEST_P(ParserNumberTest, ClassifiesAndConverts) {
+  const NumberCase& row = GetParam();
+  Parser parser;
+  Value value;
+  ASSERT_TRUE(parser.parse(row.text, value)) << parser.error();
+  ASSERT_EQ(value.type(), row.type) << row.text;
+  if (row.type == Type::Integer) {
+    EXPECT_EQ(value.toLLong(0), row.integer);
+  } else {
+    EXPECT_EQ(value.toDouble(0), row.real);
+    EXPECT_EQ(std::signbit(value.toDouble(0)), std::signbit(row.real));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ParserNumberTest,
+    testing::Values(NumberCase{"5", Type::Integer, 5, 0}, NumberCase{"-0", Type::Integer, 0, 0},
+                    NumberCase{"5e0", Type::Integer, 5, 0}, NumberCase{"5E+00", Type::Integer, 5, 0},
+                    NumberCase{"7e-0", Type::Integer, 7, 0},
+                    NumberCase{"9223372036854775807", Type::Integer, 9223372036854775807LL, 0},
+                    NumberCase{"-9223372036854775807", Type::Integer, -9223372036854775807LL, 0},
+                    // Twenty digits whose digits after the bound are all below 8 wrap around.
+                    NumberCase{"92233720368547758070", Type::Integer, -10, 0},
+                    NumberCase{"5.0", Type::Double, 0, 5.0}, NumberCase{"5e1", Type::Double, 0, 50.0},
+                    NumberCase{"1.5e-0", Type::Double, 0, 1.5}, NumberCase{"-0.0", Type::Double, 0, -0.0},
+                    NumberCase{"9223372036854775808", Type::Double, 0, 9223372036854775808.0},
+                    NumberCase{"-9223372036854775808", Type::Double, 0, -9223372036854775808.0},
+                    NumberCase{"1e400", Type::Double, 0, HUGE_VAL},
+                    NumberCase{"-1e400", Type::Double, 0, -HUGE_VAL},
+                    NumberCase{"1e-400", Type::Double, 0, 0.0},
+                    NumberCase{"4.9406564584124654e-324", Type::Double, 0, 4.9406564584124654e-324},
+                    NumberCase{"1e00000000000000000000000", Type::Integer, 1, 0},
+                    NumberCase{"1e18446744073709551616", Type::Double, 0, HUGE_VAL},
+                    NumberCase{"0.1", Type::Double, 0, 0.1}));
+
+TEST(ParserTest, DoublesAreCorrectlyRoundedLikeStrtod) {
+  std::mt19937_64 random(20261121);
+  Parser parser;
+  for (int i = 0; i < 20000; ++i) {
+    std::string text = std::to_string(random() % 100000000000000000ULL);
+    text.insert(1 + random() % (text.size()), ".");
+    if (text.back() == '.') text += "5";
+    if (random() % 2) text += "e" + std::to_string(static_cast<int>(random() % 640) - 320);
+    if (random() % 2) text.insert(0, "-");
+    Value value;
+    ASSERT_TRUE(parser.parse(text, value)) << text;
+    EXPECT_EQ(value.toDouble(0), std::strtod(text.c_str(), nullptr)) << text;
+  }
+}
+
+TEST(ParserTest, NumbersIgnoreTheLocale) {
+  quilby_test::CommaDecimalLocale comma;
+  ASSERT_TRUE(comma.active()) << "no locale with a decimal comma is installed";
+  EXPECT_EQ(quilby_test::parsed("1.5").toDouble(0), 1.5);
+  EXPECT_EQ(quilby_test::parsed("[2.25e1]")[0].toDouble(0), 22.5);
+}
+
+TEST(ParserTest, TrailingCommaOptionAcceptsOneComma) {
+  ParseOption option;
+  option.flags = ParseOption::kAllowTrailingComma;
+  Parser parser;
+  Value object;
+  EXPECT_TRUE(parser.parse("{\"a\":1,}", object, option));
+  EXPECT_EQ(compact(object), "{\"a\":1}");
+  Value array;
+  EXPECT_TRUE(parser.parse("[1,]", array, option));
+  EXPECT_EQ(compact(array), "[1]");
+}
+
+TEST(ParserTest, TrailingTextOptionSkipsTheCheck) {
+  ParseOption option;
+  option.flags = ParseOption::kAllowTrailingText;
+  Parser parser;
+  Value value;
+  EXPECT_TRUE(parser.parse("[1] junk", value, option));
+  EXPECT_EQ(parser.error(), "");
+}
+
+TEST(ParserTest, ErrorIsClearedByTheNextParse) {
+  Parser parser;
+  Value value;
+  EXPECT_FALSE(parser.parse("[1,]", value));
+  EXPECT_FALSE(parser.error().empty());
+  Value next;
+  EXPECT_TRUE(parser.parse("1", next));
+  EXPECT_EQ(parser.error(), "");
+}
+
+TEST(ParserTest, ReadingIntoAHeldContainerJoinsIt) {
+  Parser parser;
+  Value object = quilby_test::parsed("{\"a\":1}");
+  EXPECT_TRUE(parser.parse("{\"a\":2,\"b\":3}", object));
+  EXPECT_EQ(compact(object), "{\"a\":1,\"b\":3}");
+  Value array = quilby_test::parsed("[1]");
+  EXPECT_TRUE(parser.parse("[2]", array));
+  EXPECT_EQ(compact(array), "[1,2]");
+  Value scalar = quilby_test::parsed("[1]");
+  EXPECT_TRUE(parser.parse("\"s\"", scalar));
+  EXPECT_EQ(compact(scalar), "\"s\"");
+}
+
+TEST(ParserTest, BuildingBlocksStartAtTheCurrentPosition) {
+  Parser parser;
+  const std::string input = "\"k\\u0041\" 12.5e1 \\u00e9 [1]";
+  Parser::Iterator<std::string::const_iterator> it{input.begin(), input.end()};
+  std::string key;
+  ASSERT_TRUE(parser.parse_string(key, it));
+  EXPECT_EQ(key, "kA");
+  Parser::skip_white_space(it);
+  Value number;
+  ASSERT_TRUE(parser.parse_number(&number, nullptr, it));
+  EXPECT_EQ(number.toDouble(0), 125.0);
+  Parser::skip_white_space(it);
+  it.current += 2;
+  unsigned short hex = 0;
+  ASSERT_TRUE(parser.parse_hex(hex, it));
+  EXPECT_EQ(hex, 0x00e9);
+  Parser::skip_white_space(it);
+  Value array;
+  ASSERT_TRUE(parser.parse_array(&array, nullptr, it, ParseOption{}));
+  EXPECT_EQ(compact(array), "[1]");
+  EXPECT_TRUE(it.atEnd());
+}
+
+// Writes every event as a token so the sequence can be compared as text.
+class RecordingHandler : public cairnjson::AbstractParseHandler {
+ public:
+  std::string events;
+  int cancelAt = -1;
+
+  bool onNull() override { return record("null"); }
+  bool onBool(bool value) override { return record(value ? "true" : "false"); }
+  bool onInteger(std::int64_t value) override { return record("i" + std::to_string(value)); }
+  bool onDouble(double value) override { return record("d" + std::to_string(value)); }
+  bool onString(const std::string& value) override { return record("s:" + value); }
+  bool onStartArray() override { return record("["); }
+  bool onEndArray() override { return record("]"); }
+  bool onStartObject() override { return record("{"); }
+  bool onKey(const std::string& key) override { return record("k:" + key); }
+  bool onEndObject() override { return record("}"); }
+
+ private:
+  bool record(const std::string& event) {
+    if (count_++ == cancelAt) return false;
+    events += event + " ";
+    return true;
+  }
+  int count_ = 0;
+};
+
+TEST(ParserTest, HandlerReceivesEventsInOrder) {
+  Parser parser;
+  RecordingHandler handler;
+  ASSERT_TRUE(parser.parse(R"({"a":[1,2.5,"x",true,null],"b":{},"c":[]})", handler));
+  EXPECT_EQ(handler.events, "{ k:a [ i1 d2.500000 s:x true null ] k:b { k:c [ } ");
+}
+
+TEST(ParserTest, HandlerCanCancel) {
+  Parser parser;
+  RecordingHandler handler;
+  handler.cancelAt = 3;
+  EXPECT_FALSE(parser.parse("[[1,2]]", handler));
+  EXPECT_EQ(parser.error(), "SAX handler cancels parsing.");
+  EXPECT_EQ(handler.events, "[ [ i1 ");
+}
+
+}  // namespace

@@ -1,0 +1,184 @@
+#include "json/serializer.h"
+
+#include "support/json_helpers.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+
+namespace {
+
+using cairnjson::Double;
+using cairnjson::Serializer;
+using cairnjson::Value;
+using quilby_test::compact;
+using quilby_test::parsed;
+
+Value real(double number) {
+  Value value;
+  value.setDouble(number);
+  return value;
+}
+
+std::string pretty(const Value& value, int level) {
+  Serializer::Attributes attributes;
+  attributes.pretty = true;
+  attributes.indentUnit = "  ";
+  attributes.lineBreak = "\n";
+  std::string text;
+  auto out = std::back_inserter(text);
+  EXPECT_TRUE(Serializer::serialize(out, value, attributes, level, nullptr));
+  return text;
+}
+
+TEST(SerializerTest, MembersComeOutInKeyOrder) {
+  Value value;
+  value["b"].setInteger(1);
+  value["a"][0].setBool(true);
+  value["a"][1];
+  EXPECT_EQ(compact(value), "{\"a\":[true,null],\"b\":1}");
+}
+
+TEST(SerializerTest, EscapesExactlyTheTableBytes) {
+  std::string all;
+  for (int byte = 0; byte < 256; ++byte) all.push_back(static_cast<char>(byte));
+  Value value;
+  value.setString(all);
+  std::string expected = "\"";
+  for (int byte = 0; byte < 256; ++byte) {
+    switch (byte) {
+      case 0x08: expected += "\\b"; break;
+      case 0x09: expected += "\\t"; break;
+      case 0x0A: expected += "\\n"; break;
+      case 0x0C: expected += "\\f"; break;
+      case 0x0D: expected += "\\r"; break;
+      case 0x22: expected += "\\\""; break;
+      case 0x5C: expected += "\\\\"; break;
+      default:
+        if (byte < 0x20 || byte == 0x7F) {
+          char escape[8];
+          std::snprintf(escape, sizeof escape, "\\u%04x", byte);
+          expected += escape;
+        } else {
+          expected.push_back(static_cast<char>(byte));
+        }
+    }
+  }
+  expected += "\"";
+  EXPECT_EQ(compact(value), expected);
+
+  Value mixed;
+  mixed.setString("A\x01\"\\/\x7f");
+  EXPECT_EQ(compact(mixed), "\"A\\u0001\\\"\\\\/\\u007f\"");
+  Value keyed;
+  keyed["\n"].setInteger(1);
+  EXPECT_EQ(compact(keyed), "{\"\\n\":1}");
+}
+
+TEST(SerializerTest, PrettyLayoutIndentsPerLevel) {
+  EXPECT_EQ(pretty(parsed("{\"a\":[1,2]}"), 0), "{\n  \"a\": [\n    1,\n    2\n  ]\n}");
+  EXPECT_EQ(pretty(parsed("{\"a\":{},\"b\":[]}"), 0), "{\n  \"a\": {},\n  \"b\": []\n}");
+  EXPECT_EQ(pretty(parsed("[1]"), 2), "[\n      1\n    ]");
+  // A negative level keeps everything on one line, but the blank after a colon stays.
+  EXPECT_EQ(pretty(parsed("{\"a\":1,\"b\":2}"), -1), "{\"a\": 1,\"b\": 2}");
+}
+
+TEST(SerializerTest, IndentWritesLineBreakThenUnits) {
+  Serializer::Attributes attributes;
+  attributes.indentUnit = "\t";
+  attributes.lineBreak = "\r\n";
+  std::string text;
+  auto out = std::back_inserter(text);
+  Serializer::indent(out, attributes, 3);
+  Serializer::indent(out, attributes, -1);
+  EXPECT_EQ(text, "\r\n\t\t\t\r\n");
+}
+
+TEST(SerializerTest, NonFiniteNumberStopsWithAnError) {
+  Value value = parsed("[1,2]");
+  value[1].setDouble(std::numeric_limits<double>::quiet_NaN());
+  std::string text;
+  std::string error;
+  auto out = std::back_inserter(text);
+  EXPECT_FALSE(Serializer::serialize(out, value, {}, -1, &error));
+  EXPECT_EQ(error, "Floating point is nan or inf.");
+  EXPECT_EQ(text, "[1,");
+
+  Value nested = parsed("{\"a\":{\"b\":[0]}}");
+  nested["a"]["b"][0].setDouble(-std::numeric_limits<double>::infinity());
+  std::string partial;
+  auto partialOut = std::back_inserter(partial);
+  EXPECT_FALSE(Serializer::serialize(partialOut, nested, {}, -1, nullptr));
+  EXPECT_EQ(partial, "{\"a\":{\"b\":[");
+}
+
+TEST(SerializerTest, WritesThroughAnyOutputIterator) {
+  std::vector<char> bytes;
+  auto out = std::back_inserter(bytes);
+  EXPECT_TRUE(Serializer::serialize(out, parsed("{\"k\":[\"v\\n\",1.5,-3]}"), {}, -1, nullptr));
+  EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "{\"k\":[\"v\\n\",1.5,-3]}");
+}
+
+TEST(SerializerTest, NumberTextFollowsTheFixedRules) {
+  EXPECT_EQ(compact(real(-0.0)), "0.0");
+  EXPECT_EQ(compact(real(0.0)), "0.0");
+  EXPECT_EQ(compact(real(3.0)), "3");
+  EXPECT_EQ(compact(real(100.0)), "100");
+  EXPECT_EQ(compact(real(0.5)), "0.5");
+  EXPECT_EQ(compact(real(0.1)), "0.10000000000000001");
+  EXPECT_EQ(compact(real(1e21)), "1e+21");
+  EXPECT_EQ(compact(real(1e-7)), "9.9999999999999995e-08");
+  char subnormal[128];
+  std::snprintf(subnormal, sizeof subnormal, "%.17g", 2.5e-310);
+  EXPECT_EQ(compact(real(2.5e-310)), subnormal);
+  EXPECT_EQ(compact(real(-1.7976931348623157e308)), "-1.7976931348623157e+308");
+  Value minimum;
+  minimum.setInteger(std::numeric_limits<long long>::min());
+  EXPECT_EQ(compact(minimum), "-9223372036854775808");
+}
+
+TEST(SerializerTest, DoubleTextMatchesPrintfForAnyBitPattern) {
+  std::mt19937_64 random(7);
+  for (int i = 0; i < 100000; ++i) {
+    const std::uint64_t bits = random();
+    double number;
+    std::memcpy(&number, &bits, sizeof number);
+    if (!std::isfinite(number) || number == 0.0) continue;
+    char expected[128];
+    std::snprintf(expected, sizeof expected, "%.17g", number);
+    std::string text;
+    ASSERT_TRUE(Double(number).toString(std::back_inserter(text)));
+    ASSERT_EQ(text, expected);
+  }
+}
+
+TEST(SerializerTest, DoubleToStringReportsNonFiniteText) {
+  std::string text;
+  EXPECT_FALSE(Double(std::numeric_limits<double>::infinity()).toString(std::back_inserter(text)));
+  EXPECT_FALSE(Double(-std::numeric_limits<double>::infinity()).toString(std::back_inserter(text)));
+  EXPECT_FALSE(Double(std::numeric_limits<double>::quiet_NaN()).toString(std::back_inserter(text)));
+  EXPECT_EQ(text, "inf-infnan");
+}
+
+TEST(SerializerTest, NumberTextIgnoresTheLocale) {
+  quilby_test::CommaDecimalLocale comma;
+  ASSERT_TRUE(comma.active()) << "no locale with a decimal comma is installed";
+  EXPECT_EQ(compact(real(1.5)), "1.5");
+  EXPECT_EQ(compact(real(-2.5e-10)), "-2.5000000000000002e-10");
+}
+
+TEST(SerializerTest, RoundTripKeepsTheDocument) {
+  const std::string text =
+      R"({"a":[1,-2,3.25,"x\u0001y",true,false,null,{"b":{}}],"c":"\u00e9\ud83d\ude00","d":-0.5})";
+  const Value first = parsed(text);
+  const Value second = parsed(compact(first));
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(compact(second), compact(first));
+}
+
+}  // namespace

@@ -1,0 +1,59 @@
+// Small helpers shared by the tests that read and write JSON.
+#ifndef QUILBY_TESTS_SUPPORT_JSON_HELPERS_H
+#define QUILBY_TESTS_SUPPORT_JSON_HELPERS_H
+
+#include "json/cairnjson.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <locale.h>
+#include <string>
+
+namespace quilby_test {
+
+// Compact JSON text of `value`, as the bridge writes it.
+inline std::string compact(const cairnjson::Value& value) {
+  std::string text;
+  auto out = std::back_inserter(text);
+  cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
+  return text;
+}
+
+// Parses `text` into a fresh value; the test fails on a parse error.
+inline cairnjson::Value parsed(const std::string& text) {
+  cairnjson::Parser parser;
+  cairnjson::Value value;
+  if (!parser.parse(text, value)) ADD_FAILURE() << "parse of " << text << ": " << parser.error();
+  return value;
+}
+
+// Switches the calling thread to a locale whose decimal point is a comma for its lifetime.
+class CommaDecimalLocale {
+ public:
+  CommaDecimalLocale() {
+    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8"}) {
+      locale_ = newlocale(LC_ALL_MASK, name, static_cast<locale_t>(0));
+      if (locale_) break;
+    }
+    if (locale_) previous_ = uselocale(locale_);
+  }
+  ~CommaDecimalLocale() {
+    if (!locale_) return;
+    uselocale(previous_);
+    freelocale(locale_);
+  }
+  CommaDecimalLocale(const CommaDecimalLocale&) = delete;
+  CommaDecimalLocale& operator=(const CommaDecimalLocale&) = delete;
+
+  // False when no comma locale is installed; tests then fail loudly rather than pass vacuously.
+  bool active() const { return locale_ != static_cast<locale_t>(0); }
+
+ private:
+  locale_t locale_ = static_cast<locale_t>(0);
+  locale_t previous_ = static_cast<locale_t>(0);
+};
+
+}  // namespace quilby_test
+
+#endif  // QUILBY_TESTS_SUPPORT_JSON_HELPERS_H
