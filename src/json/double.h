@@ -13,8 +13,9 @@ namespace cairnjson {
 
 class Double {
  public:
-  // Longest text format() writes ("-2.2250738585072014e-308" and its kin), plus room to spare.
-  static constexpr std::size_t kMaxText = 32;
+  // Room format() needs: the longest text is 24 bytes ("-2.2250738585072014e-308"), and the
+  // formatting writes a little past the text's end.
+  static constexpr std::size_t kMaxText = 48;
 
   explicit Double(double value) noexcept : value_(value) {}
 

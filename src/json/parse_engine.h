@@ -64,11 +64,54 @@ void skipWhiteSpace(It& current, const It& end) {
   while (current != end && isWhiteSpace(static_cast<char>(*current))) ++current;
 }
 
+// One open object or array.
+struct ParseFrame {
+  bool object;
+  // Its last item is complete, so a comma or the closing bracket comes next.
+  bool afterItem;
+  // An element or member value has begun and is not stored yet.
+  bool awaitingValue;
+  // Where its elements (and member keys) start on the value and key stacks.
+  std::size_t valueBase;
+  std::size_t keyBase;
+  // Elements or members stored so far.
+  std::size_t count;
+};
+
+// The parser's working stacks. Each thread keeps one set between parses, so that the stacks need
+// not grow again (and make the allocator reorganise freed memory) for every document.
+struct ParseScratch {
+  std::vector<ParseFrame> frames;
+  std::vector<Value> values;
+  std::vector<std::string> keys;
+  std::string numberText;
+};
+
+// Lends the calling thread's scratch, or a private one while the thread's is lent already (a
+// parse started from inside a parse). Returns it emptied, and frees what an unusually large
+// document made it hold.
+class ScratchLease {
+ public:
+  ScratchLease();
+  ~ScratchLease();
+  ScratchLease(const ScratchLease&) = delete;
+  ScratchLease& operator=(const ScratchLease&) = delete;
+
+  ParseScratch& get() { return shared_ ? *shared_ : own_; }
+
+ private:
+  ParseScratch* shared_;
+  ParseScratch own_;
+};
+
 void appendUtf8(std::string& out, std::uint32_t codePoint);
-// Converts number text made of sign, digits, "." and "e" as strtod does after the locale's decimal
-// point replaced the ".", requiring the whole text to be consumed.
-bool convertDoubleText(std::string& text, std::size_t exponentStart, bool zeroExponent,
-                       double& result);
+// Converts number text (sign, digits, ".", "e" and an exponent sign "-") as strtod does once the
+// locale's decimal point has replaced the "." and an exponent of value zero has been cut off; the
+// whole text must be consumed. `text` may be changed.
+bool convertDoubleText(std::string& text, bool zeroExponent, double& result);
+// The same for a number token exactly as it stands in the input (the grammar already checked);
+// `scratch` receives the number text when the direct conversion does not apply.
+bool convertDoubleRange(const char* begin, const char* end, std::string& scratch, double& result);
 
 template <class It>
 class ParseEngine {
@@ -104,19 +147,7 @@ class ParseEngine {
   }
 
  private:
-  // One open object or array.
-  struct Frame {
-    bool object;
-    // Its last item is complete, so a comma or the closing bracket comes next.
-    bool afterItem;
-    // An element or member value has begun and is not stored yet.
-    bool awaitingValue;
-    // Where its elements (and member keys) start on the value and key stacks.
-    std::size_t valueBase;
-    std::size_t keyBase;
-    // Elements or members stored so far.
-    std::size_t count;
-  };
+  using Frame = ParseFrame;
 
   bool atEnd() const { return it_.current == it_.end; }
   char peek() const { return static_cast<char>(*it_.current); }
@@ -345,10 +376,18 @@ class ParseEngine {
     }
   }
 
+  // Contiguous input is converted where it lies; other iterators get a text copy built on the
+  // way, as the conversion needs a contiguous text.
+  static constexpr bool kContiguous = std::is_pointer_v<It>;
+
+  void keep(std::string& text, char c) {
+    if constexpr (!kContiguous) text.push_back(c);
+  }
+
   bool readDigits(std::string& text) {
     bool any = false;
     while (!atEnd() && isDigit(peek())) {
-      text.push_back(peek());
+      keep(text, peek());
       advance();
       any = true;
     }
@@ -358,49 +397,51 @@ class ParseEngine {
   bool readNumber() {
     std::string& text = numberText_;
     text.clear();
+    const It start = it_.current;
     const bool negative = !atEnd() && peek() == '-';
     if (negative) {
-      text.push_back('-');
+      keep(text, '-');
       advance();
     }
     std::uint64_t accumulator = 0;
     bool overflow = false;
     if (!atEnd() && peek() == '0') {
-      text.push_back('0');
+      keep(text, '0');
       advance();
       if (!atEnd() && isDigit(peek())) return fail(parse_error::kLeadingZero);
     } else {
-      const std::size_t start = text.size();
+      const It digitsStart = it_.current;
       while (!atEnd() && isDigit(peek())) {
-        text.push_back(peek());
+        keep(text, peek());
         accumulate(accumulator, overflow, peek());
         advance();
       }
-      if (text.size() == start) return fail(parse_error::kNoDigit);
+      if (it_.current == digitsStart) return fail(parse_error::kNoDigit);
     }
     bool fraction = false;
     if (!atEnd() && peek() == '.') {
-      text.push_back('.');
+      keep(text, '.');
       advance();
       if (!readDigits(text)) return fail(parse_error::kNoDigitAfterPoint);
       fraction = true;
     }
-    const std::size_t exponentStart = text.size();
     bool exponent = false;
     bool zeroExponent = true;
     if (!atEnd() && (peek() == 'e' || peek() == 'E')) {
-      text.push_back('e');
+      keep(text, 'e');
       advance();
       if (!atEnd() && peek() == '+') {
         advance();
       } else if (!atEnd() && peek() == '-') {
-        text.push_back('-');
+        keep(text, '-');
         advance();
       }
-      const std::size_t digitsStart = text.size();
+      const It digitsStart = it_.current;
       if (!readDigits(text)) return fail(parse_error::kNoDigitAfterExponent);
       exponent = true;
-      zeroExponent = text.find_first_not_of('0', digitsStart) == std::string::npos;
+      for (It digit = digitsStart; digit != it_.current; ++digit) {
+        if (*digit != '0') zeroExponent = false;
+      }
     }
     if (!fraction && !overflow && (!exponent || zeroExponent)) {
       const auto integer = static_cast<std::int64_t>(negative ? 0 - accumulator : accumulator);
@@ -410,9 +451,15 @@ class ParseEngine {
       return store(std::move(stored));
     }
     double number = 0.0;
-    if (!convertDoubleText(text, exponentStart, exponent && zeroExponent, number)) {
-      return fail(parse_error::kFloatingPoint);
+    bool converted;
+    if constexpr (kContiguous) {
+      converted = convertDoubleRange(reinterpret_cast<const char*>(start),
+                                     reinterpret_cast<const char*>(it_.current), text, number);
+    } else {
+      (void)start;
+      converted = convertDoubleText(text, exponent && zeroExponent, number);
     }
+    if (!converted) return fail(parse_error::kFloatingPoint);
     if (handler_) return handler_->onDouble(number) ? valueStored() : fail(parse_error::kCanceled);
     Value stored;
     stored.setDouble(number);
@@ -530,10 +577,11 @@ class ParseEngine {
   Iterator& it_;
   const ParseOption& option_;
   Value* out_ = nullptr;
-  std::vector<Frame> frames_;
-  std::vector<Value> values_;
-  std::vector<std::string> keys_;
-  std::string numberText_;
+  ScratchLease lease_;
+  std::vector<Frame>& frames_ = lease_.get().frames;
+  std::vector<Value>& values_ = lease_.get().values;
+  std::vector<std::string>& keys_ = lease_.get().keys;
+  std::string& numberText_ = lease_.get().numberText;
 };
 
 extern template class ParseEngine<const char*>;

@@ -11,6 +11,38 @@ namespace detail {
 
 template class ParseEngine<const char*>;
 
+namespace {
+
+// Stacks that grew beyond this many bytes are given back after the parse.
+constexpr std::size_t kRetainedScratchBytes = 1 << 20;
+
+struct ThreadScratch {
+  ParseScratch scratch;
+  bool lent = false;
+};
+
+thread_local ThreadScratch threadScratch;
+
+template <class T>
+void emptyKeepingSmallCapacity(std::vector<T>& items) {
+  items.clear();
+  if (items.capacity() * sizeof(T) > kRetainedScratchBytes) std::vector<T>().swap(items);
+}
+
+}  // namespace
+
+ScratchLease::ScratchLease() : shared_(threadScratch.lent ? nullptr : &threadScratch.scratch) {
+  if (shared_) threadScratch.lent = true;
+}
+
+ScratchLease::~ScratchLease() {
+  if (!shared_) return;
+  emptyKeepingSmallCapacity(shared_->frames);
+  emptyKeepingSmallCapacity(shared_->values);
+  emptyKeepingSmallCapacity(shared_->keys);
+  threadScratch.lent = false;
+}
+
 void appendUtf8(std::string& out, std::uint32_t codePoint) {
   if (codePoint < 0x80) {
     out.push_back(static_cast<char>(codePoint));
@@ -29,8 +61,7 @@ void appendUtf8(std::string& out, std::uint32_t codePoint) {
   }
 }
 
-bool convertDoubleText(std::string& text, std::size_t exponentStart, bool zeroExponent,
-                       double& result) {
+bool convertDoubleText(std::string& text, bool zeroExponent, double& result) {
   const DecimalPoint point = localeDecimalPoint();
   if (point.plain) {
     // With a plain one-byte decimal point strtod reads the text exactly as the C locale does, and
@@ -40,13 +71,34 @@ bool convertDoubleText(std::string& text, std::size_t exponentStart, bool zeroEx
     const auto converted = std::from_chars(text.data(), end, result);
     if (converted.ec == std::errc() && converted.ptr == end) return true;
   }
-  if (zeroExponent) text.resize(exponentStart);
+  if (zeroExponent) text.resize(text.find('e'));
   const std::size_t dot = text.find('.');
   if (dot != std::string::npos) text[dot] = point.first;
   const char* begin = text.c_str();
   char* end = nullptr;
   result = std::strtod(begin, &end);
   return end == begin + text.size();
+}
+
+bool convertDoubleRange(const char* begin, const char* end, std::string& scratch, double& result) {
+  if (localeDecimalPoint().plain) {
+    // from_chars reads "E" and an exponent "+" as the normalised text would have them.
+    const auto converted = std::from_chars(begin, end, result);
+    if (converted.ec == std::errc() && converted.ptr == end) return true;
+  }
+  scratch.clear();
+  bool zeroExponent = true;
+  bool inExponent = false;
+  for (const char* c = begin; c != end; ++c) {
+    if (*c == 'e' || *c == 'E') {
+      inExponent = true;
+      scratch.push_back('e');
+    } else if (*c != '+') {
+      if (inExponent && *c >= '1' && *c <= '9') zeroExponent = false;
+      scratch.push_back(*c);
+    }
+  }
+  return convertDoubleText(scratch, inExponent && zeroExponent, result);
 }
 
 }  // namespace detail

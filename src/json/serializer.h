@@ -14,11 +14,14 @@
 #define CAIRNJSON_SERIALIZER_H
 
 #include "json/double.h"
+#include "json/double_format.h"
 #include "json/value.h"
 
 #include <array>
 #include <charconv>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <string>
 #include <type_traits>
@@ -45,41 +48,130 @@ constexpr std::array<char, 256> makeEscapeTable() {
 }
 inline constexpr std::array<char, 256> kEscapeTable = makeEscapeTable();
 
-// Writes text through an output iterator; appends whole runs when the iterator appends to a
-// std::string.
+// Copies `length` bytes. Most pieces of JSON text are a few bytes, for which two overlapping
+// word copies beat a call to memcpy.
+inline void copyShort(char* to, const char* from, std::size_t length) {
+  if (length >= 16) {
+    std::memcpy(to, from, length);
+  } else if (length >= 8) {
+    std::uint64_t head, tail;
+    std::memcpy(&head, from, 8);
+    std::memcpy(&tail, from + length - 8, 8);
+    std::memcpy(to, &head, 8);
+    std::memcpy(to + length - 8, &tail, 8);
+  } else if (length >= 4) {
+    std::uint32_t head, tail;
+    std::memcpy(&head, from, 4);
+    std::memcpy(&tail, from + length - 4, 4);
+    std::memcpy(to, &head, 4);
+    std::memcpy(to + length - 4, &tail, 4);
+  } else {
+    for (std::size_t i = 0; i < length; ++i) to[i] = from[i];
+  }
+}
+
+// Collects the output in a local buffer and hands it to the output iterator in chunks, so that
+// the many small pieces of JSON text cost a few register moves each. A back-insert iterator into
+// a std::string receives whole chunks with one append; any other iterator byte by byte. The
+// destructor flushes, so the text written before a failure reaches the output too.
 template <class OutIt>
 class TextSink {
  public:
+  static constexpr std::size_t kCapacity = 8192;
+
   explicit TextSink(OutIt& out) : out_(out) {}
-  void put(char c) { *out_++ = c; }
+  TextSink(const TextSink&) = delete;
+  TextSink& operator=(const TextSink&) = delete;
+  ~TextSink() { flush(); }
+
+  void put(char c) {
+    if (cursor_ == buffer_ + kCapacity) flush();
+    *cursor_++ = c;
+  }
+
   void write(const char* text, std::size_t length) {
-    for (std::size_t i = 0; i < length; ++i) *out_++ = text[i];
+    if (length <= static_cast<std::size_t>(buffer_ + kCapacity - cursor_)) {
+      copyShort(cursor_, text, length);
+      cursor_ += length;
+      return;
+    }
+    flush();
+    if (length > kCapacity) {
+      emit(text, length);
+      return;
+    }
+    std::memcpy(cursor_, text, length);
+    cursor_ += length;
+  }
+
+  // Room for `length` (at most kCapacity) bytes to be written at the returned position, then
+  // handed back with commit().
+  char* room(std::size_t length) {
+    if (length > static_cast<std::size_t>(buffer_ + kCapacity - cursor_)) flush();
+    return cursor_;
+  }
+  void commit(char* end) { cursor_ = end; }
+
+  void flush() {
+    emit(buffer_, static_cast<std::size_t>(cursor_ - buffer_));
+    cursor_ = buffer_;
   }
 
  private:
-  OutIt& out_;
-};
+  void emit(const char* text, std::size_t length) {
+    if constexpr (std::is_same_v<OutIt, std::back_insert_iterator<std::string>>) {
+      BackInsertAccess::target(out_).append(text, length);
+    } else {
+      for (std::size_t i = 0; i < length; ++i) *out_++ = text[i];
+    }
+  }
 
-template <>
-class TextSink<std::back_insert_iterator<std::string>> {
- public:
-  explicit TextSink(std::back_insert_iterator<std::string>& out) : text_(containerOf(out)) {}
-  void put(char c) { text_.push_back(c); }
-  void write(const char* text, std::size_t length) { text_.append(text, length); }
-
- private:
   // back_insert_iterator keeps its container in a protected member.
-  struct Access : std::back_insert_iterator<std::string> {
-    static std::string& of(std::back_insert_iterator<std::string>& out) {
-      return *(out.*(&Access::container));
+  struct BackInsertAccess : std::back_insert_iterator<std::string> {
+    static std::string& target(std::back_insert_iterator<std::string>& out) {
+      return *(out.*(&BackInsertAccess::container));
     }
   };
-  static std::string& containerOf(std::back_insert_iterator<std::string>& out) {
-    return Access::of(out);
-  }
 
-  std::string& text_;
+  OutIt& out_;
+  char* cursor_ = buffer_;
+  char buffer_[kCapacity];
 };
+
+// Whether any of the bytes of `word` (eight, or four in a 32-bit word) must be escaped: a
+// control byte, '"', '\\' or DEL.
+template <class Word>
+inline bool needsEscape(Word word) {
+  constexpr Word kOnes = static_cast<Word>(0x0101010101010101ULL);
+  constexpr Word kHighs = static_cast<Word>(0x8080808080808080ULL);
+  const auto hasZeroByte = [](Word v) { return static_cast<Word>((v - kOnes) & ~v & kHighs); };
+  const Word control = static_cast<Word>((word - kOnes * 0x20) & ~word & kHighs);
+  return (control | hasZeroByte(word ^ (kOnes * '"')) | hasZeroByte(word ^ static_cast<Word>(kOnes * '\\')) |
+          hasZeroByte(word ^ (kOnes * 0x7F))) != 0;
+}
+
+// Whether any of the `length` bytes at `text` must be escaped.
+inline bool anyNeedsEscape(const char* text, std::size_t length) {
+  if (length >= 8) {
+    std::uint64_t word;
+    for (std::size_t i = 0; i + 8 <= length; i += 8) {
+      std::memcpy(&word, text + i, 8);
+      if (needsEscape(word)) return true;
+    }
+    std::memcpy(&word, text + length - 8, 8);
+    return needsEscape(word);
+  }
+  if (length >= 4) {
+    std::uint32_t head, tail;
+    std::memcpy(&head, text, 4);
+    std::memcpy(&tail, text + length - 4, 4);
+    return needsEscape(head) || needsEscape(tail);
+  }
+  for (std::size_t i = 0; i < length; ++i) {
+    if (kEscapeTable[static_cast<unsigned char>(text[i])] != 0) return true;
+  }
+  return false;
+}
 
 }  // namespace detail
 
@@ -122,10 +214,27 @@ class Serializer {
 template <class Sink>
 void Serializer::writeString(Sink& sink, const std::string& text) {
   static constexpr char kHex[] = "0123456789abcdef";
+  // Keys and most values are short and need no escape: quoted in one piece.
+  constexpr std::size_t kShort = 64;
+  if (text.size() <= kShort && !detail::anyNeedsEscape(text.data(), text.size())) {
+    char* out = sink.room(kShort + 2);
+    out[0] = '"';
+    detail::copyShort(out + 1, text.data(), text.size());
+    out[text.size() + 1] = '"';
+    sink.commit(out + text.size() + 2);
+    return;
+  }
   sink.put('"');
   const char* run = text.data();
   const char* const end = run + text.size();
   for (const char* c = run; c != end; ++c) {
+    while (end - c >= 8) {
+      std::uint64_t word;
+      std::memcpy(&word, c, sizeof word);
+      if (detail::needsEscape(word)) break;
+      c += 8;
+    }
+    if (c == end) break;
     const char escape = detail::kEscapeTable[static_cast<unsigned char>(*c)];
     if (escape == 0) continue;
     sink.write(run, static_cast<std::size_t>(c - run));
@@ -165,84 +274,96 @@ template <class OutIt>
 bool Serializer::serialize(OutIt& out, const Value& value, const Attributes& attributes,
                            const int& level, std::string* error) {
   detail::TextSink<OutIt> sink(out);
-  // One open array or object: where the walk stands in it and the level of its members.
+  // One open array or object: the items still to write and the level of its members.
   struct Open {
-    const Value* container;
-    std::size_t index;
-    Value::Members::const_iterator member;
+    bool object;
+    bool first;
     int level;
+    const Value* element;
+    const Value* elementsEnd;
+    Value::Members::const_iterator member;
+    Value::Members::const_iterator membersEnd;
   };
   std::vector<Open> open;
   const bool pretty = attributes.pretty;
+  const detail::DecimalPoint decimalPoint = detail::localeDecimalPoint();
 
-  // Writes a scalar, or opens a non-empty container; false on a non-finite number.
-  const auto begin = [&](const Value& item, int itemLevel) {
-    switch (item.type()) {
-      case Type::Null: sink.write("null", 4); return true;
+  // Each turn writes one item (a scalar whole, a container's opening bracket), then moves on to
+  // the next item, closing the containers that are done on the way.
+  const Value* item = &value;
+  int itemLevel = level;
+  for (;;) {
+    switch (item->type()) {
+      case Type::Null: sink.write("null", 4); break;
       case Type::Bool:
-        if (item.toInt(0)) sink.write("true", 4); else sink.write("false", 5);
-        return true;
+        if (item->toInt(0)) sink.write("true", 4); else sink.write("false", 5);
+        break;
       case Type::Integer: {
-        char text[24];
-        const auto printed = std::to_chars(text, text + sizeof text, item.toLLong(0));
-        sink.write(text, static_cast<std::size_t>(printed.ptr - text));
-        return true;
+        char* text = sink.room(detail::kIntegerTextRoom);
+        sink.commit(detail::writeInteger(text, item->toLLong(0)));
+        break;
       }
       case Type::Double: {
-        char text[Double::kMaxText];
+        char* text = sink.room(detail::kDoubleTextRoom);
         std::size_t length = 0;
-        if (!Double(item.toDouble(0.0)).format(text, length)) {
+        if (!detail::formatDouble(item->toDouble(0.0), decimalPoint, text, length)) {
           if (error) *error = "Floating point is nan or inf.";
           return false;
         }
-        sink.write(text, length);
-        return true;
+        sink.commit(text + length);
+        break;
       }
-      case Type::String: writeString(sink, item.stringRef()); return true;
-      case Type::Object:
-      case Type::Array: {
-        const bool object = item.isObject();
-        sink.put(object ? '{' : '[');
-        if (item.size() == 0) {
-          sink.put(object ? '}' : ']');
-          return true;
+      case Type::String: writeString(sink, item->stringRef()); break;
+      case Type::Object: {
+        const Value::Members& members = item->members();
+        sink.put('{');
+        if (members.empty()) {
+          sink.put('}');
+        } else {
+          open.push_back(Open{true, true, itemLevel, nullptr, nullptr, members.begin(), members.end()});
         }
-        open.push_back(Open{&item, 0, item.members().begin(), itemLevel});
-        return true;
+        break;
       }
-      default: return true;
+      case Type::Array: {
+        const Value::Elements& elements = item->elements();
+        sink.put('[');
+        if (elements.empty()) {
+          sink.put(']');
+        } else {
+          open.push_back(Open{false, true, itemLevel, elements.data(),
+                              elements.data() + elements.size(), {}, {}});
+        }
+        break;
+      }
+      default: break;
     }
-  };
 
-  if (!begin(value, level)) return false;
-  while (!open.empty()) {
-    Open& top = open.back();
-    const int inner = top.level >= 0 ? top.level + 1 : top.level;
-    const bool object = top.container->isObject();
-    const std::size_t count = top.container->size();
-    if (top.index == count) {
+    for (;;) {
+      if (open.empty()) return true;
+      Open& top = open.back();
+      const bool done = top.object ? top.member == top.membersEnd : top.element == top.elementsEnd;
+      if (!done) break;
       if (top.level >= 0 && pretty) writeIndent(sink, attributes, top.level);
-      sink.put(object ? '}' : ']');
+      sink.put(top.object ? '}' : ']');
       open.pop_back();
-      continue;
     }
-    if (top.index != 0) sink.put(',');
-    if (inner >= 0 && pretty) writeIndent(sink, attributes, inner);
-    const Value* item;
-    if (object) {
+    Open& top = open.back();
+    if (!top.first) sink.put(',');
+    top.first = false;
+    itemLevel = top.level >= 0 ? top.level + 1 : top.level;
+    if (itemLevel >= 0 && pretty) writeIndent(sink, attributes, itemLevel);
+    if (top.object) {
       writeString(sink, top.member->first);
       sink.put(':');
       if (pretty) sink.put(' ');
       item = &top.member->second;
       ++top.member;
+      if (top.member != top.membersEnd) top.member->second.prefetch();
     } else {
-      item = &top.container->elements()[top.index];
+      item = top.element++;
+      if (top.element != top.elementsEnd) top.element->prefetch();
     }
-    ++top.index;
-    // `top` may dangle from here: begin() can push.
-    if (!begin(*item, inner)) return false;
   }
-  return true;
 }
 
 }  // namespace cairnjson

@@ -14,11 +14,6 @@
 namespace cairnjson {
 namespace {
 
-const std::string& emptyString() {
-  static const std::string empty;
-  return empty;
-}
-
 // strtoll in base 0 over the whole text: leading white space and a sign are accepted, any byte
 // left over (trailing blanks and embedded NULs included) fails. The empty text gives 0.
 bool readWholeLongLong(const std::string& text, long long& result) {
@@ -43,15 +38,6 @@ bool readWholeDouble(const std::string& text, double& result) {
 }  // namespace
 
 Value::Value(const Type& type) : type_(type), word_{0} { makeEmptyContainer(); }
-
-Value::Value(const Value& other) noexcept : type_(other.type_), word_(other.word_) {
-  if (hasContainer()) ++word_.container->count;
-}
-
-Value::Value(Value&& other) noexcept : type_(other.type_), word_(other.word_) {
-  other.type_ = Type::Null;
-  other.word_.bits = 0;
-}
 
 Value& Value::operator=(const Value& other) noexcept {
   if (this == &other) return *this;
@@ -118,43 +104,6 @@ void Value::setString(std::string&& text) {
   adopt(Type::String, new Container<std::string>(std::move(text)));
 }
 
-Value Value::makeString(std::string text) {
-  Value value;
-  value.adopt(Type::String, new Container<std::string>(std::move(text)));
-  return value;
-}
-
-Value Value::makeArray(Elements elements) {
-  Value value;
-  value.adopt(Type::Array, new Container<Elements>(std::move(elements)));
-  return value;
-}
-
-Value Value::makeObject(Members members) {
-  Value value;
-  value.adopt(Type::Object, new Container<Members>(std::move(members)));
-  return value;
-}
-
-void Value::setBool(bool value) noexcept {
-  release();
-  type_ = Type::Bool;
-  word_.bits = 0;
-  word_.boolean = value;
-}
-
-void Value::setInteger(long long value) noexcept {
-  release();
-  type_ = Type::Integer;
-  word_.integer = value;
-}
-
-void Value::setDouble(double value) noexcept {
-  release();
-  type_ = Type::Double;
-  word_.number = value;
-}
-
 Value::Members& Value::writableMembers() {
   if (type_ == Type::Object && word_.container) {
     Container<Members>* shared = as<Members>();
@@ -216,28 +165,19 @@ bool Value::contains(const std::string& key) const {
   return type_ == Type::Object && word_.container && as<Members>()->payload.count(key) != 0;
 }
 
-std::size_t Value::size() const noexcept {
-  if (!hasContainer()) return 0;
-  switch (type_) {
-    case Type::String: return as<std::string>()->payload.size();
-    case Type::Object: return as<Members>()->payload.size();
-    case Type::Array: return as<Elements>()->payload.size();
-    default: return 0;
-  }
+const std::string& Value::emptyString() noexcept {
+  static const std::string empty;
+  return empty;
 }
 
-const std::string& Value::stringRef() const noexcept {
-  return type_ == Type::String && word_.container ? as<std::string>()->payload : emptyString();
-}
-
-const Value::Members& Value::members() const noexcept {
+const Value::Members& Value::emptyMembers() noexcept {
   static const Members empty;
-  return type_ == Type::Object && word_.container ? as<Members>()->payload : empty;
+  return empty;
 }
 
-const Value::Elements& Value::elements() const noexcept {
+const Value::Elements& Value::emptyElements() noexcept {
   static const Elements empty;
-  return type_ == Type::Array && word_.container ? as<Elements>()->payload : empty;
+  return empty;
 }
 
 int Value::toInt(const int& def) const {
@@ -281,7 +221,7 @@ unsigned int Value::toUInt(const unsigned int& def) const {
   }
 }
 
-long long Value::toLLong(const long long& def) const {
+long long Value::convertToLLong(const long long& def) const {
   switch (type_) {
     case Type::Bool: return word_.boolean ? 1 : 0;
     case Type::Integer: return word_.integer;
@@ -301,7 +241,7 @@ long long Value::toLLong(const long long& def) const {
   }
 }
 
-double Value::toDouble(const double& def) const {
+double Value::convertToDouble(const double& def) const {
   switch (type_) {
     case Type::Bool: return word_.boolean ? 1.0 : 0.0;
     case Type::Integer: return static_cast<double>(word_.integer);

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace cairnjson {
@@ -64,10 +65,17 @@ class Value {
   // The given kind, empty: false, 0, 0.0, "", {} or [].
   explicit Value(const Type& type);
   // Shares `other`'s container (constant time).
-  Value(const Value& other) noexcept;
+  Value(const Value& other) noexcept : type_(other.type_), word_(other.word_) {
+    if (hasContainer()) ++word_.container->count;
+  }
   // Takes `other`'s content and leaves `other` null.
-  Value(Value&& other) noexcept;
-  ~Value() { release(); }
+  Value(Value&& other) noexcept : type_(other.type_), word_(other.word_) {
+    other.type_ = Type::Null;
+    other.word_.bits = 0;
+  }
+  ~Value() {
+    if (hasContainer()) release();
+  }
 
   // Shares `other`'s container; self-assignment does nothing.
   Value& operator=(const Value& other) noexcept;
@@ -92,14 +100,33 @@ class Value {
   void setString(const std::string& text);
   void setString(std::string&& text);
   // Builders that take ownership of a ready payload (no copy of the elements, members or text).
-  static Value makeString(std::string text);
-  static Value makeArray(Elements elements);
-  static Value makeObject(Members members);
+  static Value makeString(std::string text) {
+    return Value(Type::String, new Container<std::string>(std::move(text)));
+  }
+  static Value makeArray(Elements elements) {
+    return Value(Type::Array, new Container<Elements>(std::move(elements)));
+  }
+  static Value makeObject(Members members) {
+    return Value(Type::Object, new Container<Members>(std::move(members)));
+  }
 
   // Scalar setters: drop any content and hold the scalar.
-  void setBool(bool value) noexcept;
-  void setInteger(long long value) noexcept;
-  void setDouble(double value) noexcept;
+  void setBool(bool value) noexcept {
+    if (hasContainer()) release();
+    type_ = Type::Bool;
+    word_.bits = 0;
+    word_.boolean = value;
+  }
+  void setInteger(long long value) noexcept {
+    if (hasContainer()) release();
+    type_ = Type::Integer;
+    word_.integer = value;
+  }
+  void setDouble(double value) noexcept {
+    if (hasContainer()) release();
+    type_ = Type::Double;
+    word_.number = value;
+  }
 
   // Makes this an object (dropping other content, detaching a shared map) and returns the member,
   // inserting it as null when absent.
@@ -117,12 +144,32 @@ class Value {
   // Whether this is an object with the member `key`.
   bool contains(const std::string& key) const;
   // Members of an object, elements of an array, bytes of a string; 0 for every other kind.
-  std::size_t size() const noexcept;
+  std::size_t size() const noexcept {
+    if (!hasContainer()) return 0;
+    switch (type_) {
+      case Type::String: return as<std::string>()->payload.size();
+      case Type::Object: return as<Members>()->payload.size();
+      case Type::Array: return as<Elements>()->payload.size();
+      default: return 0;
+    }
+  }
+
+  // Asks the processor to start loading this value's container, if it has one; for walks that
+  // know which value they will read next.
+  void prefetch() const noexcept {
+    if (hasContainer()) __builtin_prefetch(word_.container);
+  }
 
   // Read-only views: empty unless this holds that kind.
-  const std::string& stringRef() const noexcept;
-  const Members& members() const noexcept;
-  const Elements& elements() const noexcept;
+  const std::string& stringRef() const noexcept {
+    return type_ == Type::String && word_.container ? as<std::string>()->payload : emptyString();
+  }
+  const Members& members() const noexcept {
+    return type_ == Type::Object && word_.container ? as<Members>()->payload : emptyMembers();
+  }
+  const Elements& elements() const noexcept {
+    return type_ == Type::Array && word_.container ? as<Elements>()->payload : emptyElements();
+  }
 
   // Conversions. None throws or changes the value; `def` is returned when the conversion does not
   // apply. Doubles are rounded half away from zero before any integer conversion; strings are
@@ -130,8 +177,12 @@ class Value {
   // and must be consumed whole. See value.cpp for the exact range rules of each.
   int toInt(const int& def) const;
   unsigned int toUInt(const unsigned int& def) const;
-  long long toLLong(const long long& def) const;
-  double toDouble(const double& def) const;
+  long long toLLong(const long long& def) const {
+    return type_ == Type::Integer ? word_.integer : convertToLLong(def);
+  }
+  double toDouble(const double& def) const {
+    return type_ == Type::Double ? word_.number : convertToDouble(def);
+  }
   // "true"/"false", the integer in decimal, the number text of cairnjson::Double (so also "nan"
   // and "inf"), or the string itself; `def` for every other kind.
   std::string toString(const std::string& def) const;
@@ -159,6 +210,17 @@ class Value {
   Container<T>* as() const noexcept {
     return static_cast<Container<T>*>(word_.container);
   }
+  static const std::string& emptyString() noexcept;
+  static const Members& emptyMembers() noexcept;
+  static const Elements& emptyElements() noexcept;
+  long long convertToLLong(const long long& def) const;
+  double convertToDouble(const double& def) const;
+
+  // Adopts a freshly built container (use count 1) of the given container kind.
+  Value(Type type, AbstractContainer* container) noexcept : type_(type), word_{0} {
+    word_.container = container;
+  }
+
   // Same kind and equal scalar or string; for arrays and objects only the same size.
   static bool shallowEquals(const Value& a, const Value& b) noexcept;
   // Drops this Value's use of its container, deleting it (and every container only it kept

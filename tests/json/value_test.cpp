@@ -239,15 +239,6 @@ TEST(ValueTest, ToStringGivesTheTextFormOfScalars) {
   EXPECT_EQ(parsed("[1]").toString("d"), "d");
 }
 
-TEST(ValueTest, NumberTextIgnoresTheLocale) {
-  quilby_test::CommaDecimalLocale comma;
-  ASSERT_TRUE(comma.active()) << "no locale with a decimal comma is installed";
-  EXPECT_EQ(real(1.5).toString(""), "1.5");
-  EXPECT_EQ(text("1.5").toDouble(0.0), 1.5);
-  // A text already written with the locale's own separator converts too.
-  EXPECT_EQ(text("1,5").toDouble(0.0), 1.5);
-}
-
 TEST(ValueTest, EqualityComparesKindsAndContent) {
   EXPECT_NE(integer(1), real(1.0));
   EXPECT_EQ(real(0.0), real(-0.0));

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <initializer_list>
 #include <locale.h>
 #include <string>
 
@@ -28,25 +29,26 @@ inline cairnjson::Value parsed(const std::string& text) {
   return value;
 }
 
-// Switches the calling thread to a locale whose decimal point is a comma for its lifetime.
-class CommaDecimalLocale {
+// Switches the calling thread to the first of the named locales that is installed, for its
+// lifetime.
+class ScopedLocale {
  public:
-  CommaDecimalLocale() {
-    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8"}) {
+  explicit ScopedLocale(std::initializer_list<const char*> names) {
+    for (const char* name : names) {
       locale_ = newlocale(LC_ALL_MASK, name, static_cast<locale_t>(0));
       if (locale_) break;
     }
     if (locale_) previous_ = uselocale(locale_);
   }
-  ~CommaDecimalLocale() {
+  ~ScopedLocale() {
     if (!locale_) return;
     uselocale(previous_);
     freelocale(locale_);
   }
-  CommaDecimalLocale(const CommaDecimalLocale&) = delete;
-  CommaDecimalLocale& operator=(const CommaDecimalLocale&) = delete;
+  ScopedLocale(const ScopedLocale&) = delete;
+  ScopedLocale& operator=(const ScopedLocale&) = delete;
 
-  // False when no comma locale is installed; tests then fail loudly rather than pass vacuously.
+  // False when none is installed; tests then fail loudly rather than pass vacuously.
   bool active() const { return locale_ != static_cast<locale_t>(0); }
 
  private:
