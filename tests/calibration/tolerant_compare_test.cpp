@@ -1,0 +1,218 @@
+#include "calibration/tolerant_compare.h"
+
+#include "json/cairnjson.h"
+
+#include <gtest/gtest.h>
+
+#include <pthread.h>
+
+#include <cctype>
+#include <climits>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using cairnjson::Value;
+
+Value parsed(const std::string& text) {
+  Value value;
+  EXPECT_TRUE(cairnjson::Parser().parse(text, value)) << text;
+  return value;
+}
+
+template <class Row>
+std::string rowName(const testing::TestParamInfo<Row>& info) { return info.param.name; }
+
+// A tolerance above 0 selects DoubleNearlyEquals, otherwise SignificantFigureEquals at `figures`.
+struct NumberCase {
+  const char* name;
+  const char* a;
+  const char* b;
+  double tolerance;
+  int figures;
+  bool expected;
+};
+
+class NumberRuleTest : public testing::TestWithParam<NumberCase> {};
+
+TEST_P(NumberRuleTest, ComparesWithinRule) {
+  const NumberCase& row = GetParam();
+  const Value a = parsed(row.a), b = parsed(row.b);
+  EXPECT_EQ(row.tolerance > 0.0 ? vesk::DoubleNearlyEquals(a, b, row.tolerance)
+                                : vesk::SignificantFigureEquals(a, b, row.figures),
+            row.expected);
+}
+
+const NumberCase kNumberCases[] = {
+    {"NearlyComputedDifferenceAboveTolerance", "1.0", "1.1", 0.1, 0, false},
+    {"NearlyInsideTolerance", "1.05", "1.0", 0.1, 0, true},
+    {"NearlyExactlyToleranceIsUnequal", "0", "0.5", 0.5, 0, false},
+    {"NearlyReadsBoolAndText", "true", R"("1.0")", 0.0001, 0, true},
+    {"NearlyReadsObjectAsZero", R"({"x":5})", "0", 0.0001, 0, true},
+    {"FiguresZeroFirstMatchesAnything", "0", "5", 0, 6, true},
+    {"FiguresZeroSecondMatchesOnlyZero", "5", "0", 0, 6, false},
+    {"FiguresSixRoundAlike", "123.4567", "123.4568", 0, 6, true},
+    {"FiguresSevenTellApart", "123.4567", "123.4568", 0, 7, false},
+    {"FiguresNegativeOffsetTruncatesAlike", "-1.25", "-1.25", 0, 2, true},
+    {"FiguresNegativeOffsetIsFourTenths", "-1.26", "-1.25", 0, 2, false},
+    {"FiguresMoreDigitsThanFiguresDivided", "1000", "1005", 0, 3, false},
+    {"FiguresOneTenthHasExponentMinusTwo", "0.1", "0.1006", 0, 2, false},
+    {"FiguresTinyValuesOnFixedGrid", "0.00005", "0.000050004", 0, 6, true},
+    {"FiguresFarLargerSecondUnequal", "5", "1e30", 0, 6, false},
+    {"FiguresBeyondInt32IdenticalMatch", "3000000.5", "3000000.5", 0, 10, true},
+    {"FiguresBeyondInt32NearMissUnequal", "3000000.5", "3000000.5001", 0, 10, false},
+    {"FiguresHugeCountUnequal", "5", "6", 0, INT_MAX, false},
+    {"FiguresNanFirstUnequalToItself", R"("nan")", R"("nan")", 0, 6, false},
+    {"FiguresInfiniteFirstUnequalToItself", R"("inf")", R"("inf")", 0, 6, false},
+    {"FiguresLargestDoubleTerminates", "1.7976931348623157e308", "1.7e308", 0, 6, false},
+    {"FiguresSmallestDoubleTerminates", "5e-324", "0", 0, 6, true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, NumberRuleTest, testing::ValuesIn(kNumberCases),
+                         rowName<NumberCase>);
+
+struct ArrayCase {
+  const char* name;
+  const char* a;
+  const char* b;
+  bool nearly;      // DoubleArrayEquals
+  bool sixFigures;  // DoubleArraySignificantFigureEquals
+};
+
+class DoubleArrayEqualsTest : public testing::TestWithParam<ArrayCase> {};
+
+TEST_P(DoubleArrayEqualsTest, WalksNestedArraysPairwise) {
+  const Value a = parsed(GetParam().a), b = parsed(GetParam().b);
+  EXPECT_EQ(vesk::DoubleArrayEquals(a, b), GetParam().nearly);
+  EXPECT_EQ(vesk::DoubleArraySignificantFigureEquals(a, b), GetParam().sixFigures);
+}
+
+const ArrayCase kArrayCases[] = {
+    {"BothEmpty", "[]", "[]", true, true},
+    {"NullsAreNotArrays", "null", "null", false, false},
+    {"AbsoluteToleranceLooserThanSixFigures", "[1,2]", "[1.00005,2]", true, false},
+    {"SixFiguresLooserThanAbsoluteTolerance", "[123456.7]", "[123457.1]", false, true},
+    {"NestedLengthsDiffer", "[[1],[2]]", "[[1],[2,3]]", false, false},
+    {"ElementAfterNestedArrayDiffers", "[[1,[2]],3]", "[[1,[2]],4]", false, false},
+    {"ArrayAgainstNumberUnequal", "[[1]]", "[1]", false, false},
+    {"NumberAgainstArrayReadsZero", "[0]", "[[5]]", true, true},
+    {"ObjectElementReadsZero", R"([{"x":1}])", "[0]", true, true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, DoubleArrayEqualsTest, testing::ValuesIn(kArrayCases),
+                         rowName<ArrayCase>);
+
+struct DeepComparison {
+  Value a, b;
+  bool nearly = true, sixFigures = true;
+};
+
+Value nestedArray(double leaf) {
+  Value current = parsed("[0]");
+  current[0ul].setDouble(leaf);
+  for (int level = 0; level < 200000; ++level) {
+    Value outer(cairnjson::Type::Array);
+    outer.push_back(current);
+    current = std::move(outer);
+  }
+  return current;
+}
+
+// A recursive walk would need megabytes of stack at this depth; hosts may give 256 KiB.
+TEST(DoubleArrayEqualsTest, DeepNestingIsSafeOnSmallStack) {
+  for (const double leaf : {1.0, 2.0}) {
+    DeepComparison job{nestedArray(1.0), nestedArray(leaf)};
+    pthread_attr_t attributes;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(&thread, &attributes, [](void* argument) -> void* {
+      auto* deep = static_cast<DeepComparison*>(argument);
+      deep->nearly = vesk::DoubleArrayEquals(deep->a, deep->b);
+      deep->sixFigures = vesk::DoubleArraySignificantFigureEquals(deep->a, deep->b);
+      return nullptr;
+    }, &job), 0);
+    ASSERT_EQ(pthread_join(thread, nullptr), 0);
+    pthread_attr_destroy(&attributes);
+    EXPECT_EQ(job.nearly, leaf == 1.0);
+    EXPECT_EQ(job.sixFigures, leaf == 1.0);
+  }
+}
+
+// Two complete records. kColour serves wherever X, Y, Z or R, G, B are read.
+const std::string kColour = R"({"X":95.047,"Y":100,"Z":108.883,"R":4,"G":5,"B":6})";
+const std::string kPair = R"({"reference":)" + kColour + R"(,"XYZ":)" + kColour + "}";
+const std::string kEx =
+    R"({"calibrationData":{"brightness":{"criterion":1},"temperature":{"criterion":2},)"
+    R"("coefficientType":2,"calibration":{"XYZ0":)" + kColour + R"(,"XYZBlack":)" + kColour +
+    R"(,"a":[1.5],"b":[[0.25]]},"measurement":{"red":)" + kPair + R"(,"green":)" + kPair +
+    R"(,"blue":)" + kPair + R"(,"white":)" + kPair + R"(,"black":)" + kPair + R"(}},)"
+    R"("correctionData":{"gamma":2.2,"threshold":0.5,"step":[16],"correction":)" + kPair +
+    R"(,"measurement":{"reference":)" + kColour + R"(,"RGB":)" + kColour + R"(}},)"
+    R"("luminanceLevelCorrection":{"brightness":80.5,"dimmerOut":3}})";
+const std::string kV3 =
+    R"({"reference":{"ambientTemperature":25.5,"setTemperature":6500,"dimmerOut":7,)"
+    R"("red":{"tone":0.5},"green":{"tone":0.6},"blue":{"tone":0.7}},)"
+    R"("referenceTone":{"tone":[0,1],"gamma":[[2.2],[2.4]]},"normalizedMeasurement":{"red":)" +
+    kColour + R"(,"green":)" + kColour + R"(,"blue":)" + kColour + R"(,"black":)" + kColour +
+    R"(},"toneCorrection":{"red":)" + kColour + R"(,"green":)" + kColour + R"(,"blue":)" +
+    kColour + "}}";
+
+// Changes one member (keys and array indexes joined by "/") of a copy of the record named by the
+// row's prefix, and compares the copy with the original.
+struct MemberCase {
+  const char* name;
+  const char* member;
+  const char* value;
+  bool expected;
+};
+
+class StructureComparatorTest : public testing::TestWithParam<MemberCase> {};
+
+TEST_P(StructureComparatorTest, EveryListedMemberDecides) {
+  const MemberCase& row = GetParam();
+  const bool ex = std::string(row.name).starts_with("Ex");
+  const auto equals =
+      ex ? vesk::MDCSSG2CorrelationDataExEquals : vesk::MDIFSv3CorrelationDataEquals;
+  const Value original = parsed(ex ? kEx : kV3);
+  ASSERT_TRUE(equals(original, original));
+  Value changed = original;
+  Value* node = &changed;
+  std::istringstream path(row.member);
+  for (std::string key; std::getline(path, key, '/');) {
+    node = std::isdigit(static_cast<unsigned char>(key[0])) ? &(*node)[std::stoul(key)]
+                                                            : &(*node)[key];
+  }
+  *node = parsed(row.value);
+  EXPECT_EQ(equals(original, changed), row.expected);
+}
+
+const MemberCase kMemberCases[] = {
+    {"ExUnlistedMemberIgnored", "extra", "1", true},
+    {"ExBrightnessCriterionInside", "calibrationData/brightness/criterion", "1.005", true},
+    {"ExTemperatureCriterionOutside", "calibrationData/temperature/criterion", "2.02", false},
+    {"ExCoefficientTypeExactKind", "calibrationData/coefficientType", "2.0", false},
+    {"ExWhitePointSixthFigure", "calibrationData/calibration/XYZ0/X", "95.0471", false},
+    {"ExCalibrationNestedArray", "calibrationData/calibration/b/0/0", "0.2501", false},
+    {"ExMeasurementWhite", "calibrationData/measurement/white/XYZ/Y", "100.001", false},
+    {"ExGammaInside", "correctionData/gamma", "2.25", true},
+    {"ExStepLength", "correctionData/step", "[16,32]", false},
+    {"ExCorrectionReference", "correctionData/correction/reference/Z", "108.9", false},
+    {"ExGrayRGB", "correctionData/measurement/RGB/B", "6.1", false},
+    {"ExLevelBrightnessOutside", "luminanceLevelCorrection/brightness", "80.65", false},
+    {"ExLevelDimmerOut", "luminanceLevelCorrection/dimmerOut", "4", false},
+    {"V3AmbientTemperatureInside", "reference/ambientTemperature", "25.500009", true},
+    {"V3DimmerOutExactKind", "reference/dimmerOut", "7.0", false},
+    {"V3ToneOutside", "reference/green/tone", "0.75", false},
+    {"V3ReferenceGammaNested", "referenceTone/gamma/1/0", "2.41", false},
+    {"V3NormalizedBlackXYZ", "normalizedMeasurement/black/Y", "100.1", false},
+    {"V3NormalizedRedRGB", "normalizedMeasurement/red/G", "5.1", false},
+    {"V3ToneCorrectionBlueXYZ", "toneCorrection/blue/Z", "108.9", false},
+    {"V3ToneCorrectionGreenRGB", "toneCorrection/green/B", "6.1", false},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, StructureComparatorTest, testing::ValuesIn(kMemberCases),
+                         rowName<MemberCase>);
+
+}  // namespace
