@@ -32,5 +32,7 @@ function(quilby_library name)
   endif()
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${name} PUBLIC ${ARG_DEPS})
+  # These layers end up inside shared libraries that export only their C interfaces.
+  set_target_properties(${name} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   quilby_target_defaults(${name})
 endfunction()

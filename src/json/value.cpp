@@ -318,6 +318,18 @@ bool Value::operator==(const Value& other) const {
   return true;
 }
 
+bool holdsNonFiniteNumber(const Value& value) {
+  std::vector<const Value*> pending{&value};
+  while (!pending.empty()) {
+    const Value* item = pending.back();
+    pending.pop_back();
+    if (item->isDouble() && !std::isfinite(item->toDouble(0.0))) return true;
+    for (const Value& element : item->elements()) pending.push_back(&element);
+    for (const auto& member : item->members()) pending.push_back(&member.second);
+  }
+  return false;
+}
+
 const Value& Value::s_null() {
   static const Value null;
   return null;

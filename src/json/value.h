@@ -239,6 +239,10 @@ class Value {
 
 static_assert(sizeof(Value) == 16, "a Value is a kind tag and one word");
 
+// Whether `value` or anything nested in it is a Double that is NaN or infinite: a value the
+// serializer refuses, since JSON has no text for those numbers. Any depth, no recursion.
+bool holdsNonFiniteNumber(const Value& value);
+
 }  // namespace cairnjson
 
 #endif  // CAIRNJSON_VALUE_H

@@ -1,0 +1,34 @@
+// vesk::Bridge: the base of every resource.
+#ifndef QUILBY_BRIDGE_BRIDGE_H
+#define QUILBY_BRIDGE_BRIDGE_H
+
+#include "bridge/bridge_template.h"
+
+#include <string>
+
+namespace vesk {
+
+// The text every resource's URI starts with.
+inline constexpr const char* kBridgeRootPrefix = "/quilby/";
+
+// Adds the request's URI text, which a handler extends with its resource path ("Sensors/Name",
+// "Sensors/<id>/Mode", ...), and the request log line written at the end of every request.
+class Bridge : public BridgeTemplate {
+ public:
+  Bridge();
+
+  // Writes one line to the plug-in's log: the method (the request's "method" as text, GET when
+  // missing, null or not a scalar; upper-cased), the URI text and the outcome.
+  void onEndBridge(const BridgeData& data, const BridgeResult& result) override;
+
+  const std::string& uri() const noexcept { return uri_; }
+  // Appends `path` to the URI text.
+  void appendToUri(const std::string& path) { uri_ += path; }
+
+ private:
+  std::string uri_;
+};
+
+}  // namespace vesk
+
+#endif  // QUILBY_BRIDGE_BRIDGE_H
