@@ -1,0 +1,4 @@
+// libhalvex_x64.so: each function forwards to the one device world in libquilbysim.so.
+#include "devices/device_functions.h"
+
+QUILBY_SIM_USB_ENUMERATION_FUNCTIONS(QUILBY_SIM_FORWARD)
