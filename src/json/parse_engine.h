@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <type_traits>
@@ -87,9 +88,10 @@ struct ParseScratch {
   std::string numberText;
 };
 
-// Lends the calling thread's scratch, or a private one while the thread's is lent already (a
-// parse started from inside a parse). Returns it emptied, and frees what an unusually large
-// document made it hold.
+// Lends a set of working stacks kept from an earlier parse (or a new one) for one parse, and
+// returns it emptied, freeing what an unusually large document made it hold. Every parse has
+// its own set, so parses on several threads, and a parse started from inside a parse, never
+// share one.
 class ScratchLease {
  public:
   ScratchLease();
@@ -97,11 +99,10 @@ class ScratchLease {
   ScratchLease(const ScratchLease&) = delete;
   ScratchLease& operator=(const ScratchLease&) = delete;
 
-  ParseScratch& get() { return shared_ ? *shared_ : own_; }
+  ParseScratch& get() { return *scratch_; }
 
  private:
-  ParseScratch* shared_;
-  ParseScratch own_;
+  std::unique_ptr<ParseScratch> scratch_;
 };
 
 void appendUtf8(std::string& out, std::uint32_t codePoint);

@@ -3,6 +3,8 @@
 #include "json/locale_decimal_point.h"
 
 #include <charconv>
+#include <memory>
+#include <mutex>
 #include <cstdlib>
 #include <system_error>
 
@@ -16,12 +18,33 @@ namespace {
 // Stacks that grew beyond this many bytes are given back after the parse.
 constexpr std::size_t kRetainedScratchBytes = 1 << 20;
 
-struct ThreadScratch {
-  ParseScratch scratch;
-  bool lent = false;
+// Idle working stacks, kept for the next parse on any thread. A process-wide pool rather than
+// one set per thread: a thread-local object with a destructor would keep the library loaded
+// until its thread ends, so a host could never unload the plug-in.
+class ScratchPool {
+ public:
+  std::unique_ptr<ParseScratch> take() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (idle_.empty()) return nullptr;
+    std::unique_ptr<ParseScratch> scratch = std::move(idle_.back());
+    idle_.pop_back();
+    return scratch;
+  }
+
+  void give(std::unique_ptr<ParseScratch> scratch) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    idle_.push_back(std::move(scratch));
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::unique_ptr<ParseScratch>> idle_;
 };
 
-thread_local ThreadScratch threadScratch;
+ScratchPool& scratchPool() {
+  static ScratchPool pool;
+  return pool;
+}
 
 template <class T>
 void emptyKeepingSmallCapacity(std::vector<T>& items) {
@@ -31,16 +54,19 @@ void emptyKeepingSmallCapacity(std::vector<T>& items) {
 
 }  // namespace
 
-ScratchLease::ScratchLease() : shared_(threadScratch.lent ? nullptr : &threadScratch.scratch) {
-  if (shared_) threadScratch.lent = true;
+ScratchLease::ScratchLease() : scratch_(scratchPool().take()) {
+  if (!scratch_) scratch_ = std::make_unique<ParseScratch>();
 }
 
 ScratchLease::~ScratchLease() {
-  if (!shared_) return;
-  emptyKeepingSmallCapacity(shared_->frames);
-  emptyKeepingSmallCapacity(shared_->values);
-  emptyKeepingSmallCapacity(shared_->keys);
-  threadScratch.lent = false;
+  try {
+    emptyKeepingSmallCapacity(scratch_->frames);
+    emptyKeepingSmallCapacity(scratch_->values);
+    emptyKeepingSmallCapacity(scratch_->keys);
+    scratchPool().give(std::move(scratch_));
+  } catch (...) {
+    // Out of memory for the pool's list: the stacks are simply freed.
+  }
 }
 
 void appendUtf8(std::string& out, std::uint32_t codePoint) {

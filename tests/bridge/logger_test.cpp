@@ -1,0 +1,86 @@
+// The request log line, written through the (simulated) logging library.
+#include "bridge/em_error.h"
+#include "bridge/logger.h"
+
+#include "plugin_host.h"
+#include "quilby_sim/control.h"
+#include "support/json_helpers.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// The lines sent to mirelto_log since the journal was last emptied: logger name, level, text.
+std::vector<std::tuple<std::string, int, std::string>> loggedLines() {
+  std::string text(QuilbySimJournal(nullptr, 0) + 1, '\0');
+  text.resize(QuilbySimJournal(text.data(), static_cast<std::uint32_t>(text.size())));
+  const cairnjson::Value journal = quilby_test::parsed(text);
+  std::vector<std::tuple<std::string, int, std::string>> lines;
+  for (const cairnjson::Value& entry : journal.elements()) {
+    if (entry["function"].stringRef() != "mirelto_log") continue;
+    const cairnjson::Value& arguments = entry["arguments"];
+    lines.emplace_back(arguments[1].stringRef(), arguments[2].toInt(-1), arguments[3].stringRef());
+  }
+  return lines;
+}
+
+class LoggerTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    QuilbySimReset();
+    quilbyhost::HostSettings settings;
+    settings.exportsPath = QUILBY_TEST_EXPORTS_DIR;
+    quilbyhost::PluginHost::Instance().configure(settings);
+  }
+};
+
+TEST_F(LoggerTest, SuccessAndFailureLinesCarryStatusMethodUriAndOutcome) {
+  vesk::LoggerBase logger("Quilby");
+  BridgeResult success = BridgeResultOK(cairnjson::Value());
+  logger.logResult("GET", "/quilby/Sensors/Name", success);
+  try {
+    vesk::BridgeCheckEmError(0x80000000u, "Open sensor.");
+  } catch (const BridgeResultError& failure) {
+    logger.logResult("PUT", "/quilby/Sensors/x/Mode", failure);
+  }
+  logger.logResult("POST", "/quilby/", BridgeResultError(BridgeStatusCode::BadRequest,
+                                                         "BadRequestError", "URI is invalid."));
+  BridgeResultError oddCode(BridgeStatusCode::InternalServerError, "EmError", "Failed.");
+  oddCode.error.value["code"].setInteger(-1);  // outside the unsigned range: written as 0
+  logger.logResult("GET", "/quilby/", oddCode);
+
+  using Line = std::tuple<std::string, int, std::string>;
+  EXPECT_EQ(loggedLines(),
+            (std::vector<Line>{
+                {"Quilby", 2, "statusCode:200\tmethod:GET\turi:/quilby/Sensors/Name\tmsg:Success"},
+                {"Quilby", 5,
+                 "statusCode:500\tmethod:PUT\turi:/quilby/Sensors/x/Mode\terr:EmError\tmsg:Failed."
+                 "\tcode:0x80000000"},
+                {"Quilby", 5,
+                 "statusCode:400\tmethod:POST\turi:/quilby/\terr:BadRequestError\tmsg:URI is "
+                 "invalid."},
+                {"Quilby", 5,
+                 "statusCode:500\tmethod:GET\turi:/quilby/\terr:EmError\tmsg:Failed.\tcode:0x00000000"}}));
+}
+
+TEST_F(LoggerTest, PlainLinesGoOutAtTheirLevel) {
+  vesk::LoggerBase logger("Quilby");
+  logger.log(vesk::kLogInformation, "Launch mdsubprocess.");
+  EXPECT_EQ(loggedLines(), (std::vector<std::tuple<std::string, int, std::string>>{
+                               {"Quilby", 3, "Launch mdsubprocess."}}));
+}
+
+TEST_F(LoggerTest, WithoutTheLibraryNothingIsSent) {
+  quilbyhost::HostSettings settings;
+  settings.exportsPath = "/nonexistent";
+  quilbyhost::PluginHost::Instance().configure(settings);
+  vesk::LoggerBase logger("Quilby");
+  logger.log(vesk::kLogFailure, "lost");
+  EXPECT_TRUE(loggedLines().empty());
+}
+
+}  // namespace
