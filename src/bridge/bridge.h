@@ -21,9 +21,9 @@ class Bridge : public BridgeTemplate {
   // missing, null or not a scalar; upper-cased), the URI text and the outcome.
   void onEndBridge(const BridgeData& data, const BridgeResult& result) override;
 
+  // The URI text, which handlers extend with the path they serve.
+  std::string& uri() noexcept { return uri_; }
   const std::string& uri() const noexcept { return uri_; }
-  // Appends `path` to the URI text.
-  void appendToUri(const std::string& path) { uri_ += path; }
 
  private:
   std::string uri_;

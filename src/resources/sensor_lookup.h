@@ -1,0 +1,32 @@
+// From a per-sensor request to the opened sensor.
+#ifndef QUILBY_RESOURCES_SENSOR_LOOKUP_H
+#define QUILBY_RESOURCES_SENSOR_LOOKUP_H
+
+#include "bridge/bridge_data.h"
+#include "quilby/device_types.h"
+
+#include <string>
+
+namespace vesk::bridge {
+
+// The open sensor named by the request's "id" parameter. Appends "Sensors/" + id, and "/" + `word`
+// when `word` is not empty, to `*uri` (the request's logged URI) before anything else. Throws 400
+// "BadRequestError" "URI is invalid." for a missing or empty id and 404 "Error" "Not found." for
+// an id the sensor cache does not know (or whose sensor is closed in place). Takes the cache's
+// lock for the lookup only.
+MDHandle GetMDHandle(const BridgeData& data, std::string* uri, const std::string& word);
+
+// The HID handle of the monitor a built-in sensor belongs to. A sensor without one fails with
+// the library-status error of 0x80000000 ("Failed.") under "Get HID handle.".
+void* BuiltInSensorHIDHandle(MDHandle handle);
+
+// The text of parameter `key` (the value's text form; "" when the parameters are not an object
+// or lack the key).
+std::string ParameterText(const BridgeData& data, const std::string& key);
+
+// Whether the query is an object holding `key`; the key's value is never read.
+bool HasQueryKey(const BridgeData& data, const std::string& key);
+
+}  // namespace vesk::bridge
+
+#endif  // QUILBY_RESOURCES_SENSOR_LOOKUP_H

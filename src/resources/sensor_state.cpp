@@ -1,0 +1,1 @@
+#include "resources/sensor_state.h"

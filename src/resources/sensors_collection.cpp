@@ -1,0 +1,1 @@
+#include "resources/sensors_collection.h"
