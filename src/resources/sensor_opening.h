@@ -1,4 +1,6 @@
-// Opening sensors: by device id, by individual id, or as the sensor built into a monitor.
+// Opening sensors: by device id, by individual id, or as the sensor built into a monitor. Each
+// successful POST opens the sensor anew through the measurement library and answers a new sensor
+// identifier (a JSON string) under which the sensor cache keeps it.
 #ifndef QUILBY_RESOURCES_SENSOR_OPENING_H
 #define QUILBY_RESOURCES_SENSOR_OPENING_H
 
@@ -6,11 +8,26 @@
 
 namespace vesk::bridge {
 
-class DeviceID : public vesk::Bridge {};
+// POST Sensors/{deviceID}: MDOpen with the device id (the parameter as text, read as an
+// unsigned decimal number; its low 32 bits).
+class DeviceID : public vesk::Bridge {
+ public:
+  BridgeResult Post(const BridgeData& data) override;
+};
 
-class IndividualID : public vesk::Bridge {};
+// POST Sensors/Individual/{individualID}: MDOpenWithIndividualID (unsigned 64-bit, decimal).
+class IndividualID : public vesk::Bridge {
+ public:
+  BridgeResult Post(const BridgeData& data) override;
+};
 
-class Monitors : public vesk::Bridge {};
+// POST Monitors/{serial}/{product}/Sensor: the monitor's HID handle from the monitor-control
+// library, then MDOpenWithHIDHandle; the sensor is registered with the monitor's serial and
+// product, so that it can be closed and reopened when the monitor's HID handle changes.
+class Monitors : public vesk::Bridge {
+ public:
+  BridgeResult Post(const BridgeData& data) override;
+};
 
 }  // namespace vesk::bridge
 
