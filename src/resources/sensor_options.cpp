@@ -1,1 +1,214 @@
 #include "resources/sensor_options.h"
+
+#include "bridge/em_error.h"
+#include "loader/loaders.h"
+#include "quilby/measurement_device.h"
+#include "resources/sensor_lookup.h"
+
+#include <climits>
+#include <cstdint>
+#include <cstring>
+
+namespace vesk::bridge {
+
+namespace {
+
+BridgeResult nothing() { return BridgeResultOK(cairnjson::Value()); }
+
+BridgeResult boolean(bool flag) {
+  cairnjson::Value value;
+  value.setBool(flag);
+  return BridgeResultOK(value);
+}
+
+// An on/off setting read and written through run-time functions of the measurement library
+// that share one shape: Get(handle, uint32_t*), Set(handle, uint32_t), and optionally
+// Has(handle) for the "supports" query.
+struct Switch {
+  const char* has;  // null: the query is not offered
+  const char* get;
+  const char* set;
+  const char* getText;
+  const char* setText;
+};
+
+using HasFunction = decltype(MDHasExteriorLight);
+using GetFunction = decltype(MDGetExteriorLightingState);
+using SetFunction = decltype(MDSetExteriorLightingState);
+
+BridgeResult getSwitch(const Switch& setting, const BridgeData& data, MDHandle handle) {
+  libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
+  if (setting.has && HasQueryKey(data, "supports")) {
+    return boolean(library.call<HasFunction>(setting.has, handle) != 0);
+  }
+  std::uint32_t state = 0;
+  BridgeCheckEmError(library.call<GetFunction>(setting.get, handle, &state), setting.getText);
+  return boolean(state != 0);
+}
+
+BridgeResult putSwitch(const Switch& setting, const BridgeData& data, MDHandle handle) {
+  BridgeCheckRequestCondition(data.data.isBool(), "data must be boolean.");
+  const std::uint32_t state = data.data.toInt(0) != 0 ? 1 : 0;
+  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<SetFunction>(setting.set, handle, state),
+                     setting.setText);
+  return nothing();
+}
+
+constexpr Switch kExteriorLight{"MDHasExteriorLight", "MDGetExteriorLightingState",
+                                "MDSetExteriorLightingState", "Get exterior lighting state.",
+                                "Set exterior lighting state."};
+constexpr Switch kTargetMarker{"MDHasTargetMarker", "MDGetTargetMarker", "MDSetTargetMarker",
+                               "Get target marker.", "Set target marker."};
+constexpr Switch kBrightCorrectionUpdate{nullptr, "MDGetIFSBrightCorrectParamUpdateEnabled",
+                                         "MDSetIFSBrightCorrectParamUpdateEnabled",
+                                         "Get IFS bright correct param update enabled.",
+                                         "Set IFS bright correct param update enabled."};
+
+// A 3x3 matrix from three rows of three numbers, row-major; false for anything else.
+bool readMatrix(const cairnjson::Value& json, double matrix[9]) {
+  if (!json.isArray() || json.size() != 3) return false;
+  for (std::size_t row = 0; row < 3; ++row) {
+    const cairnjson::Value& cells = json[row];
+    if (!cells.isArray() || cells.size() != 3) return false;
+    for (std::size_t column = 0; column < 3; ++column) {
+      if (!cells[column].isNumber()) return false;
+      matrix[row * 3 + column] = cells[column].toDouble(0.0);
+    }
+  }
+  return true;
+}
+
+cairnjson::Value matrixJson(const double matrix[9]) {
+  cairnjson::Value json(cairnjson::Type::Array);
+  for (std::size_t row = 0; row < 3; ++row) {
+    cairnjson::Value& cells = json[row];
+    for (std::size_t column = 0; column < 3; ++column) cells[column].setDouble(matrix[row * 3 + column]);
+  }
+  return json;
+}
+
+// An unsigned 32-bit number given as a number or as its text, or -1.
+long long optionNumber(const cairnjson::Value& value) {
+  if (!value.isNumber() && !value.isString()) return -1;
+  const long long number = value.toLLong(-1);
+  return number >= 0 && number <= UINT32_MAX ? number : -1;
+}
+
+}  // namespace
+
+BridgeResult SensorExteriorLight::Get(const BridgeData& data) {
+  return getSwitch(kExteriorLight, data, GetMDHandle(data, &uri(), "ExteriorLight"));
+}
+
+BridgeResult SensorExteriorLight::Put(const BridgeData& data) {
+  return putSwitch(kExteriorLight, data, GetMDHandle(data, &uri(), "ExteriorLight"));
+}
+
+BridgeResult SensorParameterDescription::Get(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "ParameterDescription");
+  char description[MD_PARAMETER_DESCRIPTION_SIZE] = {};
+  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDGetParameterDescription)>(
+                         "MDGetParameterDescription", handle, description),
+                     "Get parameter description.");
+  cairnjson::Value value;
+  value.setString(std::string(description, strnlen(description, sizeof description)));
+  return BridgeResultOK(value);
+}
+
+BridgeResult SensorParameterDescription::Put(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "ParameterDescription");
+  BridgeCheckRequestCondition(data.data.isString(), "data must be string.");
+  const std::string& description = data.data.stringRef();
+  BridgeCheckRequestCondition(description.size() < MD_PARAMETER_DESCRIPTION_SIZE,
+                              "data must be 255 bytes or less.");
+  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDSetParameterDescription)>(
+                         "MDSetParameterDescription", handle, description.c_str()),
+                     "Set parameter description.");
+  return nothing();
+}
+
+BridgeResult SensorCorrection::Put(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "Correction");
+  double matrix[9];
+  BridgeCheckRequestCondition(readMatrix(data.data, matrix), "data must be 3x3 matrix.");
+  BridgeCheckEmError(MDSetCorrection(handle, matrix), "Set correction.");
+  return nothing();
+}
+
+BridgeResult SensorCorrection::Delete(const BridgeData& data) {
+  BridgeCheckEmError(MDClearCorrection(GetMDHandle(data, &uri(), "Correction")), "Clear correction.");
+  return nothing();
+}
+
+BridgeResult SensorExCorrection::Get(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "ExCorrection");
+  double matrix[9] = {};
+  BridgeCheckEmError(MDGetExCorrection(handle, matrix), "Get extra correction.");
+  return BridgeResultOK(matrixJson(matrix));
+}
+
+BridgeResult SensorExCorrection::Put(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "ExCorrection");
+  double matrix[9];
+  BridgeCheckRequestCondition(readMatrix(data.data, matrix), "data must be 3x3 matrix.");
+  BridgeCheckEmError(MDSetExCorrection(handle, matrix), "Set extra correction.");
+  return nothing();
+}
+
+BridgeResult SensorTargetMarker::Get(const BridgeData& data) {
+  return getSwitch(kTargetMarker, data, GetMDHandle(data, &uri(), "TargetMarker"));
+}
+
+BridgeResult SensorTargetMarker::Put(const BridgeData& data) {
+  return putSwitch(kTargetMarker, data, GetMDHandle(data, &uri(), "TargetMarker"));
+}
+
+BridgeResult SensorIFSTempCorrectParam::Post(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "IFSTempCorrectParam");
+  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDCalcIFSTempCorrectParam)>(
+                         "MDCalcIFSTempCorrectParam", handle),
+                     "Calculate IFS temperature correction parameter.");
+  return nothing();
+}
+
+BridgeResult SensorIFSBrightCorrectParamUpdate::Get(const BridgeData& data) {
+  return getSwitch(kBrightCorrectionUpdate, data,
+                   GetMDHandle(data, &uri(), "IFSBrightCorrectParamUpdate"));
+}
+
+BridgeResult SensorIFSBrightCorrectParamUpdate::Put(const BridgeData& data) {
+  return putSwitch(kBrightCorrectionUpdate, data,
+                   GetMDHandle(data, &uri(), "IFSBrightCorrectParamUpdate"));
+}
+
+BridgeResult SensorDeviceOption::Get(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "DeviceOption");
+  BridgeCheckRequestCondition(HasQueryKey(data, "option"), "requires 'option' query.");
+  const long long option = optionNumber(data.query["option"]);
+  BridgeCheckRequestCondition(option >= 0, "option must be number.");
+  std::int32_t value = 0;
+  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDGetDeviceOptionValue)>(
+                         "MDGetDeviceOptionValue", handle, static_cast<std::uint32_t>(option), &value),
+                     "Get device option value.");
+  cairnjson::Value answer;
+  answer.setInteger(value);
+  return BridgeResultOK(answer);
+}
+
+BridgeResult SensorDeviceOption::Put(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "DeviceOption");
+  const long long option = optionNumber(data.data["option"]);
+  BridgeCheckRequestCondition(data.data["option"].isNumber() && option >= 0,
+                              "data requires 'option'.");
+  const cairnjson::Value& value = data.data["value"];
+  BridgeCheckRequestCondition(value.isNumber() && value.toLLong(LLONG_MIN) >= INT32_MIN &&
+                                  value.toLLong(LLONG_MAX) <= INT32_MAX,
+                              "data requires 'value'.");
+  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDSetDeviceOptionValue)>(
+                         "MDSetDeviceOptionValue", handle, static_cast<std::uint32_t>(option),
+                         static_cast<std::int32_t>(value.toLLong(0))),
+                     "Set device option value.");
+  return nothing();
+}
+
+}  // namespace vesk::bridge
