@@ -1,1 +1,70 @@
 #include "resources/presence.h"
+
+#include "bridge/em_error.h"
+#include "device/monitor_lock.h"
+#include "loader/loaders.h"
+#include "quilby/color_sensor.h"
+#include "resources/sensor_lookup.h"
+
+#include <cstdint>
+
+namespace vesk::bridge {
+
+namespace {
+
+cairnjson::Value integer(long long number) {
+  cairnjson::Value value;
+  value.setInteger(number);
+  return value;
+}
+
+}  // namespace
+
+BridgeResult SensorAmbraSense::Get(const BridgeData& data) {
+  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "AmbraSense"));
+  MonitorLock section(hid);
+  section.lock();
+  std::uint8_t onOff = 0;
+  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_GetHumanDetectOnOff)>(
+                         "CSSG2H_GetHumanDetectOnOff", hid, &onOff),
+                     "Get human detect on off.");
+  return BridgeResultOK(integer(onOff));
+}
+
+BridgeResult SensorAmbraSense::Put(const BridgeData& data) {
+  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "AmbraSense"));
+  BridgeCheckRequestCondition(data.data.isNumber() || data.data.isBool(),
+                              "data must be number or boolean.");
+  const std::uint8_t onOff = data.data.toDouble(0.0) != 0.0 ? 1 : 0;
+  MonitorLock section(hid);
+  section.lock();
+  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_SetHumanDetectOnOff)>(
+                         "CSSG2H_SetHumanDetectOnOff", hid, onOff),
+                     "Set human detect on off.");
+  return BridgeResultOK(cairnjson::Value());
+}
+
+BridgeResult SensorAmbraSenseLevel::Get(const BridgeData& data) {
+  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "AmbraSense/Level"));
+  MonitorLock section(hid);
+  section.lock();
+  std::uint32_t mode = 0;
+  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_GetHumanDetectMode)>(
+                         "CSSG2H_GetHumanDetectMode", hid, &mode),
+                     "Get human detect mode.");
+  return BridgeResultOK(integer(mode));
+}
+
+BridgeResult SensorAmbraSenseLevel::Put(const BridgeData& data) {
+  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "AmbraSense/Level"));
+  BridgeCheckRequestCondition(data.data.isNumber(), "data must be number.");
+  const auto mode = static_cast<std::uint32_t>(data.data.toLLong(0));
+  MonitorLock section(hid);
+  section.lock();
+  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_SetHumanDetectMode)>(
+                         "CSSG2H_SetHumanDetectMode", hid, mode),
+                     "Set human detect mode.");
+  return BridgeResultOK(cairnjson::Value());
+}
+
+}  // namespace vesk::bridge

@@ -1,1 +1,150 @@
 #include "resources/sensor_state.h"
+
+#include "bridge/em_error.h"
+#include "device/sensor_cache.h"
+#include "loader/loaders.h"
+#include "quilby/measurement_device.h"
+#include "resources/sensor_lookup.h"
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+namespace vesk::bridge {
+
+namespace {
+
+cairnjson::Value boolean(int truth) {
+  cairnjson::Value value;
+  value.setBool(truth != 0);
+  return value;
+}
+
+cairnjson::Value integer(long long number) {
+  cairnjson::Value value;
+  value.setInteger(number);
+  return value;
+}
+
+// The library owns the text and may hand out NULL for "no text".
+cairnjson::Value text(const char* libraryText) {
+  cairnjson::Value value;
+  value.setString(libraryText ? libraryText : "");
+  return value;
+}
+
+// A body member required to be a JSON number; strings that read as numbers are refused too.
+long long requiredNumber(const BridgeData& data, const char* key, const std::string& message) {
+  const cairnjson::Value& member = data.data[key];
+  BridgeCheckRequestCondition(member.isNumber(), message);
+  return member.toLLong(0);
+}
+
+}  // namespace
+
+BridgeResult Sensor::Get(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "");
+  if (HasQueryKey(data, "connection")) return BridgeResultOK(boolean(MDIsValidConnection(handle)));
+
+  cairnjson::Value sensor(cairnjson::Type::Object);
+  sensor["deviceID"] = integer(MDGetDeviceID(handle));
+  sensor["name"] = text(MDGetName(handle));
+  sensor["serial"] = text(MDGetSerialNumber(handle));
+  sensor["needsCalibration"] = boolean(MDIsCalibrationNecessary(handle));
+  sensor["supportsAmbient"] = boolean(MDSupportsAmbient(handle));
+  sensor["supportsReflectance"] = boolean(MDSupportsReflectance(handle));
+  sensor["hasArm"] = boolean(MDHasArm(handle));
+  sensor["hasMultipleSensorPosition"] = boolean(MDHasMultipleSensorPosition(handle));
+  // Older measurement libraries lack this query; the key is then left out rather than guessed.
+  libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
+  if (library.lookup("MDHasTargetMarker")) {
+    sensor["hasTargetMarker"] =
+        boolean(library.call<decltype(MDHasTargetMarker)>("MDHasTargetMarker", handle));
+  }
+  std::uint64_t min = 0, max = 0, bandWidth = 0, count = 0;
+  // A sensor without spectral data answers a failure here; the zero count already says so.
+  (void)MDSpectralRadianceFixedData(handle, &min, &max, &bandWidth, &count);
+  if (count != 0) {
+    cairnjson::Value spectrum(cairnjson::Type::Object);
+    spectrum["min"] = integer(static_cast<long long>(min));
+    spectrum["max"] = integer(static_cast<long long>(max));
+    spectrum["bandWidth"] = integer(static_cast<long long>(bandWidth));
+    spectrum["count"] = integer(static_cast<long long>(count));
+    sensor["spectrum"] = spectrum;
+  }
+  return BridgeResultOK(sensor);
+}
+
+BridgeResult Sensor::Delete(const BridgeData& data) {
+  MDHandle handle = GetMDHandle(data, &uri(), "");
+  if (handle) {
+    // Forgotten before closing, so that no other component finds the id of a closed sensor.
+    {
+      device::SensorCache& cache = device::SensorCache::Instance();
+      const std::lock_guard<std::recursive_mutex> lock(cache.mutex());
+      cache.unregisterHandle(ParameterText(data, "id"));
+    }
+    (void)MDClose(&handle);
+  }
+  return BridgeResultOK(cairnjson::Value());
+}
+
+BridgeResult SensorMode::Get(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "Mode");
+  BridgeCheckRequestCondition(HasQueryKey(data, "supports"), "requires 'supports' query.");
+  cairnjson::Value modes(cairnjson::Type::Object);
+  modes["ambient"] = boolean(MDSupportsAmbient(handle));
+  modes["reflectance"] = boolean(MDSupportsReflectance(handle));
+  return BridgeResultOK(modes);
+}
+
+BridgeResult SensorMode::Put(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "Mode");
+  const long long mode = requiredNumber(data, "mode", "data requires 'mode'.");
+  const long long observerKey = requiredNumber(data, "observerKey", "data requires 'observerKey'.");
+  BridgeCheckEmError(MDSetMode(handle, static_cast<std::uint32_t>(mode),
+                               static_cast<std::uint32_t>(observerKey)),
+                     "Set sensor mode.");
+  return BridgeResultOK(cairnjson::Value());
+}
+
+BridgeResult SensorCalibration::Get(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "Calibration");
+  BridgeCheckRequestCondition(HasQueryKey(data, "needs"), "requires 'needs' query.");
+  return BridgeResultOK(boolean(MDIsCalibrationNecessary(handle)));
+}
+
+BridgeResult SensorCalibration::Put(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "Calibration");
+  BridgeCheckEmError(MDCalibrate(handle), "Calibrate sensor.");
+  return BridgeResultOK(cairnjson::Value());
+}
+
+BridgeResult SensorArm::Get(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "Arm");
+  BridgeCheckRequestCondition(HasQueryKey(data, "supports"), "requires 'supports' query.");
+  return BridgeResultOK(boolean(MDHasArm(handle)));
+}
+
+BridgeResult SensorArm::Put(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "Arm");
+  BridgeCheckRequestCondition(data.data.isBool(), "data must be boolean.");
+  if (data.data.toLLong(0) != 0) {
+    BridgeCheckEmError(MDTakeOutArm(handle), "Open sensor arm.");
+  } else {
+    BridgeCheckEmError(MDTakeInArm(handle), "Close sensor arm.");
+  }
+  return BridgeResultOK(cairnjson::Value());
+}
+
+BridgeResult SensorPosition::Get(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), "Position");
+  if (HasQueryKey(data, "supports")) {
+    return BridgeResultOK(boolean(MDHasMultipleSensorPosition(handle)));
+  }
+  std::uint32_t position = 0;
+  BridgeCheckEmError(MDGetSensorPosition(handle, &position), "Get sensor position.");
+  return BridgeResultOK(integer(position));
+}
+
+}  // namespace vesk::bridge
