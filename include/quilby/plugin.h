@@ -60,18 +60,21 @@ QUILBY_EXPORT void    TearDown(void);
 /* Whether the sensor identifier `id` names an opened sensor; its handle (NULL when unknown) is
  * stored through `handle` unless `handle` is NULL. Returns exactly 1 (found) or 0. */
 QUILBY_EXPORT int     SensorControlGetHandleForID(const char* id, MDHandle* handle /* may be NULL */);
-/* The handle of the first opened sensor built into the monitor with HID handle `hid`:
- * EMERR_OK, or EMERR_NOT_REGISTERED when none (or `hid` is NULL). */
+/* The handle of the first opened sensor built into the monitor with HID handle `hid`, stored
+ * through `handle`, which must not be NULL: EMERR_OK, EMERR_NOT_REGISTERED when none (or `hid` is
+ * NULL), EMERR_FAILED when the registry could not be searched. Takes the registry's lock. */
 QUILBY_EXPORT EmError QuilbyGetHandleForHIDHandle(void* hid, MDHandle* handle);
-/* The handle of the first opened sensor with device id `deviceID` (0 is refused):
- * EMERR_OK, or EMERR_NOT_REGISTERED. */
+/* The handle of the first opened sensor with device id `deviceID` (0 is refused), stored through
+ * `handle`, which must not be NULL: EMERR_OK, EMERR_NOT_REGISTERED, or EMERR_FAILED as above. */
 QUILBY_EXPORT EmError QuilbyGetHandleForDeviceID(MDDeviceID deviceID, MDHandle* handle);
 /* Drops `handle` from the registry without closing it; the caller owns it from then on.
- * EMERR_OK, or EMERR_NOT_REGISTERED for an unknown or NULL handle. */
+ * EMERR_OK, EMERR_NOT_REGISTERED for an unknown or NULL handle, EMERR_FAILED on an internal
+ * failure. Only the search takes the registry's lock; a caller on another thread than the page's
+ * requests holds QuilbyLockSensors around this call. */
 QUILBY_EXPORT EmError QuilbyRemoveSensor(MDHandle handle);
 /* Before the HID handle of the monitor (serial, product) changes: closes the built-in sensors
  * opened through it, keeping their identifiers. Returns the monitor-control library's status when
- * it finds no HID handle, else EMERR_OK. */
+ * it finds no HID handle, EMERR_FAILED on an internal failure, else EMERR_OK. */
 QUILBY_EXPORT EmError QuilbyPreUpdateBuiltInSensorHandle(const char* serial, const char* product);
 /* After the change: reopens those sensors under their old identifiers. Status as above. */
 QUILBY_EXPORT EmError QuilbyUpdateBuiltInSensorHandle(const char* serial, const char* product);

@@ -19,6 +19,8 @@ namespace vesk::device {
 //
 // Locking: update, connectedDeviceIDs, enumerate and operator[] take the recursive mutex;
 // setDeviceIDMappings, size and empty do not (the mappings are set from the request thread only).
+// update reads the mappings under the mutex, so a refresh from another thread must not overlap
+// the page's replacing them: nothing orders the two.
 class SerialUSBConnection {
  public:
   static SerialUSBConnection& Instance();
@@ -33,7 +35,8 @@ class SerialUSBConnection {
   // Takes a USB snapshot and keeps, in enumeration order, the ids of the devices whose names are
   // mapped (twice when two devices share a name). Without mappings nothing is enumerated and the
   // list is empty; a failed snapshot leaves it empty. A missing USB enumeration library or
-  // function throws its 404 (the list is then empty and the lock released).
+  // function throws its 404 with the lock released; the list then holds the ids found before the
+  // failure (none unless the snapshot's release is what is missing). Locks.
   void update();
 
   // [{"deviceID": id}, ...] of the last update.

@@ -47,7 +47,10 @@ const std::set<std::string> kExports = {
     "SensorCorrelationDescription", "SensorCorrelationData", "SensorCorrelationDatabase",
     "SensorCorrelationMatrix", "SensorCorrelationMatrixData", "SensorCorrelationMatrixDatabase",
     "SensorAmbraSense", "SensorAmbraSenseLevel", "SensorIFSTempCorrectParam",
-    "SensorIFSBrightCorrectParamUpdate", "SensorDeviceOption", "Setup", "TearDown"};
+    "SensorIFSBrightCorrectParamUpdate", "SensorDeviceOption", "Setup", "TearDown",
+    "SensorControlGetHandleForID", "QuilbyGetHandleForHIDHandle", "QuilbyGetHandleForDeviceID",
+    "QuilbyRemoveSensor", "QuilbyPreUpdateBuiltInSensorHandle", "QuilbyUpdateBuiltInSensorHandle",
+    "QuilbyEnumConnectedSerialSensors", "QuilbyLockSensors", "QuilbyUnlockSensors"};
 
 TEST(ExportsTest, ExportsExactlyTheCInterface) {
   EXPECT_EQ(dynamicSymbols("--defined-only"), kExports);

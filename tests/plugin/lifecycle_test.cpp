@@ -109,7 +109,7 @@ TEST_F(LifecycleTest, UnloadedPluginLeavesTheProcess) {
   };
   loadPlugin(exportsDirectory(), true);
   // A request exercises every part that keeps state (parser, log, loaders).
-  EXPECT_EQ(call("Sensors", "PUT", "", "", R"({"a":[1,2]})").status, 405);
+  EXPECT_EQ(call("DeviceID", "PUT", "", "", R"({"a":[1,2]})").status, 405);
   EXPECT_TRUE(pluginIsLoaded());
   unloadPlugin(true);
   EXPECT_FALSE(pluginIsLoaded()) << "the host could not unload the plug-in";

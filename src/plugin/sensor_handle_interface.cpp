@@ -1,0 +1,182 @@
+// The sensor-handle interface: how other components of the host share the sensors the page
+// opened. Every function may run on any host thread, so each walk over the sensor cache holds its
+// recursive mutex, and nothing but QuilbyLockSensors' std::system_error reaches the caller: any
+// other failure (a lock that cannot be taken, lack of memory) becomes the function's documented
+// "not found" or EMERR_FAILED answer.
+#include "quilby/plugin.h"
+
+#include "bridge/logger.h"
+#include "device/sensor_cache.h"
+#include "device/serial_usb_connection.h"
+#include "loader/loaders.h"
+#include "quilby/measurement_device.h"
+#include "quilby/monitor_control.h"
+
+#include <mutex>
+#include <string>
+#include <system_error>
+
+namespace {
+
+using vesk::device::SensorCache;
+using CacheLock = std::lock_guard<std::recursive_mutex>;
+
+// The first entry, in identifier order, whose handle `matches`; EMERR_NOT_REGISTERED when none.
+template <class Predicate>
+EmError findHandle(MDHandle* handle, Predicate matches) {
+  SensorCache& cache = SensorCache::Instance();
+  const CacheLock lock(cache.mutex());
+  for (const auto& entry : cache.handles()) {
+    if (matches(entry.second.handle)) {
+      *handle = entry.second.handle;
+      return EMERR_OK;
+    }
+  }
+  return EMERR_NOT_REGISTERED;
+}
+
+// Only sensors opened through a monitor carry its serial and product, so those opened by device
+// or individual id never match a real monitor. A NULL text names no monitor.
+bool isBuiltInto(const vesk::device::SensorHandle& entry, const char* serial, const char* product) {
+  return serial && product && entry.serial == serial && entry.product == product;
+}
+
+// The monitor-control library's status for the monitor's current HID handle, stored in `hid`
+// (left null when the library gives none).
+EmError monitorHIDHandle(const char* serial, const char* product, void*& hid) {
+  hid = nullptr;
+  return vesk::libemcLoader::loader().call<decltype(EmCtrlGetHIDHandle)>(
+      "EmCtrlGetHIDHandle", serial, product, &hid);
+}
+
+void logLine(MireltoLevel level, const char* text) {
+  vesk::QuilbyLogger::Instance().log(level, text);
+}
+
+}  // namespace
+
+QUILBY_EXPORT int SensorControlGetHandleForID(const char* id, MDHandle* handle) {
+  if (!id) return 0;
+  try {
+    const MDHandle found = SensorCache::Instance().handle(id);
+    if (handle) *handle = found;
+    return found ? 1 : 0;
+  } catch (...) {
+    return 0;
+  }
+}
+
+QUILBY_EXPORT EmError QuilbyGetHandleForHIDHandle(void* hid, MDHandle* handle) {
+  if (!hid) return EMERR_NOT_REGISTERED;
+  try {
+    return findHandle(handle, [hid](MDHandle candidate) { return MDGetHIDHandle(candidate) == hid; });
+  } catch (...) {
+    return EMERR_FAILED;
+  }
+}
+
+QUILBY_EXPORT EmError QuilbyGetHandleForDeviceID(MDDeviceID deviceID, MDHandle* handle) {
+  // Refused before locking: 0 is no device.
+  if (deviceID == 0) return EMERR_NOT_REGISTERED;
+  try {
+    return findHandle(handle, [deviceID](MDHandle candidate) {
+      return MDGetDeviceID(candidate) == deviceID;
+    });
+  } catch (...) {
+    return EMERR_FAILED;
+  }
+}
+
+QUILBY_EXPORT EmError QuilbyRemoveSensor(MDHandle handle) {
+  if (!handle) return EMERR_NOT_REGISTERED;
+  try {
+    SensorCache& cache = SensorCache::Instance();
+    const std::string id = cache.idForHandle(handle);
+    if (id.empty()) return EMERR_NOT_REGISTERED;
+    // Deliberately outside the lock, which idForHandle has already released: a caller on another
+    // thread than the page's requests holds QuilbyLockSensors around this call.
+    cache.unregisterHandle(id);
+    return EMERR_OK;
+  } catch (...) {
+    return EMERR_FAILED;
+  }
+}
+
+QUILBY_EXPORT EmError QuilbyPreUpdateBuiltInSensorHandle(const char* serial, const char* product) {
+  try {
+    void* hid = nullptr;
+    const EmError status = monitorHIDHandle(serial, product, hid);
+    // Handed back unchanged, so a success that found no HID handle does nothing and succeeds.
+    if (EMERR_IS_FAILURE(status) || !hid) return status;
+    SensorCache& cache = SensorCache::Instance();
+    const CacheLock lock(cache.mutex());
+    for (auto& entry : cache.handles()) {
+      vesk::device::SensorHandle& sensor = entry.second;
+      if (!isBuiltInto(sensor, serial, product)) continue;
+      // The entry keeps its identifier either way, so that the page's requests survive the
+      // change; a handle that would not close stays in place until the update replaces it.
+      if (EMERR_IS_FAILURE(MDClose(&sensor.handle))) {
+        logLine(vesk::kLogFailure, "Failed to close sensor on pre update built-in sensor handle.");
+      } else {
+        sensor.handle = nullptr;
+        logLine(vesk::kLogInformation, "Close sensor on pre update built-in sensor handle.");
+      }
+    }
+    return EMERR_OK;
+  } catch (...) {
+    return EMERR_FAILED;
+  }
+}
+
+QUILBY_EXPORT EmError QuilbyUpdateBuiltInSensorHandle(const char* serial, const char* product) {
+  try {
+    void* hid = nullptr;
+    const EmError status = monitorHIDHandle(serial, product, hid);
+    // Handed back unchanged, so a success that found no HID handle does nothing and succeeds.
+    if (EMERR_IS_FAILURE(status) || !hid) return status;
+    SensorCache& cache = SensorCache::Instance();
+    const CacheLock lock(cache.mutex());
+    for (auto& entry : cache.handles()) {
+      vesk::device::SensorHandle& sensor = entry.second;
+      if (!isBuiltInto(sensor, serial, product)) continue;
+      MDHandle reopened = nullptr;
+      if (EMERR_IS_FAILURE(MDOpenWithHIDHandle(hid, &reopened))) {
+        logLine(vesk::kLogFailure, "Failed to open sensor on update built-in sensor handle.");
+      } else {
+        sensor.handle = reopened;
+        logLine(vesk::kLogInformation, "Reopen sensor on update built-in sensor handle.");
+      }
+    }
+    return EMERR_OK;
+  } catch (...) {
+    return EMERR_FAILED;
+  }
+}
+
+QUILBY_EXPORT EmError QuilbyEnumConnectedSerialSensors(uint32_t index, MDDeviceID* deviceID) {
+  try {
+    vesk::device::SerialUSBConnection& connection = vesk::device::SerialUSBConnection::Instance();
+    // Only index 0 takes a new USB snapshot; later indexes read the list it left.
+    if (index == 0) connection.update();
+    return connection.enumerate(index, deviceID);
+  } catch (...) {
+    return EMERR_FAILED;
+  }
+}
+
+QUILBY_EXPORT void QuilbyLockSensors(void) {
+  try {
+    SensorCache::Instance().mutex().lock();
+  } catch (const std::system_error&) {
+    // The one exception allowed out: the caller must not go on as if it held the lock.
+    throw;
+  } catch (...) {
+  }
+}
+
+QUILBY_EXPORT void QuilbyUnlockSensors(void) {
+  try {
+    SensorCache::Instance().mutex().unlock();
+  } catch (...) {
+  }
+}
