@@ -56,6 +56,7 @@ EmError setRecord(const char* function, void* hid, const Record* in, Record Data
   return onHid(call, hid, [&](Monitor& monitor, Sensor&) -> EmError {
     if (!in) return EMERR_INVALID_BUFFER;
     if (luminanceLevel && !monitor.supportsLuminanceLevelCorrection) return EMERR_UNSUPPORTED;
+    if (!records::finite(in, layout)) return EMERR_INVALID_DATA;
     monitor.selectedDataSet().*member = *in;
     return EMERR_OK;
   });

@@ -62,6 +62,10 @@ EmError addCorrelation(Call& call, const char* monitorSerial, const char* monito
   }
   if (!data || !id) return EMERR_INVALID_BUFFER;
   if (date && !validDate(*date)) return EMERR_INVALID_DATA;
+  const records::Layout& layout = kind == CorrelationKind::CSSG2
+                                      ? records::kCSSG2CorrelationDataEx
+                                      : records::kIFSv3CorrelationData;
+  if (!records::finite(data, layout)) return EMERR_INVALID_DATA;
   World& world = call.world();
   CorrelationRecord record;
   record.id = nextID(world.correlations);

@@ -44,11 +44,7 @@ cairnjson::Value unsignedInteger(uint64_t value) {
   return integer(static_cast<long long>(value));
 }
 
-cairnjson::Value real(double value) {
-  cairnjson::Value json;
-  json.setDouble(value);
-  return json;
-}
+cairnjson::Value real(double value) { return records::number(value); }
 
 cairnjson::Value boolean(bool value) {
   cairnjson::Value json;

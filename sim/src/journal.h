@@ -37,7 +37,7 @@ namespace form {
 cairnjson::Value integer(long long value);
 // Above the signed 64-bit range the value is written as a floating number.
 cairnjson::Value unsignedInteger(uint64_t value);
-cairnjson::Value real(double value);
+cairnjson::Value real(double value);  // "nan", "inf", "-inf" for the non-finite values
 cairnjson::Value boolean(bool value);
 cairnjson::Value text(const char* text);               // null for NULL
 cairnjson::Value sensorHandle(const void* handle);     // "md:7"; null for NULL

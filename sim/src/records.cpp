@@ -186,12 +186,6 @@ Integer integerAt(const void* record, std::size_t offset) {
   return value;
 }
 
-cairnjson::Value number(double value) {
-  cairnjson::Value json;
-  json.setDouble(value);
-  return json;
-}
-
 // Null when every element is zero, so that the member is left out.
 cairnjson::Value writeDoubles(const void* record, const Field& field) {
   bool allZero = true;
@@ -375,6 +369,31 @@ constexpr Field kIFSv3Fields[] = {
 
 const Layout kCSSG2CorrelationDataEx{sizeof(MDCSSG2CorrelationDataEx), kCorrelationDataExFields};
 const Layout kIFSv3CorrelationData{sizeof(MDIFSv3CorrelationData), kIFSv3Fields};
+
+cairnjson::Value number(double value) {
+  cairnjson::Value json;
+  if (std::isfinite(value)) {
+    json.setDouble(value);
+  } else {
+    json.setString(std::isnan(value) ? "nan" : value > 0.0 ? "inf" : "-inf");
+  }
+  return json;
+}
+
+bool finite(const void* record, const Layout& layout) {
+  for (const Field& field : layout.fields) {
+    if (field.kind == Kind::Record) {
+      if (!finite(at(record, field.offset), *field.record)) return false;
+    } else if (field.kind == Kind::Double) {
+      const std::size_t count =
+          field.columns == 0 ? 1 : (field.rows == 0 ? 1 : field.rows) * field.columns;
+      for (std::size_t i = 0; i < count; ++i) {
+        if (!std::isfinite(doubleAt(record, field.offset + i * sizeof(double)))) return false;
+      }
+    }
+  }
+  return true;
+}
 
 cairnjson::Value write(const void* record, const Layout& layout) {
   cairnjson::Value json(cairnjson::Type::Object);

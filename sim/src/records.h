@@ -63,7 +63,16 @@ extern const Layout kRefToneParam;
 extern const Layout kToneCorrectionParam;
 extern const Layout kIFSv3CorrelationData;
 
-// The record at `record` as JSON, zero members left out (an all-zero record gives {}).
+// A double as JSON: a floating number, or, for the values JSON cannot carry, the texts "nan",
+// "inf" and "-inf" (so that a journal entry of a call given such a value stays readable).
+cairnjson::Value number(double value);
+
+// Whether every floating member of the record at `record` is a finite number. The simulated
+// libraries refuse to store records that are not, so that the world always dumps and loads.
+bool finite(const void* record, const Layout& layout);
+
+// The record at `record` as JSON, zero members left out (an all-zero record gives {}); non-finite
+// members as number() writes them.
 cairnjson::Value write(const void* record, const Layout& layout);
 
 // Fills the zeroed record at `record` from `value`. Throws WorldFormatError naming `place` (the

@@ -1,1 +1,204 @@
 #include "resources/correlation_matrix.h"
+
+#include "bridge/em_error.h"
+#include "device/monitor_lock.h"
+#include "json/serializer.h"
+#include "loader/loaders.h"
+#include "quilby/color_sensor.h"
+#include "quilby/measurement_device.h"
+#include "quilby/monitor_control.h"
+#include "resources/builtin_sensor_data_index.h"
+#include "resources/correlation.h"
+#include "resources/sensor_lookup.h"
+
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <string>
+
+namespace vesk::bridge {
+
+namespace {
+
+constexpr const char* kMatrixWord = "CorrelationMatrix";
+
+constexpr std::size_t kColumns = 3;
+constexpr std::size_t kSquareRows = 3;
+constexpr std::size_t kTermRows = 8;
+
+cairnjson::Value integer(long long number) {
+  cairnjson::Value value;
+  value.setInteger(number);
+  return value;
+}
+
+// ---- The built-in sensor's correction matrix ----------------------------------------------------
+
+// Row-major library form to rows of floating numbers.
+cairnjson::Value rowsToJson(const double* matrix, std::size_t rows) {
+  cairnjson::Value json(cairnjson::Type::Array);
+  for (std::size_t row = 0; row < rows; ++row) {
+    cairnjson::Value columns(cairnjson::Type::Array);
+    for (std::size_t column = 0; column < kColumns; ++column) {
+      cairnjson::Value number;
+      number.setDouble(matrix[row * kColumns + column]);
+      columns.push_back(number);
+    }
+    json.push_back(columns);
+  }
+  return json;
+}
+
+void rowsFromJson(const cairnjson::Value& json, std::size_t rows, double* matrix) {
+  for (std::size_t row = 0; row < rows; ++row) {
+    for (std::size_t column = 0; column < kColumns; ++column) {
+      matrix[row * kColumns + column] = json[row][column].toDouble(0.0);
+    }
+  }
+}
+
+bool supports8x3(const libmSensorLoader& sensor, void* hid) {
+  return sensor.call<decltype(CSSG2H_SupportedXYZCorrectionMatrix8DXT)>(
+             "CSSG2H_SupportedXYZCorrectionMatrix8DXT", hid) != 0;
+}
+
+// The matrix of the selected data set, in the form the sensor supports.
+cairnjson::Value readMatrix(void* hid) {
+  MonitorLock section(hid);
+  section.lock();
+  const libmSensorLoader& sensor = libmSensorLoader::loader();
+  if (!supports8x3(sensor, hid)) {
+    double matrix[kSquareRows * kColumns] = {};
+    BridgeCheckEmError(sensor.call<decltype(CSSG2H_GetXYZCorrectionMatrix)>(
+                           "CSSG2H_GetXYZCorrectionMatrix", hid, matrix),
+                       "Get color sensor correction matrix 3x3.");
+    return rowsToJson(matrix, kSquareRows);
+  }
+  double matrix[kTermRows * kColumns] = {};
+  BridgeCheckEmError(sensor.call<decltype(CSSG2H_GetXYZCorrectionMatrix8DXT)>(
+                         "CSSG2H_GetXYZCorrectionMatrix8DXT", hid, matrix),
+                     "Get color sensor correction matrix 8x3.");
+  return rowsToJson(matrix, kTermRows);
+}
+
+void writeMatrix(void* hid, const cairnjson::Value& rows) {
+  BridgeCheckRequestCondition(rows.isArray(), "matrix data type is not array.");
+  // Fewer than 3 rows can only take the 3x3 path, which refuses them; refuse before locking.
+  BridgeCheckRequestCondition(rows.size() >= kSquareRows, "matrix data size is invalid.");
+  // The support query runs inside the section too, so that the form asked about is the form
+  // written.
+  MonitorLock section(hid);
+  section.lock();
+  const libmSensorLoader& sensor = libmSensorLoader::loader();
+  if (rows.size() >= kTermRows && supports8x3(sensor, hid)) {
+    double matrix[kTermRows * kColumns] = {};
+    rowsFromJson(rows, kTermRows, matrix);
+    BridgeCheckEmError(sensor.call<decltype(CSSG2H_SetXYZCorrectionMatrix8DXT)>(
+                           "CSSG2H_SetXYZCorrectionMatrix8DXT", hid, matrix),
+                       "Set color sensor correction matrix 8x3.");
+    return;
+  }
+  double matrix[kSquareRows * kColumns] = {};
+  rowsFromJson(rows, kSquareRows, matrix);
+  BridgeCheckEmError(sensor.call<decltype(CSSG2H_SetXYZCorrectionMatrix)>(
+                         "CSSG2H_SetXYZCorrectionMatrix", hid, matrix),
+                     "Set color sensor correction matrix 3x3.");
+}
+
+// The compact JSON text of `value`; false when it holds a number JSON cannot carry.
+bool serialized(const cairnjson::Value& value, std::string& text) {
+  auto out = std::back_inserter(text);
+  return cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
+}
+
+// What Get and Put of the matrix data share: the built-in sensor's monitor, user set selected.
+void* matrixDataMonitor(const BridgeData& data, std::string* uri) {
+  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, uri, "CorrelationMatrix/Data"));
+  ApplyBuiltinSensorDataIndex(hid, nullptr, false);
+  return hid;
+}
+
+}  // namespace
+
+BridgeResult SensorCorrelationMatrix::Get(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), kMatrixWord);
+  BridgeCheckRequestCondition(HasQueryKey(data, "available"), "requires 'available' query.");
+  void* hid = BuiltInSensorHIDHandle(handle);
+  char serial[EMCTRL_SERIAL_SIZE] = {};
+  char product[EMCTRL_PRODUCT_SIZE] = {};
+  GetSerialProductWithHIDHandle(hid, serial, product, true);
+  const std::uint16_t panelRevision = libemcLoader::loader().call<decltype(EmCtrlGetPanelRevision)>(
+      "EmCtrlGetPanelRevision", serial, product);
+
+  const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
+  cairnjson::Value matrices(cairnjson::Type::Array);
+  for (std::uint32_t index = 0;; ++index) {
+    MDDeviceID referenceDeviceID = 0;
+    char referenceSerial[MD_REFERENCE_SERIAL_SIZE] = {};
+    std::int64_t id = 0;
+    // Whatever ends the listing (past the end, or a failure) is the library's to explain.
+    if (library.call<decltype(MDEnumCorrelationMatrix)>("MDEnumCorrelationMatrix", handle, product,
+                                                        panelRevision, index, &referenceDeviceID,
+                                                        referenceSerial, &id) != EMERR_OK) {
+      break;
+    }
+    cairnjson::Value reference(cairnjson::Type::Object);
+    reference["deviceID"] = integer(referenceDeviceID);
+    cairnjson::Value serialText;
+    serialText.setString(
+        std::string(referenceSerial, strnlen(referenceSerial, sizeof referenceSerial)));
+    reference["serial"] = serialText;
+    cairnjson::Value matrix(cairnjson::Type::Object);
+    matrix["referenceSensor"] = reference;
+    matrix["id"] = integer(id);
+    matrices.push_back(matrix);
+  }
+  return BridgeResultOK(matrices);
+}
+
+BridgeResult SensorCorrelationMatrix::Put(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), kMatrixWord);
+  BridgeCheckRequestCondition(data.data.isNumber(), "data must be number.");
+  const std::uint64_t id = CorrelationIdFromJson(data.data);
+  const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
+  BridgeCheckEmError(library.call<decltype(MDApplyCorrelationMatrix)>(
+                         "MDApplyCorrelationMatrix", handle, id),
+                     "Apply correlation matrix.");
+  return BridgeResultOK(cairnjson::Value());
+}
+
+BridgeResult SensorCorrelationMatrix::Delete(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), kMatrixWord);
+  const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
+  BridgeCheckEmError(library.call<decltype(MDReleaseCorrelationMatrix)>(
+                         "MDReleaseCorrelationMatrix", handle),
+                     "Release correlation matrix.");
+  return BridgeResultOK(cairnjson::Value());
+}
+
+BridgeResult SensorCorrelationMatrixData::Get(const BridgeData& data) {
+  void* hid = matrixDataMonitor(data, &uri());
+  const cairnjson::Value matrix = readMatrix(hid);
+  cairnjson::Value answer(cairnjson::Type::Object);
+  answer["matrix"] = matrix;
+  if (HasQueryKey(data, "checksFactoryData")) {
+    ApplyBuiltinSensorDataIndex(hid, nullptr, true);
+    const cairnjson::Value factoryMatrix = readMatrix(hid);
+    std::string user;
+    std::string factory;
+    const bool userSerialized = serialized(matrix, user);
+    const bool factorySerialized = serialized(factoryMatrix, factory);
+    cairnjson::Value isFactory;
+    isFactory.setBool(userSerialized && factorySerialized && user == factory);
+    answer["isFactory"] = isFactory;
+  }
+  return BridgeResultOK(answer);
+}
+
+BridgeResult SensorCorrelationMatrixData::Put(const BridgeData& data) {
+  void* hid = matrixDataMonitor(data, &uri());
+  writeMatrix(hid, data.data["matrix"]);
+  return BridgeResultOK(cairnjson::Value());
+}
+
+}  // namespace vesk::bridge

@@ -1,5 +1,6 @@
 #include "sim_test_support.h"
 
+#include <cmath>
 #include <cstring>
 #include <string>
 
@@ -81,6 +82,34 @@ TEST_F(JournalTest, RecordsInputRecordsAndOmitsOutputs) {
   EXPECT_EQ(sim_test::compact(entries[1ul]["arguments"]), R"(["hid:0x1001"])");
   EXPECT_EQ(sim_test::compact(entries[2ul]["arguments"]),
             R"(["hid:0x1001",[1,0.0,0.0,0.0,1,0.0,0.0,0.0,0.5]])");
+}
+
+TEST_F(JournalTest, NonFiniteInputsAreNamedAndStoredNowhere) {
+  const double nan = std::nan("");
+  const double inf = HUGE_VAL;
+  const double matrix[9] = {nan, 0, 0, 0, inf, 0, 0, 0, -inf};
+  EXPECT_EQ(CSSG2H_SetXYZCorrectionMatrix(sim_test::kStudioHid, matrix), EMERR_INVALID_DATA);
+  MDCSSG2CalibrationData calibration{};
+  calibration.calibration.a[1][2] = inf;
+  EXPECT_EQ(CSSG2H_SetColorSensorCalibData(sim_test::kStudioHid, &calibration), EMERR_INVALID_DATA);
+  MDCSSG2CorrelationDataEx correlation{};
+  correlation.luminanceLevelCorrection.brightness = nan;
+  int64_t id = 0;
+  EXPECT_EQ(MDAddCSSG2CorrelationDataEx(sim_test::kStudioSerial, sim_test::kStudioProduct, 48,
+                                        "S5-240117", &correlation, &id),
+            EMERR_INVALID_DATA);
+
+  // JSON has no numbers for these; the journal names them and stays one readable document.
+  const Value entries = sim_test::journal();
+  ASSERT_EQ(entries.size(), 3u);
+  EXPECT_EQ(sim_test::compact(entries[0ul]["arguments"][1ul]),
+            R"(["nan",0.0,0.0,0.0,"inf",0.0,0.0,0.0,"-inf"])");
+  EXPECT_EQ(sim_test::compact(entries[1ul]["arguments"][1ul]),
+            R"({"calibration":{"a":[[0.0,0.0,0.0],[0.0,0.0,"inf"],[0.0,0.0,0.0]]}})");
+  EXPECT_EQ(sim_test::compact(entries[2ul]["arguments"][4ul]),
+            R"({"luminanceLevelCorrection":{"brightness":"nan"}})");
+  // Nothing was stored, so the world still dumps and loads as it is.
+  EXPECT_EQ(sim_test::loadWorld(sim_test::controlText(QuilbySimWorld)), "");
 }
 
 TEST_F(JournalTest, ClearAndResetEmptyIt) {
