@@ -3,27 +3,35 @@
 #
 #   make build   normal build (build/)
 #   make test    all tests in the normal build, then again under AddressSanitizer and
-#                UndefinedBehaviorSanitizer (build-asan/)
+#                UndefinedBehaviorSanitizer (build-asan/), then the registry stress test under
+#                ThreadSanitizer (test-tsan); the web console's browser test runs between them
+#   make test-tsan  the registry stress test alone under ThreadSanitizer (build-tsan/)
+#   make test-browser  the web console in headless Chromium against build/quilby-host
 #   make bench   the benchmarks, optimised build (build-bench/)
 #   make fuzz    the libFuzzer targets for FUZZ_SECONDS each (clang, build-fuzz/)
-#   make demo    the development host on the simulated device world (not yet available)
+#   make demo    the development host on the simulated device world; prints the console's URL
+#                (DEMO_FLAGS="--port 9000 ..." passes flags to quilby-host)
 
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
+DEMO_FLAGS ?=
 CONFIGURE = cmake -S . -G Ninja -Wno-dev
 
 # Sanitizer runs halt on the first report.
 export ASAN_OPTIONS ?= halt_on_error=1:abort_on_error=1:detect_leaks=1
 export UBSAN_OPTIONS ?= halt_on_error=1:print_stacktrace=1
 
-.PHONY: build test test-normal test-asan bench fuzz demo clean
+.PHONY: build test test-normal test-asan test-tsan test-browser bench fuzz demo clean
 
 build:
 	@scripts/install-deps build
 	$(CONFIGURE) -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 	cmake --build build -j $(JOBS)
 
+# The ThreadSanitizer run comes last, after both other runs have passed.
 test: test-normal test-asan
+	$(MAKE) test-browser
+	$(MAKE) test-tsan
 
 test-normal:
 	@scripts/install-deps test
@@ -36,6 +44,24 @@ test-asan:
 	$(CONFIGURE) -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILBY_SANITIZER=address-undefined
 	cmake --build build-asan -j $(JOBS)
 	ctest --test-dir build-asan --output-on-failure -j $(JOBS)
+
+# Only the stress test and what it loads (the plug-in and the simulated libraries, its
+# dependencies) are built with ThreadSanitizer; the first report fails the run.
+test-tsan:
+	@scripts/install-deps test
+	$(CONFIGURE) -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILBY_SANITIZER=thread
+	cmake --build build-tsan -j $(JOBS) --target registry_stress_tests
+	TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/registry/registry_stress_tests
+
+# The console in Chromium: Playwright (tests/browser/package-lock.json) drives Debian's chromium
+# against build/quilby-host on a free loopback port; the screenshots go to build/browser/.
+test-browser:
+	@scripts/install-deps test browser
+	$(CONFIGURE) -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build build -j $(JOBS) --target quilby-host
+	cd tests/browser && npm ci --no-audit --no-fund
+	cd tests/browser && QUILBY_HOST=$(CURDIR)/build/quilby-host \
+	  QUILBY_SCREENSHOTS=$(CURDIR)/build/browser node --test console.test.mjs
 
 bench:
 	@scripts/install-deps bench
@@ -53,10 +79,13 @@ fuzz:
 	build-fuzz/fuzz/json_fuzz -max_total_time=$(FUZZ_SECONDS) -dict=fuzz/json.dict \
 	  build-fuzz/corpus/json fuzz/corpus/json
 
+# Builds only the host and what it loads (the plug-in, the simulated libraries), then serves the
+# console until Ctrl-C.
 demo:
-	@echo "make demo starts the development host on the simulated device world;" \
-	      "it is not available yet."
-	@exit 1
+	@scripts/install-deps demo
+	$(CONFIGURE) -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build build -j $(JOBS) --target quilby-host
+	build/quilby-host $(DEMO_FLAGS)
 
 clean:
-	rm -rf build build-asan build-bench build-fuzz
+	rm -rf build build-asan build-tsan build-bench build-fuzz

@@ -1,0 +1,323 @@
+#include "frontend.h"
+
+#include "json/cairnjson.h"
+
+#include <algorithm>
+#include <charconv>
+#include <exception>
+#include <iterator>
+
+namespace quilbyhost {
+
+namespace {
+
+std::string compact(const cairnjson::Value& value) {
+  std::string text;
+  auto out = std::back_inserter(text);
+  cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
+  return text;
+}
+
+// `valueText` must be JSON text; the simulator's own texts are embedded without a second pass.
+std::string envelopeAround(const std::string& valueText) {
+  return R"({"error":null,"value":)" + valueText + "}";
+}
+
+HostResponse reply(int status, std::string body) {
+  HostResponse response;
+  response.status = status;
+  response.body = std::move(body);
+  return response;
+}
+
+HostResponse answer(const cairnjson::Value& value) {
+  return reply(200, envelopeAround(compact(value)));
+}
+
+HostResponse hostError(int status, const std::string& message) {
+  return reply(status, hostErrorEnvelope("HostError", message));
+}
+
+HostResponse simulatorError(int status, const std::string& message) {
+  return reply(status, hostErrorEnvelope("SimulatorError", message));
+}
+
+bool startsWith(const std::string& text, const std::string& prefix) {
+  return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+// The path's segments after `prefix`, decoded; none when the path is not longer than the prefix.
+std::vector<std::string> segmentsAfter(const std::string& path, const std::string& prefix) {
+  std::vector<std::string> segments;
+  if (path.size() <= prefix.size()) return segments;
+  std::string_view rest = std::string_view(path).substr(prefix.size());
+  while (!rest.empty()) {
+    const std::size_t slash = rest.find('/');
+    segments.push_back(percentDecode(rest.substr(0, slash), false));
+    if (slash == std::string_view::npos) break;
+    rest.remove_prefix(slash + 1);
+  }
+  return segments;
+}
+
+bool parseJson(const std::string& text, cairnjson::Value& value) {
+  cairnjson::Parser parser;
+  return parser.parse(text, value);
+}
+
+// The value of `key` in a raw query string, and whether it was there.
+bool queryValue(const std::string& rawQuery, const std::string& key, std::string& value) {
+  cairnjson::Value query;
+  parseJson(queryObjectText(rawQuery), query);
+  if (!query.contains(key)) return false;
+  value = query[key].toString("");
+  return true;
+}
+
+}  // namespace
+
+std::string hostErrorEnvelope(const std::string& name, const std::string& message) {
+  cairnjson::Value envelope(cairnjson::Type::Object);
+  envelope["error"]["message"].setString(message);
+  envelope["error"]["name"].setString(name);
+  envelope["value"] = cairnjson::Value();
+  return compact(envelope);
+}
+
+Frontend::Frontend(HostThread& thread, const Simulator* simulator, std::string consoleDirectory)
+    : thread_(thread), simulator_(simulator), consoleDirectory_(std::move(consoleDirectory)) {}
+
+HostResponse Frontend::handle(const std::string& method, const std::string& target,
+                              const std::string& body) {
+  try {
+    std::string path;
+    std::string rawQuery;
+    splitTarget(target, path, rawQuery);
+    if (startsWith(path, "/bridge/")) {
+      if (method != "POST") return hostError(405, "The bridge route takes POST only.");
+      const std::vector<std::string> name = segmentsAfter(path, "/bridge/");
+      if (name.size() != 1) return hostError(404, "No route " + path + ".");
+      const RouteMatch match = mapBridgeRequest(name.front(), body);
+      if (!match.ok()) return hostError(match.error.status, match.error.message);
+      return callPlugin(match.call);
+    }
+    if (path == "/sim" || startsWith(path, "/sim/")) {
+      return handleSimulator(method, path, rawQuery, body);
+    }
+    if (startsWith(path, "/host/")) return handleHost(method, path);
+    const RouteMatch match = mapRestRequest(method, target, body);
+    if (!match.ok()) return hostError(match.error.status, match.error.message);
+    return callPlugin(match.call);
+  } catch (const std::exception& error) {
+    return hostError(500, std::string("The host failed: ") + error.what());
+  } catch (...) {
+    return hostError(500, "The host failed.");
+  }
+}
+
+HostResponse Frontend::callPlugin(const BridgeCall& call) {
+  Answer delivered;
+  std::string error;
+  const bool ok = thread_.run([&] {
+    return PluginHost::Instance().call(call.entryPoint, call.request, call.parameters, call.query,
+                                       call.data, delivered, error);
+  });
+  if (!ok) {
+    HostResponse failed = hostError(502, error);
+    failed.entryPoint = call.entryPoint;
+    return failed;
+  }
+  HostResponse response = reply(delivered.status, delivered.envelope);
+  response.entryPoint = call.entryPoint;
+  response.promiseId = delivered.promiseId;
+  return response;
+}
+
+void Frontend::forgetSensors() {
+  Answer ignored;
+  std::string error;
+  PluginHost::Instance().call("Sensors", R"({"method":"DELETE"})", "{}", "{}", "", ignored,
+                              error);
+  // The closing of handles the new world no longer knows is noise, not part of its journal.
+  simulator_->clearJournal();
+}
+
+HostResponse Frontend::handleHost(const std::string& method, const std::string& path) {
+  if (method != "GET") return hostError(405, "The host routes take GET only.");
+  if (path == "/host/info") {
+    const HostSettings settings = PluginHost::Instance().settings();
+    cairnjson::Value info(cairnjson::Type::Object);
+    info["exportsPath"].setString(settings.exportsPath);
+    info["webPagePath"].setString(settings.htmlPath);
+    info["registryPath"].setString(settings.registryPath);
+    info["architecture"].setString(settings.architecture);
+    info["applicationName"].setString(settings.applicationName);
+    info["consoleDirectory"].setString(consoleDirectory_);
+    info["simulator"].setBool(simulator_ != nullptr);
+    info["pluginLoaded"].setBool(PluginHost::Instance().loaded());
+    return answer(info);
+  }
+  if (path == "/host/routes") {
+    cairnjson::Value routes(cairnjson::Type::Array);
+    for (const RestRoute& route : restRoutes()) {
+      cairnjson::Value row(cairnjson::Type::Object);
+      row["methods"].setString(route.methods);
+      row["path"].setString(route.pattern);
+      row["entryPoint"].setString(route.entryPoint);
+      routes.push_back(row);
+    }
+    return answer(routes);
+  }
+  return hostError(404, "No host route " + path + ".");
+}
+
+HostResponse Frontend::handleSimulator(const std::string& method, const std::string& path,
+                                       const std::string& rawQuery, const std::string& body) {
+  if (!simulator_) {
+    return hostError(404, "No simulator is loaded: the exports directory holds other device "
+                          "libraries than the simulated ones.");
+  }
+  const Simulator& simulator = *simulator_;
+  const std::vector<std::string> at = segmentsAfter(path, "/sim/");
+  const std::string route = method + " " + (at.empty() ? "" : at.front());
+  const auto onHostThread = [this](auto job) { return thread_.run(std::move(job)); };
+
+  if (at.size() == 1 && route == "GET world") {
+    return reply(200, envelopeAround(onHostThread([&] { return simulator.world(); })));
+  }
+  if (at.size() == 1 && route == "PUT world") {
+    std::string error;
+    const bool loaded = onHostThread([&] {
+      if (!simulator.loadWorld(body, error)) return false;
+      forgetSensors();
+      return true;
+    });
+    if (!loaded) return simulatorError(400, error);
+    return answer(cairnjson::Value());
+  }
+  if (at.size() == 1 && route == "POST reset") {
+    std::string error;
+    const int result = onHostThread([&] {
+      const int status = simulator.reset();
+      if (status != 0) error = simulator.lastError();
+      forgetSensors();
+      return status;
+    });
+    if (result != 0) {
+      return simulatorError(400, "The world file was refused, the built-in world was loaded: " +
+                                     error);
+    }
+    return answer(cairnjson::Value());
+  }
+  if (at.size() == 1 && route == "GET journal") {
+    std::string text = onHostThread([&] { return simulator.journal(); });
+    std::string last;
+    if (!queryValue(rawQuery, "last", last)) return reply(200, envelopeAround(text));
+    std::size_t count = 0;
+    const auto [end, error] = std::from_chars(last.data(), last.data() + last.size(), count);
+    if (error != std::errc() || end != last.data() + last.size()) {
+      return simulatorError(400, "last must be a whole number.");
+    }
+    cairnjson::Value entries;
+    parseJson(text, entries);
+    const cairnjson::Value::Elements& all = entries.elements();
+    const std::size_t from = all.size() > count ? all.size() - count : 0;
+    return answer(cairnjson::Value::makeArray(
+        cairnjson::Value::Elements(all.begin() + static_cast<std::ptrdiff_t>(from), all.end())));
+  }
+  if (at.size() == 1 && route == "DELETE journal") {
+    onHostThread([&] { simulator.clearJournal(); });
+    return answer(cairnjson::Value());
+  }
+  if (at.size() == 1 && route == "GET criticalSections") {
+    return reply(200, envelopeAround(onHostThread([&] { return simulator.criticalSections(); })));
+  }
+  if (at.size() == 1 && route == "GET functions") {
+    cairnjson::Value names(cairnjson::Type::Array);
+    for (const std::string& name : deviceFunctionNames()) {
+      names.push_back(cairnjson::Value::makeString(name));
+    }
+    return answer(names);
+  }
+  if (at.size() == 1 && route == "GET errors") {
+    cairnjson::Value codes(cairnjson::Type::Array);
+    for (const auto& [name, code] : emErrorCodes()) {
+      cairnjson::Value row(cairnjson::Type::Object);
+      row["name"].setString(name);
+      row["code"].setInteger(code);
+      codes.push_back(row);
+    }
+    return answer(codes);
+  }
+  if (at.size() == 1 && route == "POST failures") {
+    cairnjson::Value failure;
+    if (!parseJson(body, failure) || !failure.isObject() || !failure["function"].isString()) {
+      return simulatorError(400, "The body must be {\"function\": name, \"count\": n, "
+                                 "\"status\": code or EMERR_ name}.");
+    }
+    const std::string function = failure["function"].stringRef();
+    const auto& names = deviceFunctionNames();
+    if (std::find(names.begin(), names.end(), function) == names.end()) {
+      return simulatorError(400, "\"" + function + "\" is not a device-library function.");
+    }
+    const cairnjson::Value& countValue = failure["count"];
+    if (!countValue.isNull() && (!countValue.isInteger() || countValue.toLLong(-1) < 0 ||
+                                 countValue.toLLong(-1) > 0xFFFFFFFFLL)) {
+      return simulatorError(400, "count must be a whole number from 0 (remove) upwards.");
+    }
+    std::uint32_t status = 0x80000000u;
+    const cairnjson::Value& statusValue = failure["status"];
+    if (statusValue.isInteger() && statusValue.toLLong(-1) >= 0 &&
+        statusValue.toLLong(-1) <= 0xFFFFFFFFLL) {
+      status = static_cast<std::uint32_t>(statusValue.toLLong(0));
+    } else if (statusValue.isString()) {
+      if (!parseStatus(statusValue.stringRef(), status)) {
+        return simulatorError(400, "status \"" + statusValue.stringRef() +
+                                       "\" is not a number, 0x text or EMERR_ name.");
+      }
+    } else if (!statusValue.isNull()) {
+      return simulatorError(400, "status must be a number, 0x text or EMERR_ name.");
+    }
+    const auto count = static_cast<std::uint32_t>(countValue.isNull() ? 1 : countValue.toLLong(1));
+    onHostThread([&] { simulator.failNext(function, count, status); });
+    return answer(cairnjson::Value());
+  }
+  if (at.size() == 1 && route == "DELETE failures") {
+    onHostThread([&] { simulator.clearFailures(); });
+    return answer(cairnjson::Value());
+  }
+  if (at.size() == 4 && at[0] == "monitors" && method == "PUT" && at[3] == "shownColor") {
+    cairnjson::Value rgb;
+    bool valid = parseJson(body, rgb) && rgb.isArray() && rgb.size() == 3;
+    double channels[3] = {0, 0, 0};
+    for (unsigned long i = 0; valid && i < 3; ++i) {
+      valid = rgb[i].isNumber() && rgb[i].toDouble(-1) >= 0 && rgb[i].toDouble(-1) <= 1;
+      channels[i] = rgb[i].toDouble(0);
+    }
+    if (!valid) {
+      return simulatorError(400, "The body must be [red, green, blue], each from 0 to 1.");
+    }
+    const int result = onHostThread([&] {
+      return simulator.setShownColor(at[1], at[2], channels[0], channels[1], channels[2]);
+    });
+    if (result != 0) return simulatorError(404, "No monitor " + at[1] + " / " + at[2] + ".");
+    return answer(cairnjson::Value());
+  }
+  if (at.size() == 4 && at[0] == "monitors" && method == "PUT" && at[3] == "held") {
+    cairnjson::Value held;
+    if (!parseJson(body, held) || !held.isBool()) {
+      return simulatorError(400, "The body must be true (another program holds the monitor) or "
+                                 "false.");
+    }
+    const int result = onHostThread(
+        [&] { return simulator.holdMonitor(at[1], at[2], held.toInt(0) != 0); });
+    if (result != 0) {
+      return simulatorError(409, "No monitor " + at[1] + " / " + at[2] +
+                                     ", or this process holds its critical section.");
+    }
+    return answer(cairnjson::Value());
+  }
+  return hostError(404, "No simulator route " + method + " " + path + ".");
+}
+
+}  // namespace quilbyhost

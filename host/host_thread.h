@@ -1,0 +1,53 @@
+// The host's thread: the one thread on which the development host calls into the plug-in and
+// the simulator.
+//
+// The plug-in expects requests one at a time from the host's thread. The HTTP server answers on
+// several worker threads, so every worker hands its plug-in work to this thread and waits.
+#ifndef QUILBY_HOST_HOST_THREAD_H
+#define QUILBY_HOST_HOST_THREAD_H
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <future>
+#include <mutex>
+#include <thread>
+#include <type_traits>
+
+namespace quilbyhost {
+
+class HostThread {
+ public:
+  HostThread();
+  // Runs the jobs already queued, then joins the thread.
+  ~HostThread();
+  HostThread(const HostThread&) = delete;
+  HostThread& operator=(const HostThread&) = delete;
+
+  // Runs `job` on the host's thread after the jobs queued before it and returns its result;
+  // blocks the caller until then. An exception thrown by `job` is rethrown here. Called from the
+  // host's thread itself, it runs `job` at once (no deadlock).
+  template <class Job>
+  std::invoke_result_t<Job> run(Job job) {
+    if (std::this_thread::get_id() == thread_.get_id()) return job();
+    std::packaged_task<std::invoke_result_t<Job>()> task(std::move(job));
+    auto result = task.get_future();
+    post([&task] { task(); });
+    return result.get();
+  }
+
+ private:
+  void post(std::function<void()> job);
+  void loop();
+
+  // Guards jobs_ and stopping_.
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::deque<std::function<void()>> jobs_;
+  bool stopping_ = false;
+  std::thread thread_;
+};
+
+}  // namespace quilbyhost
+
+#endif  // QUILBY_HOST_HOST_THREAD_H

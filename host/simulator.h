@@ -1,0 +1,73 @@
+// The development host's hold on the simulated device world (quilby_sim/control.h).
+//
+// The host does not link the simulator: it binds to the libquilbysim.so that the plug-in's device
+// libraries brought into the process, so that the world it controls is the one the plug-in
+// measures. With real device libraries there is none, and the simulator routes say so.
+#ifndef QUILBY_HOST_SIMULATOR_H
+#define QUILBY_HOST_SIMULATOR_H
+
+#include "quilby_sim/control.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace quilbyhost {
+
+class Simulator {
+ public:
+  // Binds to the simulator already loaded in the process (found by its SONAME), so call it after
+  // the plug-in is loaded. Null when none is loaded or it lacks a control function.
+  static std::unique_ptr<Simulator> attach();
+  ~Simulator();
+  Simulator(const Simulator&) = delete;
+  Simulator& operator=(const Simulator&) = delete;
+
+  // The control functions of quilby_sim/control.h; texts are returned whole.
+  int reset() const;
+  // False with the simulator's message in `error` when the world is refused.
+  bool loadWorld(const std::string& world, std::string& error) const;
+  std::string lastError() const;
+  std::string world() const;
+  void failNext(const std::string& function, std::uint32_t count, std::uint32_t status) const;
+  void clearFailures() const;
+  std::string journal() const;
+  void clearJournal() const;
+  std::string criticalSections() const;
+  int holdMonitor(const std::string& serial, const std::string& product, bool held) const;
+  int setShownColor(const std::string& serial, const std::string& product, double red,
+                    double green, double blue) const;
+
+ private:
+  Simulator() = default;
+
+  void* library_ = nullptr;
+  decltype(&QuilbySimReset) reset_ = nullptr;
+  decltype(&QuilbySimLoadWorld) loadWorld_ = nullptr;
+  decltype(&QuilbySimLastError) lastError_ = nullptr;
+  decltype(&QuilbySimWorld) world_ = nullptr;
+  decltype(&QuilbySimFailNext) failNext_ = nullptr;
+  decltype(&QuilbySimClearFailures) clearFailures_ = nullptr;
+  decltype(&QuilbySimJournal) journal_ = nullptr;
+  decltype(&QuilbySimClearJournal) clearJournal_ = nullptr;
+  decltype(&QuilbySimCriticalSections) criticalSections_ = nullptr;
+  decltype(&QuilbySimHoldMonitor) holdMonitor_ = nullptr;
+  decltype(&QuilbySimSetShownColor) setShownColor_ = nullptr;
+};
+
+// The EmError codes by their EMERR_ names, in code order.
+const std::vector<std::pair<std::string, std::uint32_t>>& emErrorCodes();
+
+// Reads a status as the world file does: a decimal integer, a "0x" hexadecimal text or an EMERR_
+// name. False when it is none of these or does not fit 32 bits.
+bool parseStatus(std::string_view text, std::uint32_t& status);
+
+// Every function of the six device libraries, which failures can be injected into.
+const std::vector<std::string>& deviceFunctionNames();
+
+}  // namespace quilbyhost
+
+#endif  // QUILBY_HOST_SIMULATOR_H

@@ -1,0 +1,99 @@
+// A stand-in for libquilby.so that answers every resource entry point with what it received:
+// {"error":null,"value":{"entryPoint":..., "request":..., "parameters":..., "query":..., "data":...}}
+// with each argument as a JSON string holding its bytes. Through the data text a test can also
+// ask for a status ("status:404") or for no answer at all ("answers:0").
+#include "quilby/host.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+std::string quoted(const char* text) {
+  std::string out = "\"";
+  for (const char* c = text; *c != '\0'; ++c) {
+    const auto byte = static_cast<unsigned char>(*c);
+    if (byte == '"' || byte == '\\') {
+      out += '\\';
+      out += *c;
+    } else if (byte < 0x20) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u%04x", byte);
+      out += escape;
+    } else {
+      out += *c;
+    }
+  }
+  return out + "\"";
+}
+
+int echo(const char* entryPoint, const char* request, const char* parameters, const char* query,
+         const char* data) {
+  const int promise = BridgeHelperCreatePromiseID();
+  if (std::strcmp(data, "answers:0") == 0) return promise;
+  const int status = std::strncmp(data, "status:", 7) == 0 ? std::atoi(data + 7) : 200;
+  const std::string envelope = R"({"error":null,"value":{"data":)" + quoted(data) +
+                               R"(,"entryPoint":)" + quoted(entryPoint) +
+                               R"(,"parameters":)" + quoted(parameters) +
+                               R"(,"query":)" + quoted(query) +
+                               R"(,"request":)" + quoted(request) + "}}";
+  BridgeHelperSetResponse(promise, status, envelope.c_str());
+  return promise;
+}
+
+}  // namespace
+
+#define ECHO_RESOURCE(Name)                                                                  \
+  extern "C" __attribute__((visibility("default"))) int Name(                                \
+      const char* request, const char* parameters, const char* query, const char* data) {    \
+    return echo(#Name, request, parameters, query, data);                                    \
+  }
+
+ECHO_RESOURCE(Sensors)
+ECHO_RESOURCE(SensorsName)
+ECHO_RESOURCE(DeviceID)
+ECHO_RESOURCE(IndividualID)
+ECHO_RESOURCE(Monitors)
+ECHO_RESOURCE(Sensor)
+ECHO_RESOURCE(SensorMode)
+ECHO_RESOURCE(SensorCalibration)
+ECHO_RESOURCE(SensorXYZ)
+ECHO_RESOURCE(SensorRawData)
+ECHO_RESOURCE(SensorRGB)
+ECHO_RESOURCE(SensorIR)
+ECHO_RESOURCE(SensorXYZWithoutCorrelation)
+ECHO_RESOURCE(SensorArm)
+ECHO_RESOURCE(SensorPosition)
+ECHO_RESOURCE(SensorExteriorLight)
+ECHO_RESOURCE(SensorParameterDescription)
+ECHO_RESOURCE(SensorCorrection)
+ECHO_RESOURCE(SensorExCorrection)
+ECHO_RESOURCE(SensorTargetMarker)
+ECHO_RESOURCE(XRiteControlPanel)
+ECHO_RESOURCE(SensorCorrelation)
+ECHO_RESOURCE(SensorCorrelation9Points)
+ECHO_RESOURCE(SensorCorrelationDescription)
+ECHO_RESOURCE(SensorCorrelationData)
+ECHO_RESOURCE(SensorCorrelationDatabase)
+ECHO_RESOURCE(SensorCorrelationMatrix)
+ECHO_RESOURCE(SensorCorrelationMatrixData)
+ECHO_RESOURCE(SensorCorrelationMatrixDatabase)
+ECHO_RESOURCE(SensorAmbraSense)
+ECHO_RESOURCE(SensorAmbraSenseLevel)
+ECHO_RESOURCE(SensorIFSTempCorrectParam)
+ECHO_RESOURCE(SensorIFSBrightCorrectParamUpdate)
+ECHO_RESOURCE(SensorDeviceOption)
+
+extern "C" __attribute__((visibility("default"))) void Setup(void) {}
+
+// Leaves a mark where the test asked, so that a test of the host program can see it was called.
+extern "C" __attribute__((visibility("default"))) void TearDown(void) {
+  if (const char* mark = std::getenv("QUILBY_ECHO_TEARDOWN_MARK")) {
+    if (std::FILE* file = std::fopen(mark, "w")) {
+      std::fputs("TearDown\n", file);
+      std::fclose(file);
+    }
+  }
+}

@@ -1,0 +1,207 @@
+// The development host's routes against the real plug-in and the simulated device libraries:
+// what a route's path and body become is checked where it arrives, in the device libraries'
+// journal; the simulator routes are checked in the world they change.
+#include "frontend.h"
+#include "host_thread.h"
+#include "simulator.h"
+#include "support/plugin_fixture.h"
+
+#include <memory>
+#include <regex>
+#include <string>
+
+namespace {
+
+using quilby_test::PluginTest;
+using quilbyhost::HostResponse;
+
+class PluginRoutesTest : public PluginTest {
+ protected:
+  void SetUp() override {
+    PluginTest::SetUp();
+    simulator_ = quilbyhost::Simulator::attach();
+    ASSERT_TRUE(simulator_);
+    frontend_ = std::make_unique<quilbyhost::Frontend>(thread_, simulator_.get(), "");
+  }
+
+  HostResponse request(const std::string& method, const std::string& target,
+                       const std::string& body = "") {
+    return frontend_->handle(method, target, body);
+  }
+
+  static cairnjson::Value envelope(const HostResponse& response) {
+    return quilby_test::parsed(response.body);
+  }
+
+  // The colour a monitor of the world shows, as "r g b".
+  std::string shown(const std::string& serial) {
+    const cairnjson::Value rgb = monitor(serial)["shownColor"];
+    std::string text;
+    for (const cairnjson::Value& channel : rgb.elements()) {
+      text += (text.empty() ? "" : " ") + std::to_string(channel.toDouble(-1));
+    }
+    return text;
+  }
+
+  cairnjson::Value monitor(const std::string& serial) {
+    const cairnjson::Value world = envelope(request("GET", "/sim/world"))["value"];
+    for (const cairnjson::Value& entry : world["monitors"].elements()) {
+      if (entry["serial"].stringRef() == serial) return entry;
+    }
+    ADD_FAILURE() << "no monitor " << serial;
+    return {};
+  }
+
+  quilbyhost::HostThread thread_;
+  std::unique_ptr<quilbyhost::Simulator> simulator_;
+  std::unique_ptr<quilbyhost::Frontend> frontend_;
+};
+
+const std::regex kSensorId("^[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}$");
+
+TEST_F(PluginRoutesTest, OpeningRoutesHandTheirPathToTheDeviceLibraries) {
+  const struct {
+    const char* target;
+    const char* entryPoint;
+    const char* function;
+    const char* arguments;
+  } cases[] = {
+      {"/Sensors/33", "DeviceID", "MDOpen", "[33]"},
+      {"/Sensors/Individual/54887620458597674", "IndividualID", "MDOpenWithIndividualID",
+       R"(["00c3000000004d2a"])"},
+      {"/Monitors/27Q00451/CX271-Studio/Sensor", "Monitors", "EmCtrlGetHIDHandle",
+       R"(["27Q00451","CX271-Studio"])"},
+      {"/bridge/DeviceID", "DeviceID", "MDOpen", "[48]"},
+  };
+  for (const auto& c : cases) {
+    clearJournal();
+    const bool bridge = std::string(c.target).rfind("/bridge/", 0) == 0;
+    const HostResponse response = request(
+        "POST", c.target,
+        bridge ? R"({"request": {"method": "POST"}, "parameters": {"deviceID": 48}})" : "");
+    EXPECT_EQ(response.status, 200) << c.target << " " << response.body;
+    EXPECT_EQ(response.entryPoint, c.entryPoint);
+    EXPECT_GT(response.promiseId, 0);
+    EXPECT_TRUE(std::regex_match(envelope(response)["value"].toString(""), kSensorId))
+        << response.body;
+    const auto entries = calls(c.function);
+    ASSERT_EQ(entries.size(), 1u) << c.target;
+    EXPECT_EQ(quilby_test::compact(entries[0]["arguments"]), c.arguments);
+  }
+}
+
+TEST_F(PluginRoutesTest, UnimplementedMethodsComeBackFromThePlugInItself) {
+  const HostResponse response = request("GET", "/Sensors/33");
+  EXPECT_EQ(response.entryPoint, "Sensor");
+  EXPECT_EQ(request("GET", "/Sensors/Individual/1").body,
+            R"({"error":{"message":"GET method is not allowed.","name":"MethodError"},"value":null})");
+}
+
+TEST_F(PluginRoutesTest, ShownColourReachesTheWorld) {
+  EXPECT_EQ(request("PUT", "/sim/monitors/24S10088/CS240-Office/shownColor", "[1, 0.5, 0]").status,
+            200);
+  EXPECT_EQ(shown("24S10088"), "1.000000 0.500000 0.000000");
+
+  const struct {
+    const char* target;
+    const char* body;
+    int status;
+  } refused[] = {
+      {"/sim/monitors/24S10088/CS240-Office/shownColor", "[1, 0.5]", 400},
+      {"/sim/monitors/24S10088/CS240-Office/shownColor", "[1, 0.5, 1.5]", 400},
+      {"/sim/monitors/24S10088/CS240-Office/shownColor", R"(["1", 0, 0])", 400},
+      {"/sim/monitors/NOPE/CS240-Office/shownColor", "[0, 0, 0]", 404},
+      {"/sim/monitors/24S10088/CS240-Office/held", "1", 400},
+  };
+  for (const auto& c : refused) {
+    const HostResponse response = request("PUT", c.target, c.body);
+    EXPECT_EQ(response.status, c.status) << c.target << " " << c.body;
+    EXPECT_EQ(envelope(response)["error"]["name"].stringRef(), "SimulatorError");
+  }
+  EXPECT_EQ(shown("24S10088"), "1.000000 0.500000 0.000000");
+}
+
+TEST_F(PluginRoutesTest, InjectedFailuresReachThePlugInsAnswer) {
+  const HostResponse injected = request(
+      "POST", "/sim/failures",
+      R"({"function": "MDOpen", "count": 1, "status": "EMERR_SENSOR_CONNECTION_ERROR"})");
+  ASSERT_EQ(injected.status, 200) << injected.body;
+  const HostResponse failed = request("POST", "/Sensors/33");
+  EXPECT_EQ(failed.status, 500);
+  EXPECT_EQ(failed.body,
+            R"({"error":{"code":2147549186,"message":"Sensor connection error.","name":"EmError",)"
+            R"("reason":"Open sensor."},"value":null})");
+  EXPECT_EQ(request("POST", "/Sensors/33").status, 200);
+
+  EXPECT_EQ(request("POST", "/sim/failures", R"({"function": "MDOpen", "status": "0x80000007"})")
+                .status,
+            200);
+  EXPECT_EQ(request("DELETE", "/sim/failures").status, 200);
+  EXPECT_EQ(request("POST", "/Sensors/33").status, 200);
+
+  const char* refused[] = {R"({"function": "NoSuchFunction"})",
+                           R"({"function": "MDOpen", "status": "EMERR_NOPE"})",
+                           R"({"function": "MDOpen", "count": -1})", "MDOpen"};
+  for (const char* body : refused) {
+    EXPECT_EQ(request("POST", "/sim/failures", body).status, 400) << body;
+  }
+}
+
+TEST_F(PluginRoutesTest, ANewWorldClosesTheSensorsOfTheOldOne) {
+  const std::string id = envelope(request("POST", "/Sensors/33"))["value"].toString("");
+  ASSERT_TRUE(std::regex_match(id, kSensorId));
+  request("PUT", "/sim/monitors/27Q00451/CX271-Studio/shownColor", "[0, 0, 1]");
+  using Known = int (*)(const char*, void*);
+  const auto known = reinterpret_cast<Known>(quilbyhost::PluginHost::Instance().symbol(
+      "SensorControlGetHandleForID"));
+  ASSERT_NE(known, nullptr);
+  EXPECT_EQ(known(id.c_str(), nullptr), 1);
+
+  EXPECT_EQ(request("POST", "/sim/reset").status, 200);
+  EXPECT_EQ(known(id.c_str(), nullptr), 0);
+  EXPECT_EQ(shown("27Q00451"), "1.000000 1.000000 1.000000");
+  EXPECT_EQ(journal().size(), 0u) << "the closing of the old handles is not journaled";
+}
+
+TEST_F(PluginRoutesTest, WorldsAreReadAndReplaced) {
+  const HostResponse refused = request("PUT", "/sim/world", R"({"monitors": [{"serial": "X"}]})");
+  EXPECT_EQ(refused.status, 400);
+  EXPECT_NE(envelope(refused)["error"]["message"].stringRef().find("monitors[0]"),
+            std::string::npos)
+      << refused.body;
+  EXPECT_EQ(request("PUT", "/sim/world", "not json").status, 400);
+
+  const HostResponse loaded = request(
+      "PUT", "/sim/world", R"({"monitors": [{"serial": "M1", "product": "P", "hidHandle": 7}]})");
+  EXPECT_EQ(loaded.status, 200) << loaded.body;
+  const cairnjson::Value world = envelope(request("GET", "/sim/world"))["value"];
+  ASSERT_EQ(world["monitors"].size(), 1u);
+  EXPECT_EQ(world["monitors"][0ul]["serial"].stringRef(), "M1");
+}
+
+TEST_F(PluginRoutesTest, OtherSimulatorPathsHaveNoRoute) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"GET", "/sim"},         {"GET", "/sim/"},       {"POST", "/sim/world"},
+      {"GET", "/sim/monitors"}, {"GET", "/sim/monitors/24S10088/CS240-Office/shownColor"},
+      {"PATCH", "/sim/reset"},
+  };
+  for (const auto& [method, target] : cases) {
+    const HostResponse response = request(method, target);
+    EXPECT_EQ(response.status, 404) << method << " " << target;
+    EXPECT_EQ(envelope(response)["error"]["name"].stringRef(), "HostError");
+  }
+}
+
+TEST_F(PluginRoutesTest, JournalGivesTheLastCalls) {
+  request("POST", "/Sensors/33");
+  request("POST", "/Sensors/48");
+  const cairnjson::Value last = envelope(request("GET", "/sim/journal?last=2"))["value"];
+  ASSERT_EQ(last.size(), 2u);
+  EXPECT_EQ(envelope(request("GET", "/sim/journal?last=0"))["value"].size(), 0u);
+  EXPECT_GT(envelope(request("GET", "/sim/journal"))["value"].size(), 2u);
+  EXPECT_EQ(request("GET", "/sim/journal?last=two").status, 400);
+  EXPECT_EQ(request("DELETE", "/sim/journal").status, 200);
+  EXPECT_EQ(journal().size(), 0u);
+}
+
+}  // namespace
