@@ -49,6 +49,23 @@ EmError monitorHIDHandle(const char* serial, const char* product, void*& hid) {
       "EmCtrlGetHIDHandle", serial, product, &hid);
 }
 
+// Runs `refresh` (entry, HID handle) on every registered sensor built into the monitor (serial,
+// product), under the cache's lock, once the monitor-control library reports the monitor's HID
+// handle. Without one, its status is handed back unchanged: a success that found no HID handle
+// does nothing and succeeds.
+template <class Refresh>
+EmError refreshBuiltInSensors(const char* serial, const char* product, Refresh refresh) {
+  void* hid = nullptr;
+  const EmError status = monitorHIDHandle(serial, product, hid);
+  if (EMERR_IS_FAILURE(status) || !hid) return status;
+  SensorCache& cache = SensorCache::Instance();
+  const CacheLock lock(cache.mutex());
+  for (auto& entry : cache.handles()) {
+    if (isBuiltInto(entry.second, serial, product)) refresh(entry.second, hid);
+  }
+  return EMERR_OK;
+}
+
 void logLine(MireltoLevel level, const char* text) {
   vesk::QuilbyLogger::Instance().log(level, text);
 }
@@ -104,15 +121,7 @@ QUILBY_EXPORT EmError QuilbyRemoveSensor(MDHandle handle) {
 
 QUILBY_EXPORT EmError QuilbyPreUpdateBuiltInSensorHandle(const char* serial, const char* product) {
   try {
-    void* hid = nullptr;
-    const EmError status = monitorHIDHandle(serial, product, hid);
-    // Handed back unchanged, so a success that found no HID handle does nothing and succeeds.
-    if (EMERR_IS_FAILURE(status) || !hid) return status;
-    SensorCache& cache = SensorCache::Instance();
-    const CacheLock lock(cache.mutex());
-    for (auto& entry : cache.handles()) {
-      vesk::device::SensorHandle& sensor = entry.second;
-      if (!isBuiltInto(sensor, serial, product)) continue;
+    return refreshBuiltInSensors(serial, product, [](vesk::device::SensorHandle& sensor, void*) {
       // The entry keeps its identifier either way, so that the page's requests survive the
       // change; a handle that would not close stays in place until the update replaces it.
       if (EMERR_IS_FAILURE(MDClose(&sensor.handle))) {
@@ -121,8 +130,7 @@ QUILBY_EXPORT EmError QuilbyPreUpdateBuiltInSensorHandle(const char* serial, con
         sensor.handle = nullptr;
         logLine(vesk::kLogInformation, "Close sensor on pre update built-in sensor handle.");
       }
-    }
-    return EMERR_OK;
+    });
   } catch (...) {
     return EMERR_FAILED;
   }
@@ -130,15 +138,7 @@ QUILBY_EXPORT EmError QuilbyPreUpdateBuiltInSensorHandle(const char* serial, con
 
 QUILBY_EXPORT EmError QuilbyUpdateBuiltInSensorHandle(const char* serial, const char* product) {
   try {
-    void* hid = nullptr;
-    const EmError status = monitorHIDHandle(serial, product, hid);
-    // Handed back unchanged, so a success that found no HID handle does nothing and succeeds.
-    if (EMERR_IS_FAILURE(status) || !hid) return status;
-    SensorCache& cache = SensorCache::Instance();
-    const CacheLock lock(cache.mutex());
-    for (auto& entry : cache.handles()) {
-      vesk::device::SensorHandle& sensor = entry.second;
-      if (!isBuiltInto(sensor, serial, product)) continue;
+    return refreshBuiltInSensors(serial, product, [](vesk::device::SensorHandle& sensor, void* hid) {
       MDHandle reopened = nullptr;
       if (EMERR_IS_FAILURE(MDOpenWithHIDHandle(hid, &reopened))) {
         logLine(vesk::kLogFailure, "Failed to open sensor on update built-in sensor handle.");
@@ -146,8 +146,7 @@ QUILBY_EXPORT EmError QuilbyUpdateBuiltInSensorHandle(const char* serial, const 
         sensor.handle = reopened;
         logLine(vesk::kLogInformation, "Reopen sensor on update built-in sensor handle.");
       }
-    }
-    return EMERR_OK;
+    });
   } catch (...) {
     return EMERR_FAILED;
   }
