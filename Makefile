@@ -74,10 +74,12 @@ fuzz:
 	$(CONFIGURE) -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
 	  -DCMAKE_CXX_COMPILER=clang++ -DQUILBY_BUILD_FUZZ=ON -DQUILBY_BUILD_TESTS=OFF \
 	  -DQUILBY_SANITIZER=fuzzer
-	cmake --build build-fuzz -j $(JOBS)
-	mkdir -p build-fuzz/corpus/json
+	cmake --build build-fuzz -j $(JOBS) --target json_fuzz bridge_fuzz
+	mkdir -p build-fuzz/corpus/json build-fuzz/corpus/bridge
 	build-fuzz/fuzz/json_fuzz -max_total_time=$(FUZZ_SECONDS) -dict=fuzz/json.dict \
 	  build-fuzz/corpus/json fuzz/corpus/json
+	build-fuzz/fuzz/bridge_fuzz -max_total_time=$(FUZZ_SECONDS) -dict=fuzz/json.dict \
+	  build-fuzz/corpus/bridge fuzz/corpus/bridge
 
 # Builds only the host and what it loads (the plug-in, the simulated libraries), then serves the
 # console until Ctrl-C.
