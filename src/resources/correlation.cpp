@@ -2,6 +2,7 @@
 
 #include "bridge/em_error.h"
 #include "calibration/color_json.h"
+#include "calibration/correlation_json.h"
 #include "calibration/date_json.h"
 #include "device/monitor_lock.h"
 #include "loader/loaders.h"
@@ -109,7 +110,83 @@ void clearNinePoints(MDHandle handle) {
                      "Clear 9 points correlation correction.");
 }
 
+// ---- Correlation records ------------------------------------------------------------------------
+
+constexpr const char* kDataWord = "Correlation/Data";
+
+// The body keys of the records, in the order they are written.
+constexpr const char* kRecordKeys[] = {"calibrationData",       "correctionData",
+                                       "luminanceLevelCorrection", "normalizedMeasurement",
+                                       "reference",             "referenceTone",
+                                       "toneCorrection"};
+
+// Reads one record through the colour-sensor function `function`, typed by its declaration.
+template <class Function, class Record>
+void getRecord(void* hid, const char* function, Record& record, const char* step) {
+  BridgeCheckEmError(libmSensorLoader::loader().call<Function>(function, hid, &record), step);
+}
+
+// Writes the record under `key` of `body`, if there is one.
+template <class Function, class Record>
+void putRecord(void* hid, const cairnjson::Value& body, const char* key,
+               Record (*fromJson)(const cairnjson::Value&), const char* function,
+               const char* step) {
+  if (!body.contains(key)) return;
+  const Record record = fromJson(body[key]);
+  BridgeCheckEmError(libmSensorLoader::loader().call<Function>(function, hid, &record), step);
+}
+
+void checkRecordsBody(const cairnjson::Value& body) {
+  BridgeCheckRequestCondition(body.isObject(), "data must be object.");
+  bool named = false;
+  for (const char* key : kRecordKeys) {
+    if (!body.contains(key)) continue;
+    BridgeCheckRequestCondition(body[key].isObject(), std::string(key) + " must be object.");
+    named = true;
+  }
+  BridgeCheckRequestCondition(named,
+                              "data must have calibrationData, correctionData, "
+                              "luminanceLevelCorrection, normalizedMeasurement, reference, "
+                              "referenceTone or toneCorrection.");
+}
+
 }  // namespace
+
+MDCSSG2CorrelationDataEx ReadColorSensorCorrelationDataEx(void* hid,
+                                                          bool* hasLuminanceLevelCorrection) {
+  MDCSSG2CorrelationDataEx record{};
+  getRecord<decltype(CSSG2H_GetColorSensorCalibData)>(hid, "CSSG2H_GetColorSensorCalibData",
+                                                      record.calibrationData,
+                                                      "Get color sensor calib data.");
+  getRecord<decltype(CSSG2H_GetColorSensorCorrectionData)>(
+      hid, "CSSG2H_GetColorSensorCorrectionData", record.correctionData,
+      "Get color sensor correction data.");
+  const bool supported =
+      libmSensorLoader::loader().call<decltype(CSSG2H_SupportedLuminanceLevelCorrectionParams)>(
+          "CSSG2H_SupportedLuminanceLevelCorrectionParams", hid) != 0;
+  if (supported) {
+    getRecord<decltype(CSSG2H_GetLuminanceLevelCorrectionParams)>(
+        hid, "CSSG2H_GetLuminanceLevelCorrectionParams", record.luminanceLevelCorrection,
+        "Get luminance level correction params.");
+  }
+  if (hasLuminanceLevelCorrection) *hasLuminanceLevelCorrection = supported;
+  return record;
+}
+
+MDIFSv3CorrelationData ReadColorSensorIFSv3CorrelationData(void* hid) {
+  MDIFSv3CorrelationData record{};
+  getRecord<decltype(CSSG2H_R2XCGetNormalizedMeasurementValue)>(
+      hid, "CSSG2H_R2XCGetNormalizedMeasurementValue", record.normalizedMeasurement,
+      "Get normalized measurement value.");
+  getRecord<decltype(CSSG2H_R2XCGetRefParam)>(hid, "CSSG2H_R2XCGetRefParam", record.reference,
+                                              "Get ref param.");
+  getRecord<decltype(CSSG2H_R2XCGetRefToneParam)>(hid, "CSSG2H_R2XCGetRefToneParam",
+                                                  record.referenceTone, "Get ref tone param.");
+  getRecord<decltype(CSSG2H_R2XCGetToneCorrectionParam)>(
+      hid, "CSSG2H_R2XCGetToneCorrectionParam", record.toneCorrection,
+      "Get tone correction param.");
+  return record;
+}
 
 std::uint64_t CorrelationIdFromJson(const cairnjson::Value& value) {
   switch (value.type()) {
@@ -223,6 +300,69 @@ BridgeResult SensorCorrelationDescription::Put(const BridgeData& data) {
 BridgeResult SensorCorrelationDescription::Delete(const BridgeData& data) {
   void* hid = descriptionMonitor(data, &uri());
   writeDescription(hid, cairnjson::Value());
+  return BridgeResultOK(cairnjson::Value());
+}
+
+BridgeResult SensorCorrelationData::Get(const BridgeData& data) {
+  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), kDataWord));
+  ApplyBuiltinSensorDataIndex(hid, nullptr, false);
+  MonitorLock section(hid);
+  section.lock();
+  bool hasLuminanceLevelCorrection = false;
+  const MDCSSG2CorrelationDataEx cssg2 =
+      ReadColorSensorCorrelationDataEx(hid, &hasLuminanceLevelCorrection);
+  cairnjson::Value records = ToJson(ReadColorSensorIFSv3CorrelationData(hid));
+  section.unlock();
+
+  const cairnjson::Value cssg2Json = ToJson(cssg2);
+  records["calibrationData"] = cssg2Json["calibrationData"];
+  records["correctionData"] = cssg2Json["correctionData"];
+  if (hasLuminanceLevelCorrection) {
+    records["luminanceLevelCorrection"] = cssg2Json["luminanceLevelCorrection"];
+  }
+  return BridgeResultOK(records);
+}
+
+BridgeResult SensorCorrelationData::Put(const BridgeData& data) {
+  const MDHandle handle = GetMDHandle(data, &uri(), kDataWord);
+  const cairnjson::Value& body = data.data;
+  checkRecordsBody(body);
+  void* hid = BuiltInSensorHIDHandle(handle);
+  ApplyBuiltinSensorDataIndex(hid, nullptr, false);
+  const bool send = HasQueryKey(data, "send");
+
+  MonitorLock section(hid);
+  section.lock();
+  if (send) {
+    putRecord<decltype(CSSG2H_SendColorSensorCalibData)>(
+        hid, body, "calibrationData", MDCSSG2CalibrationDataFromJson,
+        "CSSG2H_SendColorSensorCalibData", "Send color sensor calib data.");
+    putRecord<decltype(CSSG2H_SendColorSensorCorrectionData)>(
+        hid, body, "correctionData", MDCSSG2CorrectionDataFromJson,
+        "CSSG2H_SendColorSensorCorrectionData", "Send color sensor correction data.");
+  } else {
+    putRecord<decltype(CSSG2H_SetColorSensorCalibData)>(
+        hid, body, "calibrationData", MDCSSG2CalibrationDataFromJson,
+        "CSSG2H_SetColorSensorCalibData", "Set color sensor calib data.");
+    putRecord<decltype(CSSG2H_SetColorSensorCorrectionData)>(
+        hid, body, "correctionData", MDCSSG2CorrectionDataFromJson,
+        "CSSG2H_SetColorSensorCorrectionData", "Set color sensor correction data.");
+  }
+  putRecord<decltype(CSSG2H_SetLuminanceLevelCorrectionParams)>(
+      hid, body, "luminanceLevelCorrection", MDCSSG2LuminanceLevelCorrectionParamsFromJson,
+      "CSSG2H_SetLuminanceLevelCorrectionParams", "Set luminance level correction params.");
+  putRecord<decltype(CSSG2H_R2XCSetNormalizedMeasurementValue)>(
+      hid, body, "normalizedMeasurement", R2XC_ValueRGBKFromJson,
+      "CSSG2H_R2XCSetNormalizedMeasurementValue", "Set normalized measurement value.");
+  putRecord<decltype(CSSG2H_R2XCSetRefParam)>(hid, body, "reference", R2XC_RefParamFromJson,
+                                              "CSSG2H_R2XCSetRefParam", "Set ref param.");
+  putRecord<decltype(CSSG2H_R2XCSetRefToneParam)>(hid, body, "referenceTone",
+                                                  R2XC_RefToneParamFromJson,
+                                                  "CSSG2H_R2XCSetRefToneParam",
+                                                  "Set ref tone param.");
+  putRecord<decltype(CSSG2H_R2XCSetToneCorrectionParam)>(
+      hid, body, "toneCorrection", R2XC_ToneCorrectionParamFromJson,
+      "CSSG2H_R2XCSetToneCorrectionParam", "Set tone correction param.");
   return BridgeResultOK(cairnjson::Value());
 }
 

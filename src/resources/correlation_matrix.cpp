@@ -15,6 +15,7 @@
 #include <cstring>
 #include <iterator>
 #include <string>
+#include <vector>
 
 namespace vesk::bridge {
 
@@ -64,21 +65,8 @@ bool supports8x3(const libmSensorLoader& sensor, void* hid) {
 
 // The matrix of the selected data set, in the form the sensor supports.
 cairnjson::Value readMatrix(void* hid) {
-  MonitorLock section(hid);
-  section.lock();
-  const libmSensorLoader& sensor = libmSensorLoader::loader();
-  if (!supports8x3(sensor, hid)) {
-    double matrix[kSquareRows * kColumns] = {};
-    BridgeCheckEmError(sensor.call<decltype(CSSG2H_GetXYZCorrectionMatrix)>(
-                           "CSSG2H_GetXYZCorrectionMatrix", hid, matrix),
-                       "Get color sensor correction matrix 3x3.");
-    return rowsToJson(matrix, kSquareRows);
-  }
-  double matrix[kTermRows * kColumns] = {};
-  BridgeCheckEmError(sensor.call<decltype(CSSG2H_GetXYZCorrectionMatrix8DXT)>(
-                         "CSSG2H_GetXYZCorrectionMatrix8DXT", hid, matrix),
-                     "Get color sensor correction matrix 8x3.");
-  return rowsToJson(matrix, kTermRows);
+  const std::vector<double> matrix = ReadSensorCorrectionMatrix(hid);
+  return rowsToJson(matrix.data(), matrix.size() / kColumns);
 }
 
 void writeMatrix(void* hid, const cairnjson::Value& rows) {
@@ -119,6 +107,24 @@ void* matrixDataMonitor(const BridgeData& data, std::string* uri) {
 }
 
 }  // namespace
+
+std::vector<double> ReadSensorCorrectionMatrix(void* hid) {
+  MonitorLock section(hid);
+  section.lock();
+  const libmSensorLoader& sensor = libmSensorLoader::loader();
+  if (!supports8x3(sensor, hid)) {
+    std::vector<double> matrix(kSquareRows * kColumns, 0.0);
+    BridgeCheckEmError(sensor.call<decltype(CSSG2H_GetXYZCorrectionMatrix)>(
+                           "CSSG2H_GetXYZCorrectionMatrix", hid, matrix.data()),
+                       "Get color sensor correction matrix 3x3.");
+    return matrix;
+  }
+  std::vector<double> matrix(kTermRows * kColumns, 0.0);
+  BridgeCheckEmError(sensor.call<decltype(CSSG2H_GetXYZCorrectionMatrix8DXT)>(
+                         "CSSG2H_GetXYZCorrectionMatrix8DXT", hid, matrix.data()),
+                     "Get color sensor correction matrix 8x3.");
+  return matrix;
+}
 
 BridgeResult SensorCorrelationMatrix::Get(const BridgeData& data) {
   const MDHandle handle = GetMDHandle(data, &uri(), kMatrixWord);

@@ -13,6 +13,8 @@
 
 #include "bridge/bridge.h"
 
+#include <vector>
+
 namespace vesk::bridge {
 
 // Sensors/{id}/CorrelationMatrix. Takes no lock.
@@ -59,6 +61,11 @@ class SensorCorrelationMatrixData : public vesk::Bridge {
   // element reads 0, a non-numeric one by Value::toDouble with default 0. Answers null.
   BridgeResult Put(const BridgeData& data) override;
 };
+
+// The correction matrix of the built-in sensor's selected data set, row-major: 3 rows, or 8 when
+// the sensor takes the 8x3 form. Read inside the monitor's critical section; a failing status is
+// reported as "Get color sensor correction matrix 3x3." or "... 8x3.".
+std::vector<double> ReadSensorCorrectionMatrix(void* hid);
 
 }  // namespace vesk::bridge
 

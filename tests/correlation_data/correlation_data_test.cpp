@@ -1,0 +1,366 @@
+// The correlation records held in a built-in sensor (Correlation/Data) and the databases of
+// correlation records and matrices (Correlation/Database, CorrelationMatrix/Database), end to end
+// against the simulated libraries.
+#include "support/json_helpers.h"
+#include "support/plugin_fixture.h"
+
+#include "quilby_sim/control.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace {
+
+using quilby_test::compact;
+using quilby_test::parsed;
+using quilby_test::Reply;
+
+constexpr const char* kOK = R"({"error":null,"value":null})";
+constexpr const char* kS5 = R"({"referenceSensor":{"deviceID":48,"serial":"S5-240117"})";
+
+std::string emError(std::uint32_t code, const std::string& message, const std::string& reason) {
+  return R"({"error":{"code":)" + std::to_string(code) + R"(,"message":")" + message +
+         R"(","name":"EmError","reason":")" + reason + R"("},"value":null})";
+}
+
+std::string badRequest(const std::string& message) {
+  return R"({"error":{"message":")" + message + R"(","name":"BadRequestError"},"value":null})";
+}
+
+std::string answer(const std::string& value) { return R"({"error":null,"value":)" + value + "}"; }
+
+std::string simText(std::uint32_t (*read)(char*, std::uint32_t)) {
+  std::string text(read(nullptr, 0) + 1, '\0');
+  text.resize(read(text.data(), static_cast<std::uint32_t>(text.size())));
+  return text;
+}
+
+class CorrelationDataTest : public quilby_test::PluginTest {
+ protected:
+  std::string open(const std::string& entryPoint, const std::string& parameters) {
+    const Reply reply = call(entryPoint, "POST", parameters);
+    EXPECT_EQ(reply.status, 200) << reply.envelope;
+    return R"({"id":")" + reply.value.stringRef() + "\"}";
+  }
+  // Luminance-level correction, 8x3 matrix; two CSSG2 correlations and two matrices stored.
+  std::string studio() {
+    return open("Monitors", R"({"serial":"27Q00451","product":"CX271-Studio"})");
+  }
+  // No luminance-level correction, 3x3 matrix; one IFSv3 correlation and one matrix stored.
+  std::string office() {
+    return open("Monitors", R"({"serial":"24S10088","product":"CS240-Office"})");
+  }
+  // No HID handle.
+  std::string colorimeter() { return open("DeviceID", R"({"deviceID":33})"); }
+
+  static cairnjson::Value userDataSet(const std::string& serial) {
+    const cairnjson::Value world = parsed(simText(QuilbySimWorld));
+    for (const cairnjson::Value& monitor : world["monitors"].elements()) {
+      for (const cairnjson::Value& set : monitor["dataSets"].elements()) {
+        if (monitor["serial"].stringRef() == serial && set["index"].toInt(-1) == 3) return set;
+      }
+    }
+    return cairnjson::Value();
+  }
+
+  static bool sectionsFree() {
+    const cairnjson::Value sections = parsed(simText(QuilbySimCriticalSections));
+    for (const cairnjson::Value& section : sections.elements()) {
+      if (!section["owner"].isNull()) return false;
+    }
+    return sections.size() > 0;
+  }
+
+  // The colour-sensor calls other than the data index selection; `held` is set false when one of
+  // them ran outside this process's critical section.
+  std::vector<std::string> recordCalls(bool* held = nullptr) const {
+    std::vector<std::string> names;
+    const cairnjson::Value entries = journal();
+    for (const cairnjson::Value& entry : entries.elements()) {
+      const std::string& name = entry["function"].stringRef();
+      if (name.rfind("CSSG2H_", 0) != 0 || name.find("DataIndex") != std::string::npos) continue;
+      names.push_back(name);
+      if (held && entry["sectionHeld"].toInt(0) != 1) *held = false;
+    }
+    return names;
+  }
+};
+
+// ---- Correlation/Data ---------------------------------------------------------------------------
+
+TEST_F(CorrelationDataTest, GetAnswersTheRecordsOfTheUserDataSetInsideTheSection) {
+  const std::string sensor = studio();
+  clearJournal();
+  const Reply reply = call("SensorCorrelationData", "GET", sensor);
+  ASSERT_EQ(reply.status, 200) << reply.envelope;
+  EXPECT_EQ(reply.value.size(), 7u) << reply.envelope;
+  EXPECT_EQ(compact(reply.value["luminanceLevelCorrection"]),
+            R"({"brightness":160,"dimmerOut":1023})");
+  EXPECT_EQ(compact(reply.value["reference"]),
+            R"({"ambientTemperature":24.5,"blue":{"tone":1},"dimmerOut":1023,)"
+            R"("green":{"tone":1},"red":{"tone":1},"setTemperature":25})");
+  EXPECT_EQ(calls("CSSG2H_SetColorSensorDataIndex")[0]["arguments"][1ul].toInt(-1), 3);
+  bool held = true;
+  EXPECT_EQ(recordCalls(&held).size(), 8u);  // seven records and the luminance-level question
+  EXPECT_TRUE(held);
+  EXPECT_TRUE(sectionsFree());
+
+  const Reply lacking = call("SensorCorrelationData", "GET", office());
+  EXPECT_EQ(lacking.value.size(), 6u) << lacking.envelope;
+  EXPECT_FALSE(lacking.value.contains("luminanceLevelCorrection"));
+}
+
+TEST_F(CorrelationDataTest, PutWritesOnlyTheNamedRecords) {
+  const std::string sensor = studio();
+  const std::string calibration =
+      R"({"calibration":{"a":[[1.5,0.0,0.0],[0.0,1.25,0.0],[0.0,0.0,0.75]]},"coefficientType":2})";
+  const std::string tone = R"({"gamma":[2.125,2.25,2.5],"tone":[1.5,0.5,0.25]})";
+  clearJournal();
+  EXPECT_EQ(call("SensorCorrelationData", "PUT", sensor, "",
+                 R"({"calibrationData":)" + calibration + R"(,"referenceTone":)" + tone + "}")
+                .envelope,
+            kOK);
+  bool held = true;
+  EXPECT_EQ(recordCalls(&held), (std::vector<std::string>{"CSSG2H_SetColorSensorCalibData",
+                                                          "CSSG2H_R2XCSetRefToneParam"}));
+  EXPECT_TRUE(held);
+  const Reply reply = call("SensorCorrelationData", "GET", sensor);
+  EXPECT_EQ(reply.value["calibrationData"]["calibration"]["a"],
+            parsed(calibration)["calibration"]["a"]);
+  EXPECT_EQ(reply.value["calibrationData"]["coefficientType"].toInt(0), 2);
+  EXPECT_EQ(compact(reply.value["referenceTone"]), tone);
+  EXPECT_EQ(reply.value["reference"]["ambientTemperature"].toDouble(0), 24.5) << "untouched";
+
+  clearJournal();
+  EXPECT_EQ(call("SensorCorrelationData", "PUT", sensor, R"({"send":false})",
+                 R"({"calibrationData":{},"correctionData":{},"reference":{}})")
+                .envelope,
+            kOK);
+  EXPECT_EQ(recordCalls(), (std::vector<std::string>{"CSSG2H_SendColorSensorCalibData",
+                                                     "CSSG2H_SendColorSensorCorrectionData",
+                                                     "CSSG2H_R2XCSetRefParam"}));
+}
+
+TEST_F(CorrelationDataTest, PutRefusesMalformedBodiesBeforeAnyLibraryCall) {
+  const std::string noRecord = badRequest(
+      "data must have calibrationData, correctionData, luminanceLevelCorrection, "
+      "normalizedMeasurement, reference, referenceTone or toneCorrection.");
+  const std::pair<const char*, std::string> rows[] = {
+      {"", badRequest("data must be object.")},
+      {"[{}]", badRequest("data must be object.")},
+      {R"({"calibration":{}})", noRecord},
+      {R"({"reference":{},"toneCorrection":[1]})", badRequest("toneCorrection must be object.")},
+      {R"({"luminanceLevelCorrection":null})",
+       badRequest("luminanceLevelCorrection must be object.")},
+  };
+  // The colorimeter has no HID handle: the body is judged before that is asked for.
+  const std::string sensor = colorimeter();
+  for (const auto& [body, envelope] : rows) {
+    clearJournal();
+    EXPECT_EQ(call("SensorCorrelationData", "PUT", sensor, "", body).envelope, envelope) << body;
+    EXPECT_TRUE(calls("MDGetHIDHandle").empty()) << body;
+  }
+}
+
+TEST_F(CorrelationDataTest, DataFailuresNameTheirStepAndLeaveTheSection) {
+  EXPECT_EQ(call("SensorCorrelationData", "GET", colorimeter()).envelope,
+            emError(0x80000000, "Failed.", "Get HID handle."));
+  const std::string sensor = studio();
+  QuilbySimFailNext("CSSG2H_R2XCGetRefToneParam", 1, 0x80010002);
+  EXPECT_EQ(call("SensorCorrelationData", "GET", sensor).envelope,
+            emError(0x80010002, "Sensor connection error.", "Get ref tone param."));
+  // The first failing write ends the request; what was written before stays written.
+  QuilbySimFailNext("CSSG2H_SetColorSensorCorrectionData", 1, 0x80000000);
+  EXPECT_EQ(call("SensorCorrelationData", "PUT", sensor, "",
+                 R"({"calibrationData":{"coefficientType":5},"correctionData":{},"reference":{}})")
+                .envelope,
+            emError(0x80000000, "Failed.", "Set color sensor correction data."));
+  EXPECT_EQ(userDataSet("27Q00451")["calibrationData"]["coefficientType"].toInt(0), 5);
+  EXPECT_TRUE(calls("CSSG2H_R2XCSetRefParam").empty());
+  EXPECT_TRUE(sectionsFree());
+  EXPECT_EQ(call("SensorCorrelationData", "PUT", office(), "", R"({"luminanceLevelCorrection":{}})")
+                .envelope,
+            emError(0x80000007, "Unsupported.", "Set luminance level correction params."));
+}
+
+// ---- Correlation/Database -----------------------------------------------------------------------
+
+TEST_F(CorrelationDataTest, DatabaseListsTheEntriesMadeOnTheSensorsMonitor) {
+  const Reply reply = call("SensorCorrelationDatabase", "GET", studio());
+  ASSERT_EQ(reply.value.size(), 2u) << reply.envelope;  // entry 3 is the office monitor's
+  EXPECT_EQ(reply.value[0ul]["id"].toInt(0), 1);
+  EXPECT_EQ(compact(reply.value[1ul]),
+            R"({"date":{"dateString":"2024-05-30 16:40:00","day":30,"hour":16,"minute":40,)"
+            R"("month":5,"year":2024},"id":2,"referenceSensor":{"deviceID":82,)"
+            R"("serial":"R2-1998-0007"}})");
+  EXPECT_EQ(calls("MDEnumCorrelationInfo").size(), 4u);  // three entries, then the end
+  EXPECT_EQ(calls("MDGetCorrelationDataDate").size(), 2u);
+}
+
+TEST_F(CorrelationDataTest, DatabaseStoresTheSensorsRecordAndMatchesItTolerantly) {
+  const std::string sensor = studio();
+  clearJournal();
+  ASSERT_EQ(call("SensorCorrelationDatabase", "POST", sensor, "",
+                 std::string(kS5) + R"(,"date":"2025-01-02 03:04"})")
+                .envelope,
+            answer("4"));
+  const auto added = calls("MDAddCSSG2CorrelationDataWithDateEx");
+  ASSERT_EQ(added.size(), 1u);
+  EXPECT_EQ(compact(added[0]["arguments"]),
+            R"(["27Q00451","CX271-Studio",48,"S5-240117",)"
+            R"({"luminanceLevelCorrection":{"brightness":160,"dimmerOut":1023}},)"
+            R"({"day":2,"hour":3,"minute":4,"month":1,"year":2025}])");
+  bool held = true;
+  recordCalls(&held);
+  EXPECT_TRUE(held);
+  EXPECT_EQ(
+      call("SensorCorrelationDatabase", "GET", sensor).value[2ul]["date"]["dateString"].stringRef(),
+      "2025-01-02 03:04:00");
+
+  const Reply found = call("SensorCorrelationDatabase", "GET", sensor, R"({"id":4})");
+  EXPECT_EQ(found.value["kind"].stringRef(), "CSSG2") << found.envelope;
+  EXPECT_EQ(found.value["data"]["luminanceLevelCorrection"]["dimmerOut"].toInt(0), 1023);
+  EXPECT_TRUE(found.value["matchesSensor"].isBool() && found.value["matchesSensor"].toInt(0) == 1);
+  // The brightness matches while it stays below 0.1 apart; dimmerOut must be exact.
+  const auto matchesAfter = [&](const std::string& levels) {
+    call("SensorCorrelationData", "PUT", sensor, "",
+         R"({"luminanceLevelCorrection":)" + levels + "}");
+    return call("SensorCorrelationDatabase", "GET", sensor, R"({"id":"4"})")
+        .value["matchesSensor"]
+        .toInt(-1);
+  };
+  EXPECT_EQ(matchesAfter(R"({"brightness":160.09,"dimmerOut":1023})"), 1);
+  EXPECT_EQ(matchesAfter(R"({"brightness":160.2,"dimmerOut":1023})"), 0);
+  EXPECT_EQ(matchesAfter(R"({"brightness":160,"dimmerOut":1022})"), 0);
+}
+
+TEST_F(CorrelationDataTest, DatabaseReadsAnIFSv3EntryWhenTheCSSG2FormIsRefused) {
+  const std::string sensor = office();
+  const Reply found = call("SensorCorrelationDatabase", "GET", sensor, R"({"id":"3"})");
+  EXPECT_EQ(found.value["kind"].stringRef(), "IFSv3") << found.envelope;
+  EXPECT_EQ(found.value["data"]["reference"]["dimmerOut"].toInt(0), 612);
+  EXPECT_EQ(found.value["matchesSensor"].toInt(-1), 0);  // the sensor holds no temperatures
+  ASSERT_EQ(call("SensorCorrelationDatabase", "POST", sensor, "",
+                 std::string(kS5) + R"(,"kind":"IFSv3"})")
+                .envelope,
+            answer("4"));
+  EXPECT_EQ(calls("MDAddIFSv3CorrelationData").size(), 1u);
+  EXPECT_EQ(call("SensorCorrelationDatabase", "GET", sensor, R"({"id":4})")
+                .value["matchesSensor"]
+                .toInt(-1),
+            1);
+}
+
+TEST_F(CorrelationDataTest, DatabasesRefuseMalformedQueriesAndBodiesBeforeAnyLibraryCall) {
+  const std::string noReference = badRequest("data must have referenceSensor.");
+  const std::string badReference = badRequest("referenceSensor must have deviceID, serial.");
+  struct Row {
+    const char* resource;
+    const char* method;
+    const char* query;
+    std::string body;
+    std::string envelope;
+  };
+  const Row rows[] = {
+      {"SensorCorrelationDatabase", "GET", R"({"id":"abc"})", "", badRequest("id must be number.")},
+      {"SensorCorrelationDatabase", "POST", "", "", noReference},
+      {"SensorCorrelationDatabase", "POST", "",
+       R"({"referenceSensor":{"deviceID":"48","serial":"S"}})", badReference},
+      {"SensorCorrelationDatabase", "POST", "", R"({"referenceSensor":{"deviceID":48}})",
+       badReference},
+      {"SensorCorrelationDatabase", "POST", "",
+       R"({"referenceSensor":{"deviceID":48,"serial":")" + std::string(33, 's') + "\"}}",
+       badRequest("serial must be 32 bytes or less.")},
+      {"SensorCorrelationDatabase", "POST", "",
+       std::string(kS5) + R"(,"kind":"IFSv3","date":"2025-01"})",
+       badRequest("date is not supported for IFSv3 data.")},
+      {"SensorCorrelationMatrixDatabase", "POST", "", "7", noReference},
+      {"SensorCorrelationMatrixDatabase", "POST", "",
+       R"({"referenceSensor":{"deviceID":4294967296,"serial":"S"}})", badReference},
+  };
+  const std::string sensor = colorimeter();  // no HID handle: judged first
+  for (const Row& row : rows) {
+    clearJournal();
+    EXPECT_EQ(call(row.resource, row.method, sensor, row.query, row.body).envelope, row.envelope)
+        << row.resource << " " << row.query << row.body;
+    EXPECT_TRUE(calls("MDGetHIDHandle").empty()) << row.query << row.body;
+  }
+}
+
+TEST_F(CorrelationDataTest, DatabaseFailuresNameTheirStep) {
+  EXPECT_EQ(call("SensorCorrelationDatabase", "GET", colorimeter()).envelope,
+            emError(0x80000000, "Failed.", "Get HID handle."));
+  const std::string sensor = studio();
+  EXPECT_EQ(call("SensorCorrelationDatabase", "GET", sensor, R"({"id":99})").envelope,
+            emError(0x80000005, "Not registered.", "Get CSSG2 correlation data."));
+  QuilbySimFailNext("MDGetCorrelationDataDate", 1, 0x80000000);
+  EXPECT_EQ(call("SensorCorrelationDatabase", "GET", sensor).envelope,
+            emError(0x80000000, "Failed.", "Get correlation data date."));
+  QuilbySimFailNext("MDAddCSSG2CorrelationDataEx", 1, 0x80000019);
+  EXPECT_EQ(call("SensorCorrelationDatabase", "POST", sensor, "", std::string(kS5) + "}").envelope,
+            emError(0x80000019, "Cannot create file.", "Add CSSG2 correlation data."));
+  QuilbySimFailNext("CSSG2H_GetColorSensorCalibData", 1, 0x80010002);
+  EXPECT_EQ(call("SensorCorrelationDatabase", "POST", sensor, "", std::string(kS5) + "}").envelope,
+            emError(0x80010002, "Sensor connection error.", "Get color sensor calib data."));
+  EXPECT_TRUE(sectionsFree());
+}
+
+// ---- CorrelationMatrix/Database -----------------------------------------------------------------
+
+TEST_F(CorrelationDataTest, MatrixDatabaseListsTheProductsMatricesAndTheLatest) {
+  EXPECT_EQ(call("SensorCorrelationMatrixDatabase", "GET", office()).envelope,
+            answer(R"({"latestID":3,"matrices":[{"date":{"dateString":"2023-12-01 09:10:00",)"
+                   R"("day":1,"hour":9,"minute":10,"month":12,"year":2023},"id":3,)"
+                   R"("referenceSensor":{"deviceID":48,"serial":"S5-240117"}}]})"));
+  const Reply studioMatrices = call("SensorCorrelationMatrixDatabase", "GET", studio());
+  EXPECT_EQ(studioMatrices.value["latestID"].toInt(0), 2) << studioMatrices.envelope;
+  EXPECT_EQ(studioMatrices.value["matrices"].size(), 2u);
+  EXPECT_EQ(calls("MDEnumCorrelationMatrixInfo").back()["arguments"][1ul].toInt(-1), 3)
+      << "the studio panel's revision";
+
+  cairnjson::Value world = parsed(simText(QuilbySimWorld));
+  world["correlationMatrices"] = cairnjson::Value(cairnjson::Type::Array);
+  char error[256] = {};
+  ASSERT_EQ(QuilbySimLoadWorld(compact(world).c_str(), error, sizeof error), 0) << error;
+  const std::string sensor = studio();
+  clearJournal();
+  EXPECT_EQ(call("SensorCorrelationMatrixDatabase", "GET", sensor).envelope,
+            answer(R"({"latestID":null,"matrices":[]})"));
+  EXPECT_TRUE(calls("MDGetLatestCorrelationMatrixID").empty());
+}
+
+TEST_F(CorrelationDataTest, MatrixDatabaseStoresTheSensorsMatrixInItsForm) {
+  const std::pair<std::string, const char*> sensors[] = {{studio(), "27Q00451"},
+                                                         {office(), "24S10088"}};
+  for (const auto& [sensor, serial] : sensors) {
+    clearJournal();
+    const Reply stored =
+        call("SensorCorrelationMatrixDatabase", "POST", sensor, "", std::string(kS5) + "}");
+    ASSERT_EQ(stored.status, 200) << stored.envelope;
+    const auto added = calls("MDAddCorrelationMatrix");
+    ASSERT_EQ(added.size(), 1u);
+    // The user set's matrix, row by row: 8 rows where the sensor takes them, else 3.
+    const cairnjson::Value matrix = userDataSet(serial)["matrix"];
+    const cairnjson::Value& arguments = added[0]["arguments"];
+    EXPECT_EQ(arguments[5ul].toInt(-1), static_cast<int>(matrix.size())) << serial;
+    ASSERT_EQ(arguments[4ul].size(), matrix.size() * 3) << serial;
+    for (unsigned long cell = 0; cell < arguments[4ul].size(); ++cell) {
+      EXPECT_EQ(arguments[4ul][cell].toDouble(-9), matrix[cell / 3][cell % 3].toDouble(-8)) << cell;
+    }
+    bool held = true;
+    recordCalls(&held);
+    EXPECT_TRUE(held);
+    // Dated now, it is the latest of its product.
+    EXPECT_EQ(call("SensorCorrelationMatrixDatabase", "GET", sensor).value["latestID"],
+              stored.value);
+  }
+  QuilbySimFailNext("MDAddCorrelationMatrix", 1, 0x8000001B);
+  EXPECT_EQ(
+      call("SensorCorrelationMatrixDatabase", "POST", sensors[0].first, "", std::string(kS5) + "}")
+          .envelope,
+      emError(0x8000001B, "Invalid data size.", "Add correlation matrix."));
+  EXPECT_TRUE(sectionsFree());
+}
+
+}  // namespace
