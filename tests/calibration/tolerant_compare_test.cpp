@@ -1,6 +1,6 @@
 #include "calibration/tolerant_compare.h"
 
-#include "json/cairnjson.h"
+#include "support/json_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -14,15 +14,7 @@
 namespace {
 
 using cairnjson::Value;
-
-Value parsed(const std::string& text) {
-  Value value;
-  EXPECT_TRUE(cairnjson::Parser().parse(text, value)) << text;
-  return value;
-}
-
-template <class Row>
-std::string rowName(const testing::TestParamInfo<Row>& info) { return info.param.name; }
+using quilby_test::parsed;
 
 // A tolerance above 0 selects DoubleNearlyEquals, otherwise SignificantFigureEquals at `figures`.
 struct NumberCase {
@@ -70,7 +62,7 @@ const NumberCase kNumberCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, NumberRuleTest, testing::ValuesIn(kNumberCases),
-                         rowName<NumberCase>);
+                         [](const auto& info) { return std::string(info.param.name); });
 
 struct ArrayCase {
   const char* name;
@@ -101,43 +93,34 @@ const ArrayCase kArrayCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, DoubleArrayEqualsTest, testing::ValuesIn(kArrayCases),
-                         rowName<ArrayCase>);
-
-struct DeepComparison {
-  Value a, b;
-  bool nearly = true, sixFigures = true;
-};
-
-Value nestedArray(double leaf) {
-  Value current = parsed("[0]");
-  current[0ul].setDouble(leaf);
-  for (int level = 0; level < 200000; ++level) {
-    Value outer(cairnjson::Type::Array);
-    outer.push_back(current);
-    current = std::move(outer);
-  }
-  return current;
-}
+                         [](const auto& info) { return std::string(info.param.name); });
 
 // A recursive walk would need megabytes of stack at this depth; hosts may give 256 KiB.
 TEST(DoubleArrayEqualsTest, DeepNestingIsSafeOnSmallStack) {
-  for (const double leaf : {1.0, 2.0}) {
-    DeepComparison job{nestedArray(1.0), nestedArray(leaf)};
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, &attributes, [](void* argument) -> void* {
-      auto* deep = static_cast<DeepComparison*>(argument);
-      deep->nearly = vesk::DoubleArrayEquals(deep->a, deep->b);
-      deep->sixFigures = vesk::DoubleArraySignificantFigureEquals(deep->a, deep->b);
-      return nullptr;
-    }, &job), 0);
-    ASSERT_EQ(pthread_join(thread, nullptr), 0);
-    pthread_attr_destroy(&attributes);
-    EXPECT_EQ(job.nearly, leaf == 1.0);
-    EXPECT_EQ(job.sixFigures, leaf == 1.0);
-  }
+  const auto nested = [](const char* leaf) {
+    return parsed(std::string(200000, '[') + leaf + std::string(200000, ']'));
+  };
+  struct Job {
+    Value a, same, other;
+    bool equal[4];
+  } job{nested("1"), nested("1"), nested("2"), {false, false, true, true}};
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+  const auto walk = [](void* argument) -> void* {
+    Job& job = *static_cast<Job*>(argument);
+    job.equal[0] = vesk::DoubleArrayEquals(job.a, job.same);
+    job.equal[1] = vesk::DoubleArraySignificantFigureEquals(job.a, job.same);
+    job.equal[2] = vesk::DoubleArrayEquals(job.a, job.other);
+    job.equal[3] = vesk::DoubleArraySignificantFigureEquals(job.a, job.other);
+    return nullptr;
+  };
+  pthread_t thread;
+  ASSERT_EQ(pthread_create(&thread, &attributes, walk, &job), 0);
+  ASSERT_EQ(pthread_join(thread, nullptr), 0);
+  pthread_attr_destroy(&attributes);
+  EXPECT_TRUE(job.equal[0] && job.equal[1]);
+  EXPECT_FALSE(job.equal[2] || job.equal[3]);
 }
 
 // Two complete records. kColour serves wherever X, Y, Z or R, G, B are read.
@@ -213,6 +196,6 @@ const MemberCase kMemberCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, StructureComparatorTest, testing::ValuesIn(kMemberCases),
-                         rowName<MemberCase>);
+                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

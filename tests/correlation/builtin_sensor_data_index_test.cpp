@@ -1,33 +1,35 @@
-// The selection of a built-in sensor's data index before its correlation data is touched, seen
-// through the matrix data resource: a plain Get selects the user set (flag false), and
-// "checksFactoryData" then selects the factory set (flag true).
+// The selection of a built-in sensor's data index before its correlation data is touched, and the
+// monitor's critical section around it: a plain Get of the matrix data selects the user set (flag
+// false), and "checksFactoryData" then selects the factory set (flag true).
 #include "correlation_test_support.h"
 
-#include <ostream>
 #include <string>
-#include <vector>
 
 namespace {
 
 using correlation_test::CorrelationTest;
 using correlation_test::emError;
-using correlation_test::Reply;
 
-// The data-index steps of the journal, in order: "Priority" for a DUE priority read,
-// "Index <index> -> <result>" and "Index2 <inverted> <priorityIs2> -> <status>".
-std::vector<std::string> dataIndexSteps(const cairnjson::Value& journal) {
-  std::vector<std::string> steps;
+// The data-index steps of the journal, joined by ", ": "Priority" for a DUE priority read,
+// "Index <index> -> <result>" and "Index2 <inverted> <priorityIs2> -> <status>"; with `sections`
+// also "LockMonitor", "UnlockMonitor" and the colour-sensor reads ("GetXYZCorrectionMatrix").
+std::string dataIndexSteps(const cairnjson::Value& journal, bool sections = false) {
+  std::string steps;
+  const auto add = [&](const std::string& step) { steps += (steps.empty() ? "" : ", ") + step; };
   for (const cairnjson::Value& entry : journal.elements()) {
     const std::string& function = entry["function"].stringRef();
     const cairnjson::Value& arguments = entry["arguments"];
     const std::string result = " -> " + entry["status"].toString("?");
     if (function == "EmCtrlGetDUEPriority") {
-      steps.push_back("Priority");
+      add("Priority");
+    } else if (sections && function.starts_with("EmCtrl") && function.ends_with("Monitor")) {
+      add(function.substr(6));
+    } else if (sections && function.starts_with("CSSG2H_Get")) {
+      add(function.substr(7));
     } else if (function == "CSSG2H_SetColorSensorDataIndex") {
-      steps.push_back("Index " + arguments[1ul].toString("?") + result);
+      add("Index " + arguments[1ul].toString("?") + result);
     } else if (function == "CSSG2H_SetColorSensorDataIndex2") {
-      steps.push_back("Index2 " + arguments[1ul].toString("?") + " " +
-                      arguments[2ul].toString("?") + result);
+      add("Index2 " + arguments[1ul].toString("?") + " " + arguments[2ul].toString("?") + result);
     }
   }
   return steps;
@@ -35,127 +37,68 @@ std::vector<std::string> dataIndexSteps(const cairnjson::Value& journal) {
 
 struct IndexCase {
   const char* name;
-  const char* monitor;          // serial
-  const char* duePriority;      // the world's value as JSON; "null" for no setting
-  bool byFlags;                 // older firmware that refuses an index by number
-  std::vector<std::string> steps;
-  long long indexAfter;         // the factory set stays selected
+  const char* monitor;      // "studio" or "office"
+  const char* duePriority;  // the world's value as JSON; "null" for no setting
+  bool byFlags;             // older firmware that refuses an index by number
+  const char* steps;
+  long long indexAfter;     // the factory set stays selected
 };
-
-void PrintTo(const IndexCase& row, std::ostream* out) { *out << row.name; }
 
 const IndexCase kIndexCases[] = {
-    {"Priority2", "27Q00451", "2", false,
-     {"Priority", "Index 3 -> 0", "Priority", "Index 1 -> 0"}, 1},
-    {"Priority1", "27Q00451", "1", false,
-     {"Priority", "Index 3 -> 0", "Priority", "Index 0 -> 0"}, 0},
-    {"Priority0", "27Q00451", "0", false,
-     {"Priority", "Index 3 -> 0", "Priority", "Index 0 -> 0"}, 0},
-    {"NoPrioritySetting", "27Q00451", "null", false, {"Index 3 -> 0", "Index 0 -> 0"}, 0},
-    {"ByFlagsPriority2", "27Q00451", "2", true,
-     {"Priority", "Index 3 -> -1", "Index2 1 1 -> 0", "Priority", "Index 1 -> -1",
-      "Index2 0 1 -> 0"},
-     1},
-    {"ByFlagsPriority3", "27Q00451", "3", true,
-     {"Priority", "Index 3 -> -1", "Index2 1 0 -> 0", "Priority", "Index 0 -> -1",
-      "Index2 0 0 -> 0"},
-     0},
-    {"ByFlagsNoPrioritySetting", "24S10088", "null", true,
-     {"Index 3 -> -1", "Index2 1 0 -> 0", "Index 0 -> -1", "Index2 0 0 -> 0"}, 0},
+    {"Priority2", "studio", "2", false, "Priority, Index 3 -> 0, Priority, Index 1 -> 0", 1},
+    {"Priority1", "studio", "1", false, "Priority, Index 3 -> 0, Priority, Index 0 -> 0", 0},
+    {"ByFlagsPriority2", "studio", "2", true,
+     "Priority, Index 3 -> -1, Index2 1 1 -> 0, Priority, Index 1 -> -1, Index2 0 1 -> 0", 1},
+    {"ByFlagsPriority3", "studio", "3", true,
+     "Priority, Index 3 -> -1, Index2 1 0 -> 0, Priority, Index 0 -> -1, Index2 0 0 -> 0", 0},
+    {"ByFlagsNoPrioritySetting", "office", "null", true,
+     "Index 3 -> -1, Index2 1 0 -> 0, Index 0 -> -1, Index2 0 0 -> 0", 0},
 };
 
-class CorrelationDataIndexTest : public CorrelationTest {};
+class CorrelationDataIndexTest : public CorrelationTest,
+                                 public testing::WithParamInterface<IndexCase> {};
 
-class CorrelationDataIndexTableTest : public CorrelationTest,
-                                      public testing::WithParamInterface<IndexCase> {};
-
-TEST_P(CorrelationDataIndexTableTest, SelectsTheSetByFlagAndPriority) {
+TEST_P(CorrelationDataIndexTest, SelectsTheSetByFlagAndPriority) {
   const IndexCase& row = GetParam();
-  loadDefaultWorldWith([&](cairnjson::Value& world) {
-    cairnjson::Value& monitor = monitorIn(world, row.monitor);
+  const std::string serial = row.monitor == std::string("studio") ? "27Q00451" : "24S10088";
+  loadDefaultWorldWith(serial, [&](cairnjson::Value& monitor) {
     monitor["duePriority"] = correlation_test::parsed(row.duePriority);
     monitor["dataIndexByFlags"].setBool(row.byFlags);
   });
-  const bool onStudio = row.monitor == std::string("27Q00451");
-  const std::string sensor = onStudio ? studio() : office();
+  const std::string parameters = sensor(row.monitor);
   clearJournal();
-  const Reply reply =
-      call("SensorCorrelationMatrixData", "GET", sensor, R"({"checksFactoryData":null})");
-  ASSERT_EQ(reply.status, 200) << reply.envelope;
-  const cairnjson::Value journal = this->journal();
-  EXPECT_EQ(dataIndexSteps(journal), row.steps);
-
+  const std::string query = R"({"checksFactoryData":null})";
+  ASSERT_EQ(call("SensorCorrelationMatrixData", "GET", parameters, query).status, 200);
+  EXPECT_EQ(dataIndexSteps(journal()), row.steps);
   cairnjson::Value world = correlation_test::simWorld();
-  EXPECT_EQ(monitorIn(world, row.monitor)["dataIndex"].toLLong(-1), row.indexAfter);
-  // The colour-sensor calls run inside the monitor's section, the priority reads outside it.
-  for (const cairnjson::Value& entry : journal.elements()) {
-    const std::string& function = entry["function"].stringRef();
-    if (function.rfind("CSSG2H_", 0) == 0) {
-      EXPECT_TRUE(heldSection(entry)) << function;
-    } else if (function == "EmCtrlGetDUEPriority" || function == "EmCtrlSupportedDUEPriority") {
-      EXPECT_FALSE(heldSection(entry)) << function;
-    }
-  }
-  EXPECT_TRUE(sectionsFree());
+  EXPECT_EQ(monitorIn(world, serial)["dataIndex"].toLLong(-1), row.indexAfter);
+  expectSectionsKept();
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, CorrelationDataIndexTableTest,
-                         testing::ValuesIn(kIndexCases),
-                         [](const testing::TestParamInfo<IndexCase>& info) {
-                           return info.param.name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Rows, CorrelationDataIndexTest, testing::ValuesIn(kIndexCases),
+                         [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(CorrelationDataIndexTest, RefusedIndexFallsBackToFlagsAndOnlyTheFallbackIsReported) {
-  const std::string sensor = studio();
-  // A refusal by number alone is not an error.
-  QuilbySimFailNext("CSSG2H_SetColorSensorDataIndex", 1, 0);
-  EXPECT_EQ(call("SensorCorrelationDescription", "GET", sensor).status, 200);
-  EXPECT_EQ(dataIndexSteps(journal()),
-            (std::vector<std::string>{"Priority", "Index 3 -> -1", "Index2 1 1 -> 0"}));
-
-  clearJournal();
-  QuilbySimFailNext("CSSG2H_SetColorSensorDataIndex", 1, 0);
-  QuilbySimFailNext("CSSG2H_SetColorSensorDataIndex2", 1, 0x8000000A);
-  EXPECT_EQ(call("SensorCorrelationDescription", "GET", sensor).envelope,
-            emError(0x8000000A, "Out of range.", "Set color sensor data index."));
+TEST_F(CorrelationTest, DescriptionIsRefusedWhileHeldElsewhereThenReadInASectionOfItsOwn) {
+  const std::string swing = sensor("studio");
+  // While another program holds the section, the index is refused by number and by flags; only
+  // the second refusal is reported.
+  ASSERT_EQ(QuilbySimHoldMonitor("27Q00451", "CX271-Studio", 1), 0);
+  EXPECT_EQ(call("SensorCorrelationDescription", "GET", swing).envelope,
+            emError(0x8000001F, "Rejected by critical section.", "Set color sensor data index."));
+  EXPECT_EQ(dataIndexSteps(journal()), "Priority, Index 3 -> -1, Index2 1 1 -> 2147483679");
   EXPECT_TRUE(calls("CSSG2H_GetCriterionSensorDescription").empty());
-  EXPECT_TRUE(sectionsFree());
 
-  // An accepted index never reaches the fallback.
+  ASSERT_EQ(QuilbySimHoldMonitor("27Q00451", "CX271-Studio", 0), 0);
   clearJournal();
-  QuilbySimFailNext("CSSG2H_SetColorSensorDataIndex2", 1, 0x8000000A);
-  EXPECT_EQ(call("SensorCorrelationDescription", "GET", sensor).status, 200);
-  EXPECT_TRUE(calls("CSSG2H_SetColorSensorDataIndex2").empty());
-}
-
-TEST_F(CorrelationDataIndexTest, FailedPriorityReadEndsBeforeTheSectionIsEntered) {
-  const std::string sensor = studio();
-  QuilbySimFailNext("EmCtrlGetDUEPriority", 1, 0x80010001);
-  EXPECT_EQ(call("SensorCorrelationMatrixData", "PUT", sensor, "",
-                 R"({"matrix":[[1],[0,1],[0,0,1]]})")
-                .envelope,
-            emError(0x80010001, "Monitor connection error.", "Get DUE priority."));
-  EXPECT_TRUE(calls("EmCtrlLockMonitor").empty());
-  EXPECT_TRUE(colorSensorCalls().empty());
-}
-
-TEST_F(CorrelationDataIndexTest, SectionIsEnteredAfterThePriorityReadAndLeftBeforeTheReading) {
-  const std::string sensor = studio();
-  ASSERT_EQ(call("SensorCorrelationDescription", "GET", sensor).status, 200);
-  std::vector<std::string> order;
-  const cairnjson::Value entries = journal();
-  for (const cairnjson::Value& entry : entries.elements()) {
-    const std::string& function = entry["function"].stringRef();
-    if (function == "EmCtrlGetDUEPriority" || function == "EmCtrlLockMonitor" ||
-        function == "EmCtrlUnlockMonitor" || function.rfind("CSSG2H_", 0) == 0) {
-      order.push_back(function);
-    }
-  }
-  // Two sections: one around the index selection, one around the reading.
-  EXPECT_EQ(order, (std::vector<std::string>{
-                       "EmCtrlGetDUEPriority", "EmCtrlLockMonitor",
-                       "CSSG2H_SetColorSensorDataIndex", "EmCtrlUnlockMonitor", "EmCtrlLockMonitor",
-                       "CSSG2H_GetCriterionSensorDescription", "EmCtrlUnlockMonitor"}));
+  EXPECT_EQ(call("SensorCorrelationDescription", "GET", swing).envelope,
+            R"({"error":null,"value":{"date":{"dateString":"2023-11-02 14:20:00","day":2,)"
+            R"("hour":14,"minute":20,"month":11,"year":2023},)"
+            R"("referenceSensor":{"deviceID":48,"serial":"S5-240117"}}})");
+  // The priority is read before any section; one section selects the user set, another
+  // surrounds the reading.
+  EXPECT_EQ(dataIndexSteps(journal(), true),
+            "Priority, LockMonitor, Index 3 -> 0, UnlockMonitor, LockMonitor, "
+            "GetCriterionSensorDescription, UnlockMonitor");
 }
 
 }  // namespace

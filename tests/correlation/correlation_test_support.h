@@ -20,8 +20,7 @@ using quilby_test::compact;
 using quilby_test::parsed;
 using quilby_test::Reply;
 
-inline constexpr const char* kStudio = R"({"serial":"27Q00451","product":"CX271-Studio"})";
-inline constexpr const char* kOffice = R"({"serial":"24S10088","product":"CS240-Office"})";
+inline constexpr const char* kOK = R"({"error":null,"value":null})";
 
 // A text of the simulator's control interface.
 inline std::string controlText(std::uint32_t (*read)(char*, std::uint32_t)) {
@@ -39,43 +38,53 @@ inline std::string emError(std::uint32_t code, const std::string& message,
          R"(","name":"EmError","reason":")" + reason + R"("},"value":null})";
 }
 
+// The status the tests make a library call fail with, and the envelope of that failure.
+inline constexpr std::uint32_t kInjected = 0x80010003;
+inline std::string injected(const std::string& reason) {
+  return emError(kInjected, "Measure error.", reason);
+}
+
+inline const std::string kNoHid = emError(0x80000000, "Failed.", "Get HID handle.");
+
 inline std::string badRequest(const std::string& message) {
   return R"({"error":{"message":")" + message + R"(","name":"BadRequestError"},"value":null})";
 }
 
-inline constexpr const char* kOK = R"({"error":null,"value":null})";
-
 class CorrelationTest : public quilby_test::PluginTest {
  protected:
-  // Opens a sensor and returns the parameters object naming it.
-  std::string open(const std::string& entryPoint, const std::string& parameters) {
-    const Reply reply = call(entryPoint, "POST", parameters);
+  // The parameters naming a sensor. "studio" opens the swing sensor of the studio monitor (DUE
+  // priority 2, 8x3 matrix, luminance levels); "office" the front sensor of the office monitor
+  // (older firmware: data index by flags; no DUE priority; 3x3 matrix only); "usb" a USB
+  // colorimeter (no HID handle). Any other text is the parameters themselves.
+  std::string sensor(const std::string& which) {
+    const char* parameters =
+        which == "studio"   ? R"({"serial":"27Q00451","product":"CX271-Studio"})"
+        : which == "office" ? R"({"serial":"24S10088","product":"CS240-Office"})"
+        : which == "usb"    ? R"({"deviceID":33})"
+                            : nullptr;
+    if (!parameters) return which;
+    const Reply reply = call(which == "usb" ? "DeviceID" : "Monitors", "POST", parameters);
     EXPECT_EQ(reply.status, 200) << reply.envelope;
     return R"({"id":")" + reply.value.stringRef() + "\"}";
   }
-  // The swing sensor of the studio monitor: DUE priority 2, 8x3 matrix, luminance levels.
-  std::string studio() { return open("Monitors", kStudio); }
-  // The front sensor of the office monitor: older firmware (data index by flags), no DUE
-  // priority, 3x3 matrix only.
-  std::string office() { return open("Monitors", kOffice); }
-  // A USB colorimeter: no HID handle.
-  std::string colorimeter() { return open("DeviceID", R"({"deviceID":33})"); }
 
-  // Replaces the world by the default one changed by `edit`; handles opened before are gone.
-  static void loadDefaultWorldWith(const std::function<void(cairnjson::Value&)>& edit) {
-    cairnjson::Value world = simWorld();
-    edit(world);
-    char error[512] = {};
-    ASSERT_EQ(QuilbySimLoadWorld(compact(world).c_str(), error, sizeof error), 0) << error;
-  }
-
-  // The default world's monitor with that serial, for editing.
+  // The monitor with that serial in `world`, for editing.
   static cairnjson::Value& monitorIn(cairnjson::Value& world, const std::string& serial) {
     for (unsigned long i = 0; i < world["monitors"].size(); ++i) {
       if (world["monitors"][i]["serial"].toString("") == serial) return world["monitors"][i];
     }
     ADD_FAILURE() << "no monitor " << serial;
     return world["monitors"][0ul];
+  }
+
+  // Replaces the world by the default one with monitor `serial` changed by `edit`; handles opened
+  // before are gone.
+  static void loadDefaultWorldWith(const std::string& serial,
+                                   const std::function<void(cairnjson::Value&)>& edit) {
+    cairnjson::Value world = simWorld();
+    edit(monitorIn(world, serial));
+    char error[512] = {};
+    ASSERT_EQ(QuilbySimLoadWorld(compact(world).c_str(), error, sizeof error), 0) << error;
   }
 
   // The data set `index` of monitor `serial` in the current world.
@@ -86,25 +95,6 @@ class CorrelationTest : public quilby_test::PluginTest {
     }
     ADD_FAILURE() << "no data set " << index << " on " << serial;
     return cairnjson::Value();
-  }
-
-  // The state of the sensor with that serial in the current world (absent members are null).
-  static cairnjson::Value sensorState(const std::string& serial) {
-    const cairnjson::Value world = simWorld();
-    for (const cairnjson::Value& sensor : world["sensors"].elements()) {
-      if (sensor["serial"].toString("") == serial) return sensor["state"];
-    }
-    ADD_FAILURE() << "no sensor " << serial;
-    return cairnjson::Value();
-  }
-
-  // The numbers of a JSON array of numbers, as doubles.
-  static std::vector<double> numbers(const cairnjson::Value& array) {
-    std::vector<double> values;
-    for (const cairnjson::Value& element : array.elements()) {
-      values.push_back(element.toDouble(-1e300));
-    }
-    return values;
   }
 
   // Whether a journal entry's call started inside this process's critical section.
@@ -121,14 +111,16 @@ class CorrelationTest : public quilby_test::PluginTest {
     return sections.size() > 0;
   }
 
-  // The journal entries of the colour-sensor library (every "CSSG2H_" call), in order.
-  std::vector<cairnjson::Value> colorSensorCalls() const {
-    std::vector<cairnjson::Value> found;
+  // Every colour-sensor call of the journal ran inside its monitor's section and every DUE
+  // priority query outside it, and every section has been left.
+  void expectSectionsKept() const {
     const cairnjson::Value entries = journal();
     for (const cairnjson::Value& entry : entries.elements()) {
-      if (entry["function"].stringRef().rfind("CSSG2H_", 0) == 0) found.push_back(entry);
+      const std::string& function = entry["function"].stringRef();
+      EXPECT_TRUE(!function.starts_with("CSSG2H_") || heldSection(entry)) << function;
+      EXPECT_FALSE(function.ends_with("DUEPriority") && heldSection(entry)) << function;
     }
-    return found;
+    EXPECT_TRUE(sectionsFree());
   }
 };
 

@@ -1,7 +1,7 @@
-// A stand-in for libquilby.so that answers every resource entry point with what it received:
-// {"error":null,"value":{"entryPoint":..., "request":..., "parameters":..., "query":..., "data":...}}
-// with each argument as a JSON string holding its bytes. Through the data text a test can also
-// ask for a status ("status:404") or for no answer at all ("answers:0").
+// A stand-in for libquilby.so that answers the resource entry points the tests call with what it
+// received: {"error":null,"value":{"entryPoint":..., "request":..., "parameters":..., "query":...,
+// "data":...}} with each argument as a JSON string holding its bytes. Through the data text a test
+// can also ask for a status ("status:404") or for no answer at all ("answers:0").
 #include "quilby/host.h"
 
 #include <cstdio>
@@ -52,39 +52,10 @@ int echo(const char* entryPoint, const char* request, const char* parameters, co
   }
 
 ECHO_RESOURCE(Sensors)
-ECHO_RESOURCE(SensorsName)
 ECHO_RESOURCE(DeviceID)
-ECHO_RESOURCE(IndividualID)
 ECHO_RESOURCE(Monitors)
-ECHO_RESOURCE(Sensor)
 ECHO_RESOURCE(SensorMode)
-ECHO_RESOURCE(SensorCalibration)
-ECHO_RESOURCE(SensorXYZ)
-ECHO_RESOURCE(SensorRawData)
-ECHO_RESOURCE(SensorRGB)
-ECHO_RESOURCE(SensorIR)
-ECHO_RESOURCE(SensorXYZWithoutCorrelation)
-ECHO_RESOURCE(SensorArm)
-ECHO_RESOURCE(SensorPosition)
-ECHO_RESOURCE(SensorExteriorLight)
-ECHO_RESOURCE(SensorParameterDescription)
-ECHO_RESOURCE(SensorCorrection)
-ECHO_RESOURCE(SensorExCorrection)
-ECHO_RESOURCE(SensorTargetMarker)
-ECHO_RESOURCE(XRiteControlPanel)
-ECHO_RESOURCE(SensorCorrelation)
-ECHO_RESOURCE(SensorCorrelation9Points)
-ECHO_RESOURCE(SensorCorrelationDescription)
-ECHO_RESOURCE(SensorCorrelationData)
-ECHO_RESOURCE(SensorCorrelationDatabase)
-ECHO_RESOURCE(SensorCorrelationMatrix)
-ECHO_RESOURCE(SensorCorrelationMatrixData)
-ECHO_RESOURCE(SensorCorrelationMatrixDatabase)
-ECHO_RESOURCE(SensorAmbraSense)
 ECHO_RESOURCE(SensorAmbraSenseLevel)
-ECHO_RESOURCE(SensorIFSTempCorrectParam)
-ECHO_RESOURCE(SensorIFSBrightCorrectParamUpdate)
-ECHO_RESOURCE(SensorDeviceOption)
 
 extern "C" __attribute__((visibility("default"))) void Setup(void) {}
 

@@ -30,6 +30,11 @@ TEST(OptionsTest, DefaultsServeTheBuildOnTheLoopback) {
   EXPECT_EQ(options.server.address, "127.0.0.1");
   EXPECT_EQ(options.server.port, 8771);
   EXPECT_TRUE(options.server.accessLog);
+  // The web page follows the console, the registry the exports.
+  const HostOptions moved = parsed({"shell", "--console", "/ui", "--exports", "/x"});
+  EXPECT_EQ(moved.mode, Mode::Shell);
+  EXPECT_EQ(moved.settings.htmlPath, "/ui");
+  EXPECT_EQ(moved.settings.registryPath, "/x");
 }
 
 TEST(OptionsTest, EveryFlagSetsItsSetting) {
@@ -51,13 +56,6 @@ TEST(OptionsTest, EveryFlagSetsItsSetting) {
   EXPECT_EQ(options.server.allowedHosts, (std::vector<std::string>{"a.lan", "b.lan"}));
   EXPECT_EQ(options.server.consoleDirectory, "/ui");
   EXPECT_FALSE(options.server.accessLog);
-}
-
-TEST(OptionsTest, TheWebPageFollowsTheConsoleAndTheRegistryTheExports) {
-  const HostOptions options = parsed({"shell", "--console", "/ui", "--exports", "/x"});
-  EXPECT_EQ(options.mode, Mode::Shell);
-  EXPECT_EQ(options.settings.htmlPath, "/ui");
-  EXPECT_EQ(options.settings.registryPath, "/x");
 }
 
 TEST(OptionsTest, RefusesWhatItDoesNotKnow) {

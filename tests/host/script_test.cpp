@@ -10,75 +10,61 @@
 
 namespace {
 
-struct LineCase {
-  const char* line;
-  bool isRequest;
-  const char* method;
-  const char* target;
-  const char* body;
-  bool malformed;
-};
-
 TEST(ScriptLineTest, ReadsMethodPathAndTheRestAsBody) {
-  const LineCase cases[] = {
-      {"GET /Sensors?connected", true, "GET", "/Sensors?connected", "", false},
-      {"  put /Sensors/a/Mode {\"mode\": 1,  \"observerKey\": 0} ", true, "PUT", "/Sensors/a/Mode",
-       "{\"mode\": 1,  \"observerKey\": 0} ", false},
-      {"PUT\t/Sensors/a/Arm\ttrue\r", true, "PUT", "/Sensors/a/Arm", "true", false},
-      {"POST /Sensors/33", true, "POST", "/Sensors/33", "", false},
-      {"", false, "", "", "", false},
-      {"   \t", false, "", "", "", false},
-      {"# GET /Sensors", false, "", "", "", false},
-      {"   # indented comment", false, "", "", "", false},
-      {"GET", false, "", "", "", true},
-      {"GET Sensors", false, "", "", "", true},
+  const struct {
+    const char* line;
+    const char* method;
+    const char* target;
+    const char* body;
+  } requests[] = {
+      {"GET /Sensors?connected", "GET", "/Sensors?connected", ""},
+      {"  put /Sensors/a/Mode {\"mode\": 1,  \"observerKey\": 0} ", "PUT", "/Sensors/a/Mode",
+       "{\"mode\": 1,  \"observerKey\": 0} "},
+      {"PUT\t/Sensors/a/Arm\ttrue\r", "PUT", "/Sensors/a/Arm", "true"},
   };
-  for (const LineCase& c : cases) {
+  for (const auto& c : requests) {
     const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(c.line);
-    EXPECT_EQ(line.isRequest, c.isRequest) << c.line;
-    EXPECT_EQ(!line.error.empty(), c.malformed) << c.line;
-    if (!c.isRequest) continue;
+    EXPECT_TRUE(line.isRequest && line.error.empty()) << c.line;
     EXPECT_EQ(line.method, c.method) << c.line;
     EXPECT_EQ(line.target, c.target) << c.line;
     EXPECT_EQ(line.body, c.body) << c.line;
   }
+  // Blank lines and comments are skipped; a line without a path is malformed.
+  const std::pair<const char*, bool> others[] = {
+      {"", false}, {"   \t", false}, {"# GET /Sensors", false}, {"   # indented comment", false},
+      {"GET", true}, {"GET Sensors", true}};
+  for (const auto& [text, malformed] : others) {
+    const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(text);
+    EXPECT_FALSE(line.isRequest) << text;
+    EXPECT_EQ(!line.error.empty(), malformed) << text;
+  }
 }
 
-class LineReaderTest : public testing::Test {
- protected:
-  void SetUp() override { ASSERT_EQ(pipe(fds_), 0); }
-  void TearDown() override {
-    for (const int fd : fds_) {
-      if (fd >= 0) close(fd);
-    }
-  }
-  void write(const std::string& text) {
-    ASSERT_EQ(::write(fds_[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  }
-  void closeWriter() {
-    close(fds_[1]);
-    fds_[1] = -1;
-  }
-  int fds_[2] = {-1, -1};
-};
-
-TEST_F(LineReaderTest, SplitsLinesAcrossReadsAndKeepsAnUnfinishedLastLine) {
-  quilbyhost::LineReader reader(fds_[0]);
-  write("GET /a\nPUT /b ");
-  write("body\nlast");
-  closeWriter();
+TEST(LineReaderTest, SplitsLinesAcrossReadsAndKeepsAnUnfinishedLastLine) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  quilbyhost::LineReader reader(fds[0]);
+  const auto send = [&fds](const std::string& text) {
+    ASSERT_EQ(write(fds[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  };
   std::string line;
+  send("GET /a\nPUT /b ");
   ASSERT_TRUE(reader.next(line));
   EXPECT_EQ(line, "GET /a");
-  ASSERT_TRUE(reader.next(line));
-  EXPECT_EQ(line, "PUT /b body");
-  ASSERT_TRUE(reader.next(line));
-  EXPECT_EQ(line, "last");
+  send("body\nlast");
+  close(fds[1]);
+  for (const char* want : {"PUT /b body", "last"}) {
+    ASSERT_TRUE(reader.next(line));
+    EXPECT_EQ(line, want);
+  }
   EXPECT_FALSE(reader.next(line));
+  close(fds[0]);
 }
 
-TEST_F(LineReaderTest, WakeEndsABlockedRead) {
-  quilbyhost::LineReader reader(fds_[0]);
+TEST(LineReaderTest, WakeEndsABlockedRead) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  quilbyhost::LineReader reader(fds[0]);
   std::thread waker([&reader] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     reader.wake();
@@ -86,6 +72,8 @@ TEST_F(LineReaderTest, WakeEndsABlockedRead) {
   std::string line;
   EXPECT_FALSE(reader.next(line));
   waker.join();
+  close(fds[0]);
+  close(fds[1]);
 }
 
 }  // namespace

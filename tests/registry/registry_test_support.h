@@ -1,5 +1,7 @@
-// What the registry's end-to-end tests share: the plug-in's sensor-handle functions, opening
-// sensors of the built-in simulated world, and the sensor handles as the journal writes them.
+// What the end-to-end tests of the sensor registry and of the per-sensor resources share: the
+// built-in simulated world's sensors and monitors, the plug-in's sensor-handle functions, opening
+// sensors, answers as "<status> <envelope>", the journal's handles and the monitors' critical
+// sections, and reloading the plug-in beside other device libraries.
 #ifndef QUILBY_TESTS_REGISTRY_REGISTRY_TEST_SUPPORT_H
 #define QUILBY_TESTS_REGISTRY_REGISTRY_TEST_SUPPORT_H
 
@@ -7,8 +9,11 @@
 #include "quilby_sim/control.h"
 #include "support/plugin_fixture.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -17,48 +22,51 @@
 namespace quilby_test {
 
 // The built-in world's sensors and monitors used by these tests.
-inline constexpr MDDeviceID kColorimeter = 33;        // USB
-inline constexpr MDDeviceID kSpectrophotometer = 48;  // USB, needs calibration
+inline constexpr MDDeviceID kColorimeter = 33;        // USB, ambient, several positions
+inline constexpr MDDeviceID kSpectrophotometer = 48;  // USB, reflectance, spectrum, calibration
 inline constexpr MDDeviceID kSerialReference = 82;    // on "Lumetra R2 Serial Bridge"
-inline constexpr MDDeviceID kSwingSensor = 4144;      // built into the studio monitor
+inline constexpr MDDeviceID kSwingSensor = 4144;      // the studio monitor's, arm starts in
 inline constexpr const char* kStudioSerial = "27Q00451";
-inline constexpr const char* kOfficeSerial = "24S10088";
+inline constexpr const char* kOfficeSerial = "24S10088";    // fixed front sensor
 inline constexpr const char* kUnlinkedSerial = "27U00912";  // known, but without HID handle
 inline constexpr const char* kStudioProduct = "CX271-Studio";
 inline constexpr const char* kOfficeProduct = "CS240-Office";
 
-// The plug-in's sensor-handle functions, looked up in the loaded plug-in.
-struct SensorHandleFunctions {
-  decltype(&SensorControlGetHandleForID) getHandleForID;
-  decltype(&QuilbyGetHandleForHIDHandle) getHandleForHIDHandle;
-  decltype(&QuilbyGetHandleForDeviceID) getHandleForDeviceID;
-  decltype(&QuilbyRemoveSensor) removeSensor;
-  decltype(&QuilbyPreUpdateBuiltInSensorHandle) preUpdate;
-  decltype(&QuilbyUpdateBuiltInSensorHandle) update;
-  decltype(&QuilbyEnumConnectedSerialSensors) enumSerial;
-  decltype(&QuilbyLockSensors) lock;
-  decltype(&QuilbyUnlockSensors) unlock;
-};
-
-// The functions of the plug-in loaded now; the test fails when one is missing.
-inline SensorHandleFunctions sensorHandleFunctions() {
-  const auto find = [](auto& function, const char* name) {
-    function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(
-        quilbyhost::PluginHost::Instance().symbol(name));
-    EXPECT_NE(function, nullptr) << name;
-  };
-  SensorHandleFunctions f{};
-  find(f.getHandleForID, "SensorControlGetHandleForID");
-  find(f.getHandleForHIDHandle, "QuilbyGetHandleForHIDHandle");
-  find(f.getHandleForDeviceID, "QuilbyGetHandleForDeviceID");
-  find(f.removeSensor, "QuilbyRemoveSensor");
-  find(f.preUpdate, "QuilbyPreUpdateBuiltInSensorHandle");
-  find(f.update, "QuilbyUpdateBuiltInSensorHandle");
-  find(f.enumSerial, "QuilbyEnumConnectedSerialSensors");
-  find(f.lock, "QuilbyLockSensors");
-  find(f.unlock, "QuilbyUnlockSensors");
-  return f;
+// The answers as answer() writes them.
+inline std::string ok(const std::string& valueJson) {
+  return R"(200 {"error":null,"value":)" + valueJson + "}";
 }
+inline std::string badRequest(const std::string& message) {
+  return R"(400 {"error":{"message":")" + message + R"(","name":"BadRequestError"},"value":null})";
+}
+inline std::string emError(unsigned code, const std::string& message, const std::string& reason) {
+  return R"(500 {"error":{"code":)" + std::to_string(code) + R"(,"message":")" + message +
+         R"(","name":"EmError","reason":")" + reason + R"("},"value":null})";
+}
+inline std::string functionNotFound(const std::string& library) {
+  return R"(404 {"error":{"message":")" + library +
+         R"( does not have a requested function.","name":"FunctionNotFoundError"},"value":null})";
+}
+inline const std::string kInvalidURI = badRequest("URI is invalid.");
+inline const std::string kNotFound =
+    R"(404 {"error":{"message":"Not found.","name":"Error"},"value":null})";
+
+// The plug-in's sensor-handle functions, looked up in the plug-in loaded when it is made.
+#define QUILBY_TEST_PLUGIN_FUNCTION(member, name) \
+  decltype(&name) member =                        \
+      reinterpret_cast<decltype(&name)>(quilbyhost::PluginHost::Instance().symbol(#name))
+struct SensorHandleFunctions {
+  QUILBY_TEST_PLUGIN_FUNCTION(getHandleForID, SensorControlGetHandleForID);
+  QUILBY_TEST_PLUGIN_FUNCTION(getHandleForHIDHandle, QuilbyGetHandleForHIDHandle);
+  QUILBY_TEST_PLUGIN_FUNCTION(getHandleForDeviceID, QuilbyGetHandleForDeviceID);
+  QUILBY_TEST_PLUGIN_FUNCTION(removeSensor, QuilbyRemoveSensor);
+  QUILBY_TEST_PLUGIN_FUNCTION(preUpdate, QuilbyPreUpdateBuiltInSensorHandle);
+  QUILBY_TEST_PLUGIN_FUNCTION(update, QuilbyUpdateBuiltInSensorHandle);
+  QUILBY_TEST_PLUGIN_FUNCTION(enumSerial, QuilbyEnumConnectedSerialSensors);
+  QUILBY_TEST_PLUGIN_FUNCTION(lock, QuilbyLockSensors);
+  QUILBY_TEST_PLUGIN_FUNCTION(unlock, QuilbyUnlockSensors);
+};
+#undef QUILBY_TEST_PLUGIN_FUNCTION
 
 // A simulated sensor handle as the journal writes it ("md:<n>"); "null" for NULL.
 inline std::string journalForm(MDHandle handle) {
@@ -77,28 +85,69 @@ inline std::vector<std::string> sorted(std::vector<std::string> texts) {
   return texts;
 }
 
+// The JSON array of `texts`.
+inline std::string jsonStrings(const std::vector<std::string>& texts) {
+  cairnjson::Value list(cairnjson::Type::Array);
+  for (const std::string& text : texts) list.push_back(cairnjson::Value::makeString(text));
+  return compact(list);
+}
+
+// The parameters naming the sensor `id`.
+inline std::string named(const std::string& id) { return R"({"id":")" + id + "\"}"; }
+
+// Replaces the simulated world by `world` (JSON); the test fails when it is refused.
+inline void loadWorld(const std::string& world) {
+  char error[512] = {};
+  ASSERT_EQ(QuilbySimLoadWorld(world.c_str(), error, sizeof error), 0) << error;
+}
+
 class RegistryTest : public PluginTest {
  protected:
   void SetUp() override {
     PluginTest::SetUp();
-    functions = sensorHandleFunctions();
+    functions = SensorHandleFunctions();
+  }
+  void TearDown() override {
+    PluginTest::TearDown();
+    std::filesystem::remove_all(links_);
+  }
+
+  // The answer as "<status> <envelope>".
+  std::string answer(const std::string& entryPoint, const std::string& method,
+                     const std::string& parameters = "", const std::string& query = "",
+                     const std::string& data = "") {
+    const Reply reply = call(entryPoint, method, parameters, query, data);
+    return std::to_string(reply.status) + " " + reply.envelope;
   }
 
   // Opens a sensor through the page's resources and returns its identifier; the test fails
   // unless the answer is 200 with a string.
   std::string openByDeviceID(MDDeviceID deviceID) {
-    return identifierOf(call("DeviceID", "POST", R"({"deviceID":)" + std::to_string(deviceID) + "}"));
+    return identifierOf(
+        call("DeviceID", "POST", R"({"deviceID":)" + std::to_string(deviceID) + "}"));
   }
   std::string openMonitor(const std::string& serial, const std::string& product) {
-    return identifierOf(call("Monitors", "POST",
-                             R"({"serial":")" + serial + R"(","product":")" + product + "\"}"));
+    return identifierOf(
+        call("Monitors", "POST", R"({"serial":")" + serial + R"(","product":")" + product + "\"}"));
   }
+  // The same, answering the parameters that name the sensor.
+  std::string colorimeter() { return named(openByDeviceID(kColorimeter)); }
+  std::string spectrophotometer() { return named(openByDeviceID(kSpectrophotometer)); }
+  std::string swingSensor() { return named(openMonitor(kStudioSerial, kStudioProduct)); }
+  std::string frontSensor() { return named(openMonitor(kOfficeSerial, kOfficeProduct)); }
 
   // The handle registered under `id` (NULL when unknown or closed in place).
   MDHandle handleOf(const std::string& id) {
     MDHandle handle = nullptr;
     functions.getHandleForID(id.c_str(), &handle);
     return handle;
+  }
+
+  // The handles registered under `ids`, as the journal writes them.
+  std::vector<std::string> handlesOf(const std::vector<std::string>& ids) {
+    std::vector<std::string> handles;
+    for (const std::string& id : ids) handles.push_back(journalForm(handleOf(id)));
+    return handles;
   }
 
   // The identifiers the page lists (Sensors GET).
@@ -113,17 +162,66 @@ class RegistryTest : public PluginTest {
     return handles;
   }
 
-  // The journaled calls other than the plug-in's logging.
-  std::vector<cairnjson::Value> deviceCalls() {
-    std::vector<cairnjson::Value> found;
+  // The names of the journaled calls other than the plug-in's logging, in order.
+  std::vector<std::string> deviceCalls() const {
+    std::vector<std::string> names;
     const cairnjson::Value entries = journal();
     for (const cairnjson::Value& entry : entries.elements()) {
-      if (entry["function"].stringRef().rfind("mirelto_", 0) != 0) found.push_back(entry);
+      const std::string& name = entry["function"].stringRef();
+      if (name.rfind("mirelto_", 0) != 0) names.push_back(name);
     }
-    return found;
+    return names;
   }
 
-  SensorHandleFunctions functions{};
+  // The URI of the first request logged since the journal was emptied.
+  std::string loggedURI() const {
+    const auto lines = logLines();
+    if (lines.empty()) return "<none>";
+    const std::string& line = lines.front().second;
+    const std::size_t start = line.find("\turi:") + 5;
+    return line.substr(start, line.find('\t', start) - start);
+  }
+
+  // The owners of the monitors' critical sections, "" for a free one, in world order.
+  static std::vector<std::string> sectionOwners() {
+    std::string text(QuilbySimCriticalSections(nullptr, 0) + 1, '\0');
+    text.resize(QuilbySimCriticalSections(text.data(), static_cast<std::uint32_t>(text.size())));
+    std::vector<std::string> owners;
+    const cairnjson::Value sections = parsed(text);
+    for (const cairnjson::Value& section : sections.elements()) {
+      owners.push_back(section["owner"].toString(""));
+    }
+    return owners;
+  }
+
+  // Reloads the plug-in from a fresh directory of links to the exports directory's files, but
+  // for `missing`, and to the variant device libraries' for `variant` ("*" for all). These lack
+  // MDMeasureRaw, MDHasTargetMarker, EmCtrlLockMonitor, EmCtrlUnlockMonitor, CSSG2H_GetIRValue.
+  void reloadWith(const std::string& variant, const std::string& missing = "") {
+    namespace fsys = std::filesystem;
+    const fsys::path variants = QUILBY_TEST_VARIANT_EXPORTS_DIR;
+    unloadPlugin(true);
+    fsys::remove_all(links_);
+    // A fresh path each time: the dynamic loader remembers the names a resident library was
+    // opened under, so reusing one could hand back a library of an earlier mix.
+    static int directories = 0;
+    links_ = fsys::temp_directory_path() /
+             ("quilby-links-" + std::to_string(getpid()) + "-" + std::to_string(++directories));
+    fsys::create_directories(links_);
+    for (const fsys::directory_entry& file : fsys::directory_iterator(exportsDirectory())) {
+      const fsys::path name = file.path().filename();
+      const bool fromVariants = name == variant || (variant == "*" && name != "libquilby.so" &&
+                                                    fsys::exists(variants / name));
+      if (name != missing) {
+        fsys::create_symlink(fromVariants ? variants / name : file.path(), links_ / name);
+      }
+    }
+    loadPlugin(links_, true);
+    functions = SensorHandleFunctions();
+    clearJournal();
+  }
+
+  SensorHandleFunctions functions;
 
  private:
   static std::string identifierOf(const Reply& reply) {
@@ -131,13 +229,9 @@ class RegistryTest : public PluginTest {
     EXPECT_TRUE(reply.value.isString()) << reply.envelope;
     return reply.value.stringRef();
   }
-};
 
-// Replaces the simulated world by `world` (JSON); the test fails when it is refused.
-inline void loadWorld(const std::string& world) {
-  char error[512] = {};
-  ASSERT_EQ(QuilbySimLoadWorld(world.c_str(), error, sizeof error), 0) << error;
-}
+  std::filesystem::path links_;
+};
 
 }  // namespace quilby_test
 

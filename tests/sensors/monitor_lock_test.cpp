@@ -4,150 +4,113 @@
 
 #include "bridge/bridge_result.h"
 
-#include "sensors/sensor_test_support.h"
-
-#include "quilby_sim/control.h"
+#include "registry/registry_test_support.h"
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace {
 
-using quilby_test::SensorTest;
+using namespace quilby_test;
 
 void* const kStudioHid = reinterpret_cast<void*>(0x1001);
 void* const kOfficeHid = reinterpret_cast<void*>(0x1002);
 void* const kNoMonitorsHid = reinterpret_cast<void*>(0x7777);
+void* const kLongestHid = reinterpret_cast<void*>(8193);
 
-class MonitorLockTest : public SensorTest {
+using Identity = std::pair<std::string, std::string>;
+
+class MonitorLockTest : public RegistryTest {
  protected:
-  struct Identity {
-    char serial[EMCTRL_SERIAL_SIZE];
-    char product[EMCTRL_PRODUCT_SIZE];
-  };
-  // Buffers filled with a marker, so that untouched bytes show.
-  static Identity marked() {
-    Identity identity;
-    std::memset(identity.serial, '#', sizeof identity.serial);
-    std::memset(identity.product, '#', sizeof identity.product);
-    return identity;
+  // The serial and product buffers as the lookup leaves them, filled with '#' before, so that
+  // untouched bytes show.
+  static Identity identityOf(void* hid, bool failIfNotFound) {
+    char serial[EMCTRL_SERIAL_SIZE], product[EMCTRL_PRODUCT_SIZE];
+    std::memset(serial, '#', sizeof serial);
+    std::memset(product, '#', sizeof product);
+    vesk::GetSerialProductWithHIDHandle(hid, serial, product, failIfNotFound);
+    return {std::string(serial, sizeof serial), std::string(product, sizeof product)};
   }
-  static BridgeResult failureOf(void* hid, bool failIfNotFound) {
-    Identity identity = marked();
+  // The failure the lookup throws, as "<status> <name> <message> <other members>".
+  static std::string failureOf(void* hid, bool failIfNotFound) {
     try {
-      vesk::GetSerialProductWithHIDHandle(hid, identity.serial, identity.product, failIfNotFound);
+      identityOf(hid, failIfNotFound);
     } catch (const BridgeResult& failure) {
-      return failure;
+      return std::to_string(static_cast<int>(failure.code)) + " " + failure.error.name + " " +
+             failure.error.message + " " + compact(failure.error.value);
     }
-    return BridgeResult();
+    return "none";
   }
 };
 
-TEST_F(MonitorLockTest, FindsTheMonitorPastOneWithoutHidHandle) {
-  Identity identity = marked();
-  vesk::GetSerialProductWithHIDHandle(kOfficeHid, identity.serial, identity.product, true);
-  EXPECT_STREQ(identity.serial, "24S10088");
-  EXPECT_STREQ(identity.product, "CS240-Office");
-  // Three monitors were asked; the one without HID handle answered "Unknown." and was skipped.
-  EXPECT_EQ(calls("EmCtrlGetHIDHandle").size(), 3u);
-}
-
-TEST_F(MonitorLockTest, UnknownHidHandleFailsOnlyWhenAskedTo) {
-  const BridgeResult failure = failureOf(kNoMonitorsHid, true);
-  EXPECT_EQ(failure.code, BridgeStatusCode::NotFound);
-  EXPECT_EQ(failure.error.name, "Error");
-  EXPECT_EQ(failure.error.message, "HID handle is not found.");
-
-  Identity identity = marked();
-  vesk::GetSerialProductWithHIDHandle(kNoMonitorsHid, identity.serial, identity.product, false);
-  EXPECT_EQ(std::string(identity.serial, sizeof identity.serial), std::string(9, '#'));
-  EXPECT_EQ(std::string(identity.product, sizeof identity.product), std::string(17, '#'));
-  // An "Unknown." answer for the studio monitor makes it a non-matching one.
-  QuilbySimFailNext("EmCtrlGetHIDHandle", 1, EMERR_UNKNOWN);
-  EXPECT_EQ(failureOf(kStudioHid, true).error.message, "HID handle is not found.");
-}
-
-TEST_F(MonitorLockTest, FailingHidHandleLookupIsALibraryError) {
-  QuilbySimFailNext("EmCtrlGetHIDHandle", 1, EMERR_MONITOR_CONNECTION_ERROR);
-  const BridgeResult failure = failureOf(kOfficeHid, false);
-  EXPECT_EQ(failure.code, BridgeStatusCode::InternalServerError);
-  EXPECT_EQ(failure.error.name, "EmError");
-  EXPECT_EQ(failure.error.message, "Monitor connection error.");
-  EXPECT_EQ(failure.error.value["reason"].stringRef(), "Get HID handle.");
-  EXPECT_EQ(failure.error.value["code"].toLLong(0), 0x80010001LL);
-}
-
-TEST_F(MonitorLockTest, LongestSerialAndProductAreCopiedWhole) {
-  char error[256] = {};
-  ASSERT_EQ(QuilbySimLoadWorld(R"({"monitors":[{"serial":"ABCDEFGH","product":"0123456789ABCDEF",)"
-                               R"("hidHandle":8193}]})",
-                               error, sizeof error),
-            0)
-      << error;
-  Identity identity = marked();
-  vesk::GetSerialProductWithHIDHandle(reinterpret_cast<void*>(8193), identity.serial,
-                                      identity.product, true);
-  EXPECT_EQ(std::string(identity.serial, sizeof identity.serial), std::string("ABCDEFGH\0", 9));
-  EXPECT_EQ(std::string(identity.product, sizeof identity.product),
-            std::string("0123456789ABCDEF\0", 17));
+TEST_F(MonitorLockTest, IdentityIsCopiedWholeOrLeftUntouchedWhenNoMonitorMatches) {
+  // Found past the monitor without HID handle, which answers "Unknown.".
+  EXPECT_EQ(identityOf(kOfficeHid, true),
+            Identity(std::string("24S10088\0", 9), std::string("CS240-Office\0\0\0\0\0", 17)));
+  EXPECT_EQ(identityOf(kNoMonitorsHid, false), Identity(std::string(9, '#'), std::string(17, '#')));
+  // The longest serial and product fill their buffers but for the NUL, and the guard keeps them.
+  loadWorld(R"({"monitors":[{"serial":"ABCDEFGH","product":"0123456789ABCDEF",)"
+            R"("hidHandle":8193}]})");
+  EXPECT_EQ(identityOf(kLongestHid, true),
+            Identity(std::string("ABCDEFGH\0", 9), std::string("0123456789ABCDEF\0", 17)));
   {
-    vesk::MonitorLock section(reinterpret_cast<void*>(8193));
+    vesk::MonitorLock section(kLongestHid);
     section.lock();
     EXPECT_TRUE(section.locked());
-    EXPECT_EQ(section.product(), "0123456789ABCDEF");
+    EXPECT_EQ(Identity(section.serial(), section.product()),
+              Identity("ABCDEFGH", "0123456789ABCDEF"));
     EXPECT_EQ(sectionOwners(), std::vector<std::string>{"process"});
   }
   EXPECT_EQ(sectionOwners(), std::vector<std::string>{""});
 }
 
-TEST_F(MonitorLockTest, SectionIsEnteredOnceAndLeftByTheDestructor) {
-  {
-    vesk::MonitorLock section(kStudioHid);
-    EXPECT_TRUE(section.serial().empty());
-    EXPECT_TRUE(calls("EmCtrlGetSerialProduct").empty());
-    section.lock();
-    section.lock();
-    EXPECT_TRUE(section.locked());
-    EXPECT_EQ(section.serial(), "27Q00451");
-    EXPECT_EQ(sectionOwners(), (std::vector<std::string>{"process", "", ""}));
-    EXPECT_EQ(calls("EmCtrlLockMonitor").size(), 1u);
-    // The identity is read again on every lock.
-    EXPECT_EQ(calls("EmCtrlGetSerialProduct").size(), 2u);
-  }
-  EXPECT_EQ(calls("EmCtrlUnlockMonitor").size(), 1u);
-  EXPECT_EQ(sectionOwners(), (std::vector<std::string>{"", "", ""}));
+TEST_F(MonitorLockTest, UnknownHidHandleFailsOnlyWhenAskedToAndLibraryFailuresAlways) {
+  const std::string notFound = "404 Error HID handle is not found. null";
+  EXPECT_EQ(failureOf(kNoMonitorsHid, true), notFound);
+  // An "Unknown." answer for the studio monitor makes it a non-matching one.
+  QuilbySimFailNext("EmCtrlGetHIDHandle", 1, EMERR_UNKNOWN);
+  EXPECT_EQ(failureOf(kStudioHid, true), notFound);
+  QuilbySimFailNext("EmCtrlGetHIDHandle", 1, EMERR_MONITOR_CONNECTION_ERROR);
+  EXPECT_EQ(failureOf(kOfficeHid, false),
+            "500 EmError Monitor connection error. "
+            R"({"code":2147549185,"reason":"Get HID handle."})");
 }
 
-TEST_F(MonitorLockTest, GuardOfNoMonitorNeverEntersOrLeaves) {
-  {
-    vesk::MonitorLock section(kNoMonitorsHid);
-    section.lock();
-    EXPECT_FALSE(section.locked());
-    EXPECT_TRUE(section.serial().empty());
-    EXPECT_TRUE(section.product().empty());
-  }
-  EXPECT_TRUE(calls("EmCtrlLockMonitor").empty());
-  EXPECT_TRUE(calls("EmCtrlUnlockMonitor").empty());
-}
-
-TEST_F(MonitorLockTest, RefusedEntryIsNeverLeftAndRefusedLeavingKeepsTheGuardLocked) {
-  {
-    QuilbySimFailNext("EmCtrlLockMonitor", 1, EMERR_CANNOT_ENTER_MONITOR_CRITICAL_SECTION);
-    vesk::MonitorLock section(kOfficeHid);
-    section.lock();
-    EXPECT_FALSE(section.locked());
-    section.unlock();
-  }
-  EXPECT_TRUE(calls("EmCtrlUnlockMonitor").empty());
-
-  vesk::MonitorLock section(kOfficeHid);
+// Leaving by the destructor is shown by the resources' requests (per_sensor_request_test.cpp).
+TEST_F(MonitorLockTest, SectionIsEnteredOnceAndARefusedLeavingKeepsTheGuardLocked) {
+  vesk::MonitorLock section(kStudioHid);
+  EXPECT_TRUE(section.serial().empty());
+  EXPECT_TRUE(calls("EmCtrlGetSerialProduct").empty());
   section.lock();
+  section.lock();
+  EXPECT_TRUE(section.locked());
+  EXPECT_EQ(section.serial(), "27Q00451");
+  EXPECT_EQ(sectionOwners(), (std::vector<std::string>{"process", "", ""}));
+  EXPECT_EQ(calls("EmCtrlLockMonitor").size(), 1u);
+  // The identity is read again on every lock.
+  EXPECT_EQ(calls("EmCtrlGetSerialProduct").size(), 2u);
   QuilbySimFailNext("EmCtrlUnlockMonitor", 1, EMERR_FAILED);
   section.unlock();
   EXPECT_TRUE(section.locked());
   section.unlock();
   EXPECT_FALSE(section.locked());
   EXPECT_EQ(calls("EmCtrlUnlockMonitor").size(), 2u);
+  EXPECT_EQ(sectionOwners(), (std::vector<std::string>{"", "", ""}));
+}
+
+TEST_F(MonitorLockTest, GuardOfNoMonitorOrARefusedEntryNeverLeaves) {
+  for (void* hid : {kNoMonitorsHid, kOfficeHid}) {
+    QuilbySimFailNext("EmCtrlLockMonitor", 1, EMERR_CANNOT_ENTER_MONITOR_CRITICAL_SECTION);
+    vesk::MonitorLock section(hid);
+    section.lock();
+    EXPECT_FALSE(section.locked());
+    EXPECT_EQ(section.serial().empty(), hid == kNoMonitorsHid);
+    section.unlock();
+  }
+  // The guard of no monitor never tried to enter.
+  EXPECT_EQ(calls("EmCtrlLockMonitor").size(), 1u);
+  EXPECT_TRUE(calls("EmCtrlUnlockMonitor").empty());
 }
 
 }  // namespace

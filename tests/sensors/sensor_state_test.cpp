@@ -1,25 +1,22 @@
-// Sensor state and mode: identity and capabilities, closing, mode, calibration, arm and position,
-// through the built plug-in and the simulated measurement library.
-#include "sensors/sensor_test_support.h"
+// The per-sensor resources' answers through the built plug-in and the simulated libraries: sensor
+// state (identity and capabilities, closing, mode, calibration, arm and position), presence
+// sensing, and measurements through the measurement library (XYZ, raw) and the colour-sensor
+// library of built-in sensors (RGB, IR, uncorrelated XYZ), also without the measurement library's
+// optional functions. Library failures are covered in per_sensor_request_test.cpp.
+#include "registry/registry_test_support.h"
 
-#include "quilby_sim/control.h"
-
+#include <cmath>
 #include <string>
 #include <vector>
 
 namespace {
 
-using quilby_test::Reply;
-using quilby_test::SensorTest;
+using namespace quilby_test;
 
-class SensorStateTest : public SensorTest {};
+class SensorStateTest : public RegistryTest {};
 
-TEST_F(SensorStateTest, SensorGetDescribesIdentityAndCapabilitiesInCallOrder) {
-  struct Row {
-    std::string sensor;
-    const char* value;
-  };
-  const Row rows[] = {
+TEST_F(SensorStateTest, SensorGetDescribesIdentityAndCapabilities) {
+  const std::pair<std::string, const char*> rows[] = {
       {colorimeter(),
        R"({"deviceID":33,"hasArm":false,"hasMultipleSensorPosition":true,"hasTargetMarker":false,)"
        R"("name":"Lumetra C3 Colorimeter","needsCalibration":false,"serial":"C3-0042117",)"
@@ -30,19 +27,20 @@ TEST_F(SensorStateTest, SensorGetDescribesIdentityAndCapabilitiesInCallOrder) {
        R"("spectrum":{"bandWidth":10,"count":36,"max":730,"min":380},"supportsAmbient":true,)"
        R"("supportsReflectance":true})"},
       {swingSensor(),
-       R"({"deviceID":4144,"hasArm":true,"hasMultipleSensorPosition":false,"hasTargetMarker":false,)"
-       R"("name":"CX Swing Sensor","needsCalibration":false,"serial":"SW-27Q00451",)"
-       R"("supportsAmbient":false,"supportsReflectance":false})"},
+       R"({"deviceID":4144,"hasArm":true,"hasMultipleSensorPosition":false,)"
+       R"("hasTargetMarker":false,"name":"CX Swing Sensor","needsCalibration":false,)"
+       R"("serial":"SW-27Q00451","supportsAmbient":false,"supportsReflectance":false})"},
   };
-  for (const Row& row : rows) {
-    clearJournal();
-    EXPECT_EQ(call("Sensor", "GET", row.sensor).envelope, ok(row.value));
-    const std::vector<std::string> expected = {
-        "MDGetDeviceID", "MDGetName", "MDGetSerialNumber", "MDIsCalibrationNecessary",
-        "MDSupportsAmbient", "MDSupportsReflectance", "MDHasArm", "MDHasMultipleSensorPosition",
-        "MDHasTargetMarker", "MDSpectralRadianceFixedData"};
-    EXPECT_EQ(deviceCalls(), expected) << row.value;
+  for (const auto& [sensor, description] : rows) {
+    EXPECT_EQ(answer("Sensor", "GET", sensor), ok(description));
   }
+  // A query that is not an object holds no key: the full description.
+  EXPECT_EQ(answer("Sensor", "GET", rows[0].first, R"(["connection"])"), ok(rows[0].second));
+  // The spectrum is left out for a count of 0, whatever the status.
+  QuilbySimFailNext("MDSpectralRadianceFixedData", 1, EMERR_UNSUPPORTED);
+  const Reply reply = call("Sensor", "GET", rows[1].first);
+  EXPECT_FALSE(reply.value.contains("spectrum")) << reply.envelope;
+  EXPECT_TRUE(reply.value["hasTargetMarker"].isBool());
 }
 
 TEST_F(SensorStateTest, SensorGetWithConnectionQueryAsksOnlyTheConnection) {
@@ -50,69 +48,39 @@ TEST_F(SensorStateTest, SensorGetWithConnectionQueryAsksOnlyTheConnection) {
   // The key's value is never read.
   for (const char* query : {R"({"connection":false})", R"({"connection":null})"}) {
     clearJournal();
-    EXPECT_EQ(call("Sensor", "GET", sensor, query).envelope, ok("true")) << query;
+    EXPECT_EQ(answer("Sensor", "GET", sensor, query), ok("true")) << query;
     EXPECT_EQ(deviceCalls(), std::vector<std::string>{"MDIsValidConnection"});
   }
   QuilbySimFailNext("MDIsValidConnection", 1, 0);
-  EXPECT_EQ(call("Sensor", "GET", sensor, R"({"connection":1})").envelope, ok("false"));
-  // A query that is not an object holds no key: the full description.
-  EXPECT_TRUE(call("Sensor", "GET", sensor, R"(["connection"])").value.isObject());
-}
-
-TEST_F(SensorStateTest, SpectrumIsLeftOutWhenTheLibraryReportsNoBands) {
-  const std::string sensor = spectrophotometer();
-  // The failure status itself is ignored: only the count decides.
-  QuilbySimFailNext("MDSpectralRadianceFixedData", 1, EMERR_UNSUPPORTED);
-  const Reply reply = call("Sensor", "GET", sensor);
-  EXPECT_EQ(reply.status, 200);
-  EXPECT_FALSE(reply.value.contains("spectrum"));
-  EXPECT_TRUE(reply.value["hasTargetMarker"].isBool());
-  // A success status still reports no spectrum for a count of 0, and one for any other count.
-  EXPECT_TRUE(call("Sensor", "GET", sensor).value["spectrum"].isObject());
-}
-
-TEST_F(SensorStateTest, WithoutTargetMarkerFunctionTheKeyIsLeftOut) {
-  const cairnjson::Value normal = call("Sensor", "GET", spectrophotometer()).value;
-  useVariantLibraries();
-  const Reply reply = call("Sensor", "GET", spectrophotometer());
-  ASSERT_EQ(reply.status, 200) << reply.envelope;
-  EXPECT_FALSE(reply.value.contains("hasTargetMarker"));
-  cairnjson::Value expected = normal;
-  cairnjson::Value::Members members = expected.members();
-  members.erase("hasTargetMarker");
-  EXPECT_EQ(reply.value, cairnjson::Value::makeObject(members));
+  EXPECT_EQ(answer("Sensor", "GET", sensor, R"({"connection":1})"), ok("false"));
 }
 
 TEST_F(SensorStateTest, SensorDeleteForgetsTheIdAndClosesTheSensor) {
   const std::string sensor = colorimeter();
   const std::string other = colorimeter();
   clearJournal();
-  EXPECT_EQ(call("Sensor", "DELETE", sensor).envelope, ok("null"));
+  EXPECT_EQ(answer("Sensor", "DELETE", sensor), ok("null"));
   const auto closes = calls("MDClose");
   ASSERT_EQ(closes.size(), 1u);
   EXPECT_EQ(closes[0]["status"].toLLong(-1), 0);
-  for (const char* method : {"DELETE", "GET"}) {
-    const Reply gone = call("Sensor", method, sensor);
-    EXPECT_EQ(gone.status, 404) << method;
-    EXPECT_EQ(gone.envelope, R"({"error":{"message":"Not found.","name":"Error"},"value":null})");
-  }
+  EXPECT_EQ(answer("Sensor", "DELETE", sensor), kNotFound);
+  EXPECT_EQ(answer("Sensor", "GET", sensor), kNotFound);
   EXPECT_EQ(calls("MDClose").size(), 1u);
   // Another id of the same sensor stays open, and a failing close is not reported.
-  EXPECT_EQ(call("Sensor", "GET", other, R"({"connection":true})").envelope, ok("true"));
+  EXPECT_EQ(answer("Sensor", "GET", other, R"({"connection":true})"), ok("true"));
   QuilbySimFailNext("MDClose", 1, EMERR_FAILED);
-  EXPECT_EQ(call("Sensor", "DELETE", other).envelope, ok("null"));
-  EXPECT_EQ(call("Sensor", "GET", other).status, 404);
+  EXPECT_EQ(answer("Sensor", "DELETE", other), ok("null"));
+  EXPECT_EQ(answer("Sensor", "GET", other), kNotFound);
 }
 
 TEST_F(SensorStateTest, QueryDemandingGetsRequireTheirKeyAndIgnoreItsValue) {
   struct Row {
-    const char* resource;
-    const char* key;
+    const char *resource, *key;
     std::string sensor;
     const char* answer;
   };
   const Row rows[] = {
-      {"SensorMode", "supports", spectrophotometer(), R"({"ambient":true,"reflectance":true})"},
+      {"SensorMode", "supports", colorimeter(), R"({"ambient":true,"reflectance":false})"},
       {"SensorMode", "supports", swingSensor(), R"({"ambient":false,"reflectance":false})"},
       {"SensorCalibration", "needs", spectrophotometer(), "true"},
       {"SensorCalibration", "needs", colorimeter(), "false"},
@@ -120,139 +88,181 @@ TEST_F(SensorStateTest, QueryDemandingGetsRequireTheirKeyAndIgnoreItsValue) {
       {"SensorArm", "supports", colorimeter(), "false"},
   };
   for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.resource) + " " + row.answer);
     const std::string key = row.key;
     for (const std::string value : {"true", "false", "null", "0"}) {
-      EXPECT_EQ(call(row.resource, "GET", row.sensor, "{\"" + key + "\":" + value + "}").envelope,
-                ok(row.answer))
-          << row.resource << " " << value;
+      EXPECT_EQ(answer(row.resource, "GET", row.sensor, "{\"" + key + "\":" + value + "}"),
+                ok(row.answer));
     }
-    for (const std::string& query : {std::string("{}"), std::string("[\"") + key + "\"]",
-                                    std::string("\"") + key + "\"", std::string("")}) {
+    for (const std::string& query :
+         {std::string("{}"), "[\"" + key + "\"]", "\"" + key + "\"", std::string()}) {
       clearJournal();
-      EXPECT_EQ(call(row.resource, "GET", row.sensor, query).envelope,
-                badRequest("requires '" + key + "' query."))
-          << row.resource << " " << query;
+      EXPECT_EQ(answer(row.resource, "GET", row.sensor, query),
+                badRequest("requires '" + key + "' query."));
       EXPECT_TRUE(deviceCalls().empty());
     }
   }
 }
 
+TEST_F(SensorStateTest, PositionIsReadUnlessSupportsIsAsked) {
+  const std::string sensor = colorimeter();
+  EXPECT_EQ(answer("SensorPosition", "GET", sensor, R"({"supports":false})"), ok("true"));
+  EXPECT_EQ(answer("SensorPosition", "GET", swingSensor(), R"({"supports":0})"), ok("false"));
+  EXPECT_EQ(answer("SensorPosition", "GET", sensor), ok("0"));
+  // The head turns to the ambient position with the mode.
+  ASSERT_EQ(answer("SensorMode", "PUT", sensor, "", R"({"mode":1,"observerKey":0})"), ok("null"));
+  EXPECT_EQ(answer("SensorPosition", "GET", sensor, "[]"), ok("1"));
+}
+
 TEST_F(SensorStateTest, ModePutPassesRoundedNumbersThrough) {
   const std::string sensor = spectrophotometer();
-  struct Row {
-    const char* body;
-    long long mode;
-    long long observer;
+  // The body, and the mode and observer the library is given.
+  const std::pair<const char*, const char*> rows[] = {
+      {R"({"mode":1,"observerKey":0})", "[1,0]"},
+      {R"({"mode":1.5,"observerKey":0.4})", "[2,0]"},
+      {R"({"mode":0.5,"observerKey":1,"extra":"x"})", "[1,1]"},
+      {R"({"mode":2,"observerKey":-0.4})", "[2,0]"}};
+  const auto setMode = [this] {
+    const cairnjson::Value arguments = calls("MDSetMode").at(0)["arguments"];
+    return "[" + compact(arguments[1]) + "," + compact(arguments[2]) + "]";
   };
-  const Row rows[] = {{R"({"mode":1,"observerKey":0})", 1, 0},
-                      {R"({"mode":1.5,"observerKey":0.4})", 2, 0},
-                      {R"({"mode":0.5,"observerKey":1,"extra":"x"})", 1, 1},
-                      {R"({"mode":2,"observerKey":-0.4})", 2, 0}};
-  for (const Row& row : rows) {
+  for (const auto& [body, set] : rows) {
     clearJournal();
-    EXPECT_EQ(call("SensorMode", "PUT", sensor, "", row.body).envelope, ok("null")) << row.body;
-    const auto sets = calls("MDSetMode");
-    ASSERT_EQ(sets.size(), 1u);
-    EXPECT_EQ(sets[0]["arguments"][1].toLLong(-1), row.mode) << row.body;
-    EXPECT_EQ(sets[0]["arguments"][2].toLLong(-1), row.observer) << row.body;
+    EXPECT_EQ(answer("SensorMode", "PUT", sensor, "", body), ok("null")) << body;
+    EXPECT_EQ(setMode(), set) << body;
   }
   // Codes are not checked here: the library refuses them, and the refusal reaches the page.
   clearJournal();
-  EXPECT_EQ(call("SensorMode", "PUT", sensor, "", R"({"mode":-1,"observerKey":0})").envelope,
+  EXPECT_EQ(answer("SensorMode", "PUT", sensor, "", R"({"mode":-1,"observerKey":0})"),
             emError(0x8000000A, "Out of range.", "Set sensor mode."));
-  EXPECT_EQ(calls("MDSetMode").at(0)["arguments"][1].toLLong(-1), 4294967295LL);
-  EXPECT_EQ(call("SensorMode", "PUT", colorimeter(), "", R"({"mode":2,"observerKey":0})").envelope,
-            emError(0x80000007, "Unsupported.", "Set sensor mode."));
+  EXPECT_EQ(setMode(), "[4294967295,0]");
 }
 
-TEST_F(SensorStateTest, ModePutRefusesBodiesWithoutNumbers) {
-  const std::string sensor = spectrophotometer();
-  const std::pair<const char*, const char*> rows[] = {
-      {R"({"mode":"1","observerKey":2})", "data requires 'mode'."},
-      {R"({"mode":true,"observerKey":2})", "data requires 'mode'."},
-      {R"({"mode":null,"observerKey":2})", "data requires 'mode'."},
-      {R"({"observerKey":2})", "data requires 'mode'."},
-      {R"([1,2])", "data requires 'mode'."},
-      {"1", "data requires 'mode'."},
-      {"", "data requires 'mode'."},
-      {R"({"mode":1})", "data requires 'observerKey'."},
-      {R"({"mode":1,"observerKey":"0x1"})", "data requires 'observerKey'."},
-      {R"({"mode":1,"observerKey":[0]})", "data requires 'observerKey'."},
-  };
-  clearJournal();
-  for (const auto& [body, message] : rows) {
-    EXPECT_EQ(call("SensorMode", "PUT", sensor, "", body).envelope, badRequest(message)) << body;
-  }
-  EXPECT_TRUE(deviceCalls().empty());
-}
-
-TEST_F(SensorStateTest, CalibrationPutCalibratesWhateverTheBody) {
-  const std::string sensor = spectrophotometer();
-  EXPECT_EQ(call("SensorCalibration", "PUT", sensor, "", "\"ignored\"").envelope, ok("null"));
-  EXPECT_EQ(call("SensorCalibration", "GET", sensor, R"({"needs":1})").envelope, ok("false"));
-  EXPECT_EQ(calls("MDCalibrate").size(), 1u);
-}
-
-TEST_F(SensorStateTest, ArmPutTakesOnlyBooleans) {
+TEST_F(SensorStateTest, PutsRefuseBodiesOfTheWrongKind) {
   const std::string sensor = swingSensor();
-  clearJournal();
-  EXPECT_EQ(call("SensorArm", "PUT", sensor, "", "true").envelope, ok("null"));
-  EXPECT_EQ(call("SensorArm", "PUT", sensor, "", "false").envelope, ok("null"));
-  EXPECT_EQ(deviceCalls(), (std::vector<std::string>{"MDTakeOutArm", "MDTakeInArm"}));
-  clearJournal();
+  // Refused before the library is asked; only a built-in sensor's HID handle is looked up first.
+  const auto refused = [&](const char* resource, const char* body, const char* message) {
+    clearJournal();
+    EXPECT_EQ(answer(resource, "PUT", sensor, "", body), badRequest(message)) << body;
+    const bool builtIn = std::string(resource).find("AmbraSense") != std::string::npos;
+    EXPECT_EQ(deviceCalls(), std::vector<std::string>(builtIn, "MDGetHIDHandle")) << body;
+  };
+  for (const char* body :
+       {R"({"mode":"1","observerKey":2})", R"({"mode":true,"observerKey":2})",
+        R"({"mode":null,"observerKey":2})", R"({"observerKey":2})", "[1,2]", "1", ""}) {
+    refused("SensorMode", body, "data requires 'mode'.");
+  }
+  for (const char* body :
+       {R"({"mode":1})", R"({"mode":1,"observerKey":"0x1"})", R"({"mode":1,"observerKey":[0]})"}) {
+    refused("SensorMode", body, "data requires 'observerKey'.");
+  }
   for (const char* body : {"1", "0", "\"true\"", "null", "{}", ""}) {
-    EXPECT_EQ(call("SensorArm", "PUT", sensor, "", body).envelope,
-              badRequest("data must be boolean."))
-        << body;
+    refused("SensorArm", body, "data must be boolean.");
   }
-  EXPECT_TRUE(deviceCalls().empty());
+  for (const char* body : {"\"true\"", "null", "", "[1]", "{\"on\":true}"}) {
+    refused("SensorAmbraSense", body, "data must be number or boolean.");
+  }
+  for (const char* body : {"true", "\"2\"", "null"}) {
+    refused("SensorAmbraSenseLevel", body, "data must be number.");
+  }
+  // The built-in sensor is looked up before the body is checked.
+  EXPECT_EQ(answer("SensorAmbraSense", "PUT", colorimeter(), "", "\"x\""),
+            emError(0x80000000, "Failed.", "Get HID handle."));
 }
 
-TEST_F(SensorStateTest, PositionIsReadUnlessSupportsIsAsked) {
-  const std::string sensor = colorimeter();
-  EXPECT_EQ(call("SensorPosition", "GET", sensor, R"({"supports":false})").envelope, ok("true"));
-  EXPECT_EQ(call("SensorPosition", "GET", swingSensor(), R"({"supports":0})").envelope,
-            ok("false"));
-  EXPECT_EQ(call("SensorPosition", "GET", sensor).envelope, ok("0"));
-  // The head turns to the ambient position with the mode.
-  ASSERT_EQ(call("SensorMode", "PUT", sensor, "", R"({"mode":1,"observerKey":0})").status, 200);
-  EXPECT_EQ(call("SensorPosition", "GET", sensor, "[]").envelope, ok("1"));
+TEST_F(SensorStateTest, PutsCalibrateWhateverTheBodyAndMoveTheArmByBooleans) {
+  const std::string sensor = spectrophotometer(), swing = swingSensor();
+  clearJournal();
+  EXPECT_EQ(answer("SensorCalibration", "PUT", sensor, "", "\"ignored\""), ok("null"));
+  EXPECT_EQ(answer("SensorCalibration", "GET", sensor, R"({"needs":1})"), ok("false"));
+  EXPECT_EQ(answer("SensorArm", "PUT", swing, "", "true"), ok("null"));
+  EXPECT_EQ(answer("SensorArm", "PUT", swing, "", "false"), ok("null"));
+  EXPECT_EQ(deviceCalls(), (std::vector<std::string>{"MDCalibrate", "MDIsCalibrationNecessary",
+                                                     "MDTakeOutArm", "MDTakeInArm"}));
 }
 
-// Every library failure of this family, injected, reaches the page with its step text and
-// leaves the sensor open.
-TEST_F(SensorStateTest, LibraryFailuresCarryTheirStepText) {
-  struct Row {
-    const char* resource;
-    const char* method;
-    const char* body;
-    const char* function;
-    const char* reason;
-  };
-  const Row rows[] = {
-      {"SensorMode", "PUT", R"({"mode":0,"observerKey":0})", "MDSetMode", "Set sensor mode."},
-      {"SensorCalibration", "PUT", "", "MDCalibrate", "Calibrate sensor."},
-      {"SensorArm", "PUT", "true", "MDTakeOutArm", "Open sensor arm."},
-      {"SensorArm", "PUT", "false", "MDTakeInArm", "Close sensor arm."},
-      {"SensorPosition", "GET", "", "MDGetSensorPosition", "Get sensor position."},
-  };
+TEST_F(SensorStateTest, PresenceIsReadAsIntegersAndSetFromNumbers) {
   const std::string sensor = swingSensor();
-  for (const Row& row : rows) {
-    QuilbySimFailNext(row.function, 1, EMERR_SENSOR_CONNECTION_ERROR);
-    EXPECT_EQ(call(row.resource, row.method, sensor, "", row.body).envelope,
-              emError(0x80010002, "Sensor connection error.", row.reason))
-        << row.function;
-    // Success and warning codes, and the "Unknown." failure, are let through.
-    QuilbySimFailNext(row.function, 1, EMERR_UNKNOWN);
-    EXPECT_EQ(call(row.resource, row.method, sensor, "", row.body).status, 200) << row.function;
+  // Sets `body` through `resource`, which then reads `value`, the one given to `function`.
+  const auto set = [&](const char* resource, const char* function, const char* body,
+                       long long value) {
+    clearJournal();
+    EXPECT_EQ(answer(resource, "PUT", sensor, "", body), ok("null")) << body;
+    EXPECT_EQ(calls(function).at(0)["arguments"][1].toLLong(-1), value) << body;
+    EXPECT_EQ(answer(resource, "GET", sensor), ok(std::to_string(value))) << body;
+  };
+  EXPECT_EQ(answer("SensorAmbraSense", "GET", sensor), ok("0"));
+  EXPECT_EQ(answer("SensorAmbraSenseLevel", "GET", sensor), ok("1"));
+  // On-off takes booleans too, and any other number than 0 switches it on; the level is rounded.
+  const std::pair<const char*, long long> onOff[] = {{"true", 1}, {"false", 0}, {"1", 1},  {"0", 0},
+                                                     {"0.4", 1},  {"-3", 1},    {"0.0", 0}};
+  for (const auto& [body, value] : onOff) {
+    set("SensorAmbraSense", "CSSG2H_SetHumanDetectOnOff", body, value);
   }
-  EXPECT_EQ(call("Sensor", "GET", sensor, R"({"connection":0})").envelope, ok("true"));
-  // A real refusal of the simulated library, not an injected one.
-  ASSERT_EQ(call("SensorArm", "PUT", sensor, "", "true").status, 200);
-  EXPECT_EQ(call("SensorCalibration", "PUT", sensor).envelope,
-            emError(0x80010008, "Zero calibration error.", "Calibrate sensor."));
-  EXPECT_EQ(call("SensorArm", "PUT", colorimeter(), "", "false").envelope,
-            emError(0x80000007, "Unsupported.", "Close sensor arm."));
+  const std::pair<const char*, long long> levels[] = {{"2", 2}, {"0", 0}, {"1.5", 2}, {"0.49", 0}};
+  for (const auto& [body, value] : levels) {
+    set("SensorAmbraSenseLevel", "CSSG2H_SetHumanDetectMode", body, value);
+  }
+  // Passed through unchecked: the monitor knows three levels, so 2.6 (level 3) is its to refuse.
+  clearJournal();
+  EXPECT_EQ(answer("SensorAmbraSenseLevel", "PUT", sensor, "", "2.6"),
+            emError(0x8000000A, "Out of range.", "Set human detect mode."));
+  EXPECT_EQ(calls("CSSG2H_SetHumanDetectMode").at(0)["arguments"][1].toLLong(-1), 3);
+}
+
+class MeasurementsTest : public RegistryTest {};
+
+TEST_F(MeasurementsTest, XYZAndRawDataFollowTheShownColour) {
+  const std::string sensor = colorimeter(), swing = swingSensor();
+  const cairnjson::Value raw = call("SensorRawData", "GET", sensor).value["rawData"];
+  ASSERT_EQ(raw.size(), 3u);
+  for (const cairnjson::Value& channel : raw.elements()) EXPECT_GT(channel.toDouble(0.0), 0.0);
+  // The swing sensor's nine-point correction makes the corrected record differ from the raw one;
+  // neither is read inside the monitor's critical section.
+  ASSERT_EQ(answer("SensorArm", "PUT", swing, "", "true"), ok("null"));
+  clearJournal();
+  const cairnjson::Value reading = call("SensorXYZ", "GET", swing).value;
+  const double rawY = reading["rawXYZ"]["Y"].toDouble(0.0);
+  EXPECT_GT(rawY, 1.0);
+  EXPECT_NEAR(reading["XYZ"]["Y"].toDouble(0.0), rawY * 0.997, 1e-9 * rawY) << compact(reading);
+  EXPECT_EQ(deviceCalls(), std::vector<std::string>{"MDMeasureXYZ2"});
+  // Black reads exact zeros, which only floating numbers write as "0.0".
+  ASSERT_EQ(QuilbySimSetShownColor(kStudioSerial, kStudioProduct, 0.0, 0.0, 0.0), 0);
+  EXPECT_EQ(answer("SensorXYZ", "GET", sensor),
+            ok(R"({"XYZ":{"X":0.0,"Y":0.0,"Z":0.0},"rawXYZ":{"X":0.0,"Y":0.0,"Z":0.0}})"));
+  EXPECT_EQ(answer("SensorRawData", "GET", sensor), ok(R"({"rawData":[0.0,0.0,0.0]})"));
+}
+
+TEST_F(MeasurementsTest, BuiltInSensorReadingsFollowTheShownColour) {
+  const std::string sensor = frontSensor();
+  // Green shows in the green channel, and in Y most.
+  ASSERT_EQ(QuilbySimSetShownColor(kOfficeSerial, kOfficeProduct, 0.0, 1.0, 0.0), 0);
+  const cairnjson::Value rgb = call("SensorRGB", "GET", sensor).value["RGB"];
+  EXPECT_GT(rgb["G"].toDouble(0.0), 10.0 * std::abs(rgb["R"].toDouble(0.0))) << compact(rgb);
+  EXPECT_GT(rgb["G"].toDouble(0.0), 10.0 * std::abs(rgb["B"].toDouble(0.0))) << compact(rgb);
+  const cairnjson::Value counts = call("SensorXYZWithoutCorrelation", "GET", sensor).value["XYZ"];
+  EXPECT_GT(counts["Y"].toDouble(0.0), 1.5 * counts["X"].toDouble(0.0)) << compact(counts);
+  EXPECT_GT(counts["Y"].toDouble(0.0), 3.0 * counts["Z"].toDouble(0.0)) << compact(counts);
+  EXPECT_GT(call("SensorIR", "GET", sensor).value["IR"].toDouble(0.0), 4.0);
+  // Black reads exact zeros, which only floating numbers write as "0.0".
+  ASSERT_EQ(QuilbySimSetShownColor(kOfficeSerial, kOfficeProduct, 0.0, 0.0, 0.0), 0);
+  EXPECT_EQ(answer("SensorRGB", "GET", sensor), ok(R"({"RGB":{"B":0.0,"G":0.0,"R":0.0}})"));
+  EXPECT_EQ(answer("SensorXYZWithoutCorrelation", "GET", sensor),
+            ok(R"({"XYZ":{"X":0.0,"Y":0.0,"Z":0.0}})"));
+  // Only the room's part of the infrared reading is left; the second output is not reported.
+  EXPECT_EQ(answer("SensorIR", "GET", sensor), ok(R"({"IR":0.64000000000000001})"));
+}
+
+// Without MDMeasureRaw only the raw data fails; without MDHasTargetMarker the key is left out.
+TEST_F(MeasurementsTest, WithoutOptionalFunctionsOnlyWhatNeedsThemIsMissing) {
+  cairnjson::Value::Members expected = call("Sensor", "GET", spectrophotometer()).value.members();
+  expected.erase("hasTargetMarker");
+  reloadWith("*");
+  EXPECT_EQ(answer("Sensor", "GET", spectrophotometer()),
+            ok(compact(cairnjson::Value::makeObject(expected))));
+  const std::string sensor = colorimeter();
+  EXPECT_EQ(answer("SensorRawData", "GET", sensor), functionNotFound("libmeasurementdevice"));
+  EXPECT_EQ(call("SensorXYZ", "GET", sensor).status, 200);
 }
 
 }  // namespace

@@ -1,16 +1,13 @@
 // The simulated libraries as files: what each exports, what it needs, where it looks for it, and
 // what the variant build leaves out.
+#include "sim_test_support.h"
+
 #include "devices/device_functions.h"
 
 #include <dlfcn.h>
 #include <elf.h>
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <ostream>
 #include <set>
 #include <string>
@@ -21,10 +18,8 @@ namespace {
 // The dynamic section of an ELF64 file: defined exported symbols, needed libraries, SONAME and
 // RUNPATH.
 struct DynamicInfo {
-  std::set<std::string> exported;
-  std::vector<std::string> needed;
-  std::string soname;
-  std::string runpath;
+  std::set<std::string> exported, needed;
+  std::string soname, runpath;
 };
 
 template <class T>
@@ -35,12 +30,10 @@ T at(const std::string& file, std::size_t offset) {
 }
 
 DynamicInfo readDynamic(const std::string& path) {
-  std::ifstream stream(path, std::ios::binary);
-  const std::string file((std::istreambuf_iterator<char>(stream)),
-                         std::istreambuf_iterator<char>());
+  const std::string file = sim_test::fileText(path);
   DynamicInfo info;
   const auto header = at<Elf64_Ehdr>(file, 0);
-  if (file.size() < sizeof header || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) {
+  if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) {
     ADD_FAILURE() << path << " is not an ELF file";
     return info;
   }
@@ -63,7 +56,7 @@ DynamicInfo readDynamic(const std::string& path) {
     } else if (section.sh_type == SHT_DYNAMIC) {
       for (std::size_t d = 0; d < section.sh_size / sizeof(Elf64_Dyn); ++d) {
         const auto entry = at<Elf64_Dyn>(file, section.sh_offset + d * sizeof(Elf64_Dyn));
-        if (entry.d_tag == DT_NEEDED) info.needed.push_back(text(entry.d_un.d_val));
+        if (entry.d_tag == DT_NEEDED) info.needed.insert(text(entry.d_un.d_val));
         if (entry.d_tag == DT_SONAME) info.soname = text(entry.d_un.d_val);
         if (entry.d_tag == DT_RUNPATH) info.runpath = text(entry.d_un.d_val);
         if (entry.d_tag == DT_RPATH) ADD_FAILURE() << path << " has an old-style RPATH";
@@ -106,13 +99,13 @@ const Library kLibraries[] = {
 
 void PrintTo(const Library& library, std::ostream* out) { *out << library.file; }
 
-std::string path(bool variant, const char* file) {
-  return std::string(variant ? QUILBY_TEST_VARIANT_EXPORTS_DIR : QUILBY_TEST_EXPORTS_DIR) + "/" +
-         file;
+std::string path(bool variant, const std::string& file) {
+  return (variant ? QUILBY_TEST_VARIANT_EXPORTS_DIR "/" : QUILBY_TEST_EXPORTS_DIR "/") + file;
 }
 
 class DeviceLibraryTest : public testing::TestWithParam<Library> {};
 
+// Both builds, as files and, for the variant, as the plug-in sees it: dlopen and look up by name.
 TEST_P(DeviceLibraryTest, ExportsExactlyItsFunctionsAndFindsTheWorldBesideIt) {
   const Library& library = GetParam();
   for (bool variant : {false, true}) {
@@ -124,14 +117,8 @@ TEST_P(DeviceLibraryTest, ExportsExactlyItsFunctionsAndFindsTheWorldBesideIt) {
     EXPECT_EQ(info.exported.size(), library.count - (variant ? library.optional.size() : 0));
     EXPECT_EQ(info.soname, library.file);
     EXPECT_EQ(info.runpath, "$ORIGIN");
-    EXPECT_NE(std::find(info.needed.begin(), info.needed.end(), "libquilbysim.so"),
-              info.needed.end());
+    EXPECT_EQ(info.needed.count("libquilbysim.so"), 1u);
   }
-}
-
-// The plug-in's view: dlopen the variant file and look each function up by name.
-TEST_P(DeviceLibraryTest, VariantLacksExactlyTheOptionalFunctions) {
-  const Library& library = GetParam();
   void* handle = dlopen(path(true, library.file).c_str(), RTLD_LAZY | RTLD_LOCAL);
   ASSERT_NE(handle, nullptr) << dlerror();
   for (const std::string& name : library.functions) {
@@ -144,10 +131,9 @@ TEST_P(DeviceLibraryTest, VariantLacksExactlyTheOptionalFunctions) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Libraries, DeviceLibraryTest, testing::ValuesIn(kLibraries),
-                         [](const testing::TestParamInfo<Library>& info) {
-                           std::string name = info.param.file;
-                           name = name.substr(3, name.find('_') - 3);
-                           return name;
+                         [](const auto& info) {
+                           const std::string file = info.param.file;
+                           return file.substr(3, file.find('_') - 3);
                          });
 
 TEST(WorldLibraryTest, ExportsOnlyTheControlInterfaceAndTheDeviceTable) {

@@ -1,130 +1,133 @@
 #include "sim_test_support.h"
 
+#include "devices/device_functions.h"
+
+#include <cstddef>
 #include <cstring>
+#include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <thread>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
 
-using cairnjson::Value;
-using sim_test::SimTest;
+using namespace sim_test;
 
-struct Outcome {
-  const char* function;
-  bool isStatus;   // `result` is the status; otherwise 1 when the call answered anything
-  EmError result;  // but its "nothing" (NULL, 0), else 0
+// An argument for any parameter: 1 for a number, an empty record, or a pointer to memory (zeroed
+// at first) large enough for any record.
+struct AnyArgument {
+  template <class T>
+  operator T() const {
+    alignas(std::max_align_t) static unsigned char memory[4096];
+    if constexpr (std::is_pointer_v<T>) {
+      return reinterpret_cast<T>(memory);
+    } else if constexpr (std::is_arithmetic_v<T>) {
+      return T{1};
+    } else {
+      return T{};
+    }
+  }
 };
 
-// Every kind of function taking a sensor handle, called on `handle`.
-std::vector<Outcome> callEverything(MDHandle handle) {
-  MDColor raw{}, corrected{};
-  uint64_t u64 = 0;
-  uint32_t u32 = 0;
-  int32_t i32 = 0;
-  int64_t i64 = 0;
-  MDDeviceID id = 0;
-  double matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-  char serial[MD_REFERENCE_SERIAL_SIZE] = {}, product[MD_CORRELATION_PRODUCT_SIZE] = {},
-       monitorSerial[MD_CORRELATION_SERIAL_SIZE] = {},
-       description[MD_PARAMETER_DESCRIPTION_SIZE] = {};
-  auto answered = [](bool anything) { return anything ? EmError{1} : EmError{0}; };
-  return {
-      {"MDGetHIDHandle", false, answered(MDGetHIDHandle(handle) != nullptr)},
-      {"MDGetDeviceID", false, answered(MDGetDeviceID(handle) != 0)},
-      {"MDGetName", false, answered(MDGetName(handle) != nullptr)},
-      {"MDGetSerialNumber", false, answered(MDGetSerialNumber(handle) != nullptr)},
-      {"MDIsValidConnection", false, answered(MDIsValidConnection(handle))},
-      {"MDIsCalibrationNecessary", false, answered(MDIsCalibrationNecessary(handle))},
-      {"MDSupportsAmbient", false, answered(MDSupportsAmbient(handle))},
-      {"MDHasMultipleSensorPosition", false, answered(MDHasMultipleSensorPosition(handle))},
-      {"MDHasTargetMarker", false, answered(MDHasTargetMarker(handle))},
-      {"MDSpectralRadianceFixedData", true,
-       MDSpectralRadianceFixedData(handle, &u64, &u64, &u64, &u64)},
-      {"MDSetMode", true, MDSetMode(handle, 0, 0)},
-      {"MDCalibrate", true, MDCalibrate(handle)},
-      {"MDTakeOutArm", true, MDTakeOutArm(handle)},
-      {"MDGetSensorPosition", true, MDGetSensorPosition(handle, &u32)},
-      {"MDMeasureXYZ2", true, MDMeasureXYZ2(handle, &raw, &corrected)},
-      {"MDMeasureRaw", true, MDMeasureRaw(handle, matrix)},
-      {"MDEnumCorrelationCorrection", true,
-       MDEnumCorrelationCorrection(handle, 0, &id, serial, product, monitorSerial, &i64)},
-      {"MDApplyCorrelationCorrection", true, MDApplyCorrelationCorrection(handle, 1)},
-      {"MDReleaseCorrelationCorrection", true, MDReleaseCorrelationCorrection(handle)},
-      {"MDSetCorrection", true, MDSetCorrection(handle, matrix)},
-      {"MDGetExCorrection", true, MDGetExCorrection(handle, matrix)},
-      {"MDEnumCorrelationMatrix", true,
-       MDEnumCorrelationMatrix(handle, "CX271-Studio", 3, 0, &id, serial, &i64)},
-      {"MDApplyCorrelationMatrix", true, MDApplyCorrelationMatrix(handle, 1)},
-      {"MDGetParameterDescription", true, MDGetParameterDescription(handle, description)},
-      {"MDSetDeviceOptionValue", true, MDSetDeviceOptionValue(handle, 1, 5)},
-      {"MDGetDeviceOptionValue", true, MDGetDeviceOptionValue(handle, 1, &i32)},
-      {"MDCalcIFSTempCorrectParam", true, MDCalcIFSTempCorrectParam(handle)},
+// Calls `function` on `handle` when it takes one, noting whether it answered anything but its
+// "nothing": EMERR_INVALID_ARGUMENT, NULL or 0.
+template <class Result, class First, class... Rest>
+void callOn(MDHandle handle, std::map<std::string, bool>& answers, const char* name, bool isStatus,
+            Result (*function)(First, Rest...)) {
+  if constexpr (std::is_same_v<First, MDHandle>) {
+    const Result result = function(handle, static_cast<Rest>(AnyArgument{})...);
+    Result nothing{};
+    if constexpr (std::is_same_v<Result, EmError>) nothing = isStatus ? EMERR_INVALID_ARGUMENT : 0;
+    answers[name] = result != nothing;
+  }
+}
+template <class Result>
+void callOn(MDHandle, std::map<std::string, bool>&, const char*, bool, Result (*)()) {}
+
+// Every function taking a sensor handle, called on `handle`.
+std::map<std::string, bool> answers(MDHandle handle) {
+  std::map<std::string, bool> answers;
+#define QUILBY_SIM_CALL_ON(Result, Name, Parameters, Arguments) \
+  callOn(handle, answers, #Name, std::string_view(#Result) == "EmError", &Name);
+  QUILBY_SIM_MEASUREMENT_DEVICE_FUNCTIONS(QUILBY_SIM_CALL_ON)
+  QUILBY_SIM_MEASUREMENT_DEVICE_OPTIONAL_FUNCTIONS(QUILBY_SIM_CALL_ON)
+#undef QUILBY_SIM_CALL_ON
+  return answers;
+}
+
+// How many elements `enumerate(leading..., index, outputs...)` lists before it answers
+// EMERR_NO_MORE_DATA.
+template <class... Parameters, class... Leading>
+uint32_t length(EmError (*enumerate)(Parameters...), Leading... leading) {
+  auto element = [&]<std::size_t... Output>(uint32_t index, std::index_sequence<Output...>) {
+    return enumerate(leading..., index, (static_cast<void>(Output), AnyArgument{})...);
   };
+  const auto outputs = std::make_index_sequence<sizeof...(Parameters) - sizeof...(Leading) - 1>();
+  uint32_t index = 0;
+  while (index < 100 && element(index, outputs) == EMERR_OK) ++index;
+  EXPECT_EQ(element(index, outputs), EMERR_NO_MORE_DATA);
+  return index;
 }
 
 class HandlesTest : public SimTest {};
 
-void expectRefusedEverywhere(const char* kind, MDHandle handle) {
-  for (const Outcome& outcome : callEverything(handle)) {
-    EXPECT_EQ(outcome.result, outcome.isStatus ? EMERR_INVALID_ARGUMENT : 0u)
-        << outcome.function << " on a " << kind << " handle";
-  }
-  MDHandle again = handle;
-  EXPECT_EQ(MDClose(&again), EMERR_INVALID_ARGUMENT) << kind;
-}
-
 TEST_F(HandlesTest, HandlesThatAreNotOpenFailEveryCall) {
-  MDHandle closed = open(sim_test::kColorimeter);
-  MDHandle copy = closed;
+  auto refusedEverywhere = [](const char* kind, MDHandle handle) {
+    for (const auto& [function, answered] : answers(handle)) {
+      EXPECT_FALSE(answered) << function << " on a " << kind << " handle";
+    }
+    EXPECT_EQ(MDClose(&handle), EMERR_INVALID_ARGUMENT) << kind;
+  };
+  MDHandle closed = open(kColorimeter), copy = closed, beforeReset = open(kColorimeter);
+  // Open handles get answers from every function, so the refusals below are the handles' doing.
+  const auto swing = answers(openBuiltIn(kStudioHid));
+  for (const auto& [function, answered] : answers(open(kSpectrometer))) {
+    EXPECT_TRUE(answered || swing.at(function)) << function;
+  }
   ASSERT_EQ(MDClose(&closed), EMERR_OK);
   EXPECT_EQ(closed, nullptr);
-  expectRefusedEverywhere("closed", copy);
-  expectRefusedEverywhere("NULL", nullptr);
-  int local = 0;
-  expectRefusedEverywhere("foreign pointer", reinterpret_cast<MDHandle>(&local));
-  EXPECT_EQ(local, 0);
   EXPECT_EQ(MDClose(nullptr), EMERR_INVALID_ARGUMENT);
-
-  MDHandle beforeReset = open(sim_test::kColorimeter);
+  refusedEverywhere("closed", copy);
+  refusedEverywhere("NULL", nullptr);
+  int local = 0;
+  refusedEverywhere("foreign", reinterpret_cast<MDHandle>(&local));
+  EXPECT_EQ(local, 0);
   ASSERT_EQ(QuilbySimReset(), 0);
-  expectRefusedEverywhere("pre-reset", beforeReset);
+  refusedEverywhere("pre-reset", beforeReset);
 }
 
-TEST_F(HandlesTest, ClosingOneHandleLeavesAnotherOfTheSameSensorOpen) {
-  MDHandle first = open(sim_test::kColorimeter);
-  MDHandle second = open(sim_test::kColorimeter);
+TEST_F(HandlesTest, EachOpenGivesANewHandleAndAbsentSensorsNone) {
+  MDHandle first = open(kColorimeter), second = open(kColorimeter), handle = nullptr;
   EXPECT_NE(first, second);
   const char* name = MDGetName(second);
   ASSERT_EQ(MDClose(&first), EMERR_OK);
   EXPECT_EQ(MDIsValidConnection(second), 1);
   EXPECT_STREQ(name, "Lumetra C3 Colorimeter") << "a name stays valid until its handle closes";
-}
 
-TEST_F(HandlesTest, OpeningFailsForAbsentSensors) {
-  MDHandle handle = nullptr;
   EXPECT_EQ(MDOpen(9999, &handle), EMERR_SENSOR_CONNECTION_ERROR);
-  EXPECT_EQ(MDOpen(sim_test::kSwingSensor, &handle), EMERR_SENSOR_CONNECTION_ERROR)
-      << "built-in: by HID only";
+  EXPECT_EQ(MDOpen(kSwingSensor, &handle), EMERR_SENSOR_CONNECTION_ERROR) << "built-in: by HID";
   EXPECT_EQ(MDOpenWithHIDHandle(reinterpret_cast<void*>(uintptr_t{77}), &handle),
             EMERR_MONITOR_CONNECTION_ERROR);
   EXPECT_EQ(MDOpenWithHIDHandle(nullptr, &handle), EMERR_INVALID_ARGUMENT);
   EXPECT_EQ(MDOpenWithIndividualID(0x1234, &handle), EMERR_SENSOR_CONNECTION_ERROR);
   EXPECT_EQ(handle, nullptr);
   EXPECT_EQ(MDOpenWithIndividualID(0x00c5000000011b3eULL, &handle), EMERR_OK);
-  EXPECT_EQ(MDGetDeviceID(handle), sim_test::kSpectrometer);
+  EXPECT_EQ(MDGetDeviceID(handle), kSpectrometer);
 }
 
 // The libraries share one world: what one reports, another accepts.
-TEST_F(HandlesTest, LibrariesAgreeOnHidHandlesAndUsbNames) {
+TEST_F(HandlesTest, LibrariesAgreeOnHidHandlesAndUsbNamesUntilTheSnapshotIsReleased) {
   void* hid = nullptr;
-  ASSERT_EQ(EmCtrlGetHIDHandle(sim_test::kOfficeSerial, sim_test::kOfficeProduct, &hid), EMERR_OK);
+  ASSERT_EQ(EmCtrlGetHIDHandle(kOfficeSerial, kOfficeProduct, &hid), EMERR_OK);
   MDHandle office = openBuiltIn(hid);
   EXPECT_EQ(MDGetHIDHandle(office), hid);
   EXPECT_EQ(MDGetDeviceID(office), 4145u);
-  EXPECT_EQ(EmCtrlGetHIDHandle(sim_test::kUnlinkedSerial, sim_test::kStudioProduct, &hid),
-            EMERR_UNKNOWN);
+  EXPECT_EQ(EmCtrlGetHIDHandle(kUnlinkedSerial, kStudioProduct, &hid), EMERR_UNKNOWN);
+  EXPECT_EQ(MDGetDeviceID(open(kSerialReference)), kSerialReference);
 
   void* snapshot = HvxCreateUSBDeviceSnapshot();
   ASSERT_NE(snapshot, nullptr);
@@ -132,16 +135,9 @@ TEST_F(HandlesTest, LibrariesAgreeOnHidHandlesAndUsbNames) {
   for (uint32_t index = 0; void* device = HvxEnumUSBDevice(snapshot, index); ++index) {
     names.insert(HvxGetUSBDeviceName(device));
   }
-  HvxReleaseSnapshot(snapshot);
   EXPECT_EQ(names.count("Lumetra R2 Serial Bridge"), 1u);
   EXPECT_EQ(names.size(), 3u);
-  EXPECT_EQ(MDGetDeviceID(open(sim_test::kSerialReference)), sim_test::kSerialReference);
-}
-
-TEST_F(HandlesTest, ReleasedSnapshotHandsOutNothing) {
-  void* snapshot = HvxCreateUSBDeviceSnapshot();
   void* device = HvxEnumUSBDevice(snapshot, 0);
-  ASSERT_NE(device, nullptr);
   HvxReleaseSnapshot(snapshot);
   EXPECT_EQ(HvxEnumUSBDevice(snapshot, 0), nullptr);
   EXPECT_EQ(HvxGetUSBDeviceName(device), nullptr);
@@ -150,51 +146,22 @@ TEST_F(HandlesTest, ReleasedSnapshotHandsOutNothing) {
 
 // Each enumeration lists its elements at 0, 1, ... and then answers its end.
 TEST_F(HandlesTest, EnumerationsEndWithNoMoreData) {
-  MDHandle swing = openBuiltIn(sim_test::kStudioHid);
-  auto count = [](auto element) {
-    uint32_t index = 0;
-    while (element(index) == EMERR_OK) ++index;
-    EXPECT_EQ(element(index), EMERR_NO_MORE_DATA);
-    return index;
-  };
-  MDDeviceID id;
-  uint64_t individual;
-  int64_t key;
-  char serial[MD_REFERENCE_SERIAL_SIZE], product[MD_CORRELATION_PRODUCT_SIZE],
-      monitor[MD_CORRELATION_SERIAL_SIZE];
-  char monitorSerial[EMCTRL_SERIAL_SIZE], monitorProduct[EMCTRL_PRODUCT_SIZE];
-  EXPECT_EQ(count([&](uint32_t i) { return MDEnumConnectedDevices(i, &id, &individual); }), 2u);
-  EXPECT_EQ(
-      count([&](uint32_t i) { return EmCtrlGetSerialProduct(i, monitorSerial, monitorProduct); }),
-      3u);
-  EXPECT_EQ(count([&](uint32_t i) {
-              return MDEnumCorrelationCorrection(swing, i, &id, serial, product, monitor, &key);
-            }),
-            2u);
-  EXPECT_EQ(count([&](uint32_t i) {
-              return MDEnumCorrelationMatrix(swing, sim_test::kStudioProduct, 3, i, &id, serial,
-                                             &key);
-            }),
-            2u);
-  EXPECT_EQ(count([&](uint32_t i) {
-              return MDEnumCorrelationInfo(i, &id, serial, product, monitor, &key);
-            }),
-            3u);
-  EXPECT_EQ(count([&](uint32_t i) {
-              return MDEnumCorrelationMatrixInfo("CS240-Office", 1, i, &id, serial, &key);
-            }),
-            1u);
+  MDHandle swing = openBuiltIn(kStudioHid);
+  EXPECT_EQ(length(MDEnumConnectedDevices), 2u);
+  EXPECT_EQ(length(EmCtrlGetSerialProduct), 3u);
+  EXPECT_EQ(length(MDEnumCorrelationCorrection, swing), 2u);
+  EXPECT_EQ(length(MDEnumCorrelationMatrix, swing, kStudioProduct, 3), 2u);
+  EXPECT_EQ(length(MDEnumCorrelationInfo), 3u);
+  EXPECT_EQ(length(MDEnumCorrelationMatrixInfo, kOfficeProduct, 1), 1u);
 }
 
 TEST_F(HandlesTest, TextsFillTheirBuffersExactlyAndAreCutBeyond) {
-  ASSERT_EQ(
-      sim_test::loadWorld(R"({"monitors": [{"serial": "ABCDEFGH", "product": "0123456789abcdef"}],
+  ASSERT_EQ(loadWorld(R"({"monitors": [{"serial": "ABCDEFGH", "product": "0123456789abcdef"}],
       "correlations": [{"id": 1, "monitor": {"serial": "0123456789ABCDEF", "product": "P"},
                         "reference": {"deviceID": 1, "serial": "RRRRRRRRRRRRRRRRRRRRRRRRRRRRRRRR"},
                         "date": {"year": 2024, "month": 1, "day": 1, "hour": 0, "minute": 0}}]})"),
-      "");
-  char serial[EMCTRL_SERIAL_SIZE];
-  char product[EMCTRL_PRODUCT_SIZE];
+            "");
+  char serial[EMCTRL_SERIAL_SIZE], product[EMCTRL_PRODUCT_SIZE];
   std::memset(serial, 'x', sizeof serial);
   std::memset(product, 'x', sizeof product);
   ASSERT_EQ(EmCtrlGetSerialProduct(0, serial, product), EMERR_OK);
@@ -214,8 +181,7 @@ TEST_F(HandlesTest, TextsFillTheirBuffersExactlyAndAreCutBeyond) {
   MDCSSG2CriterionSensorDescription description{};
   std::memset(description.serial, 'S', sizeof description.serial);
   ASSERT_EQ(QuilbySimReset(), 0);
-  EXPECT_EQ(CSSG2H_SetCriterionSensorDescription(sim_test::kStudioHid, &description),
-            EMERR_INVALID_DATA);
+  EXPECT_EQ(CSSG2H_SetCriterionSensorDescription(kStudioHid, &description), EMERR_INVALID_DATA);
 }
 
 TEST_F(HandlesTest, ConcurrentCallsKeepOneConsistentWorld) {
@@ -223,19 +189,14 @@ TEST_F(HandlesTest, ConcurrentCallsKeepOneConsistentWorld) {
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([] {
-      MDHandle handle = nullptr;
-      ASSERT_EQ(MDOpen(sim_test::kColorimeter, &handle), EMERR_OK);
-      MDColor raw, corrected;
-      for (int i = 0; i < kReadings; ++i) {
-        ASSERT_EQ(MDMeasureXYZ2(handle, &raw, &corrected), EMERR_OK);
-      }
+      MDHandle handle = open(kColorimeter);
+      for (int i = 0; i < kReadings; ++i) ASSERT_EQ(measureStatus(handle), EMERR_OK);
       ASSERT_EQ(MDClose(&handle), EMERR_OK);
     });
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(sim_test::world()["sensors"][2ul]["state"]["measurements"].toInt(-1),
-            kThreads * kReadings);
-  EXPECT_EQ(sim_test::journal().size(), static_cast<std::size_t>(kThreads * (kReadings + 2)));
+  EXPECT_EQ(world()["sensors"][2ul]["state"]["measurements"].toInt(-1), kThreads * kReadings);
+  EXPECT_EQ(journal().size(), static_cast<std::size_t>(kThreads * (kReadings + 2)));
 }
 
 }  // namespace

@@ -1,27 +1,22 @@
+// What calls leave behind: journal entries, used-up injected failures and log lines.
 #include "sim_test_support.h"
 
 #include <cmath>
 #include <cstring>
+#include <fstream>
+#include <regex>
 #include <string>
 
 namespace {
 
-using cairnjson::Value;
-using sim_test::SimTest;
+using namespace sim_test;
 
-class JournalTest : public SimTest {
- protected:
-  void SetUp() override {
-    SimTest::SetUp();
-    QuilbySimClearJournal();
-  }
-};
+class JournalTest : public SimTest {};
 
 TEST_F(JournalTest, RecordsEveryCallInOrderWithArgumentsAndResults) {
   void* hid = nullptr;
-  ASSERT_EQ(EmCtrlGetHIDHandle(sim_test::kStudioSerial, sim_test::kStudioProduct, &hid), EMERR_OK);
-  MDHandle handle = nullptr;
-  ASSERT_EQ(MDOpenWithHIDHandle(hid, &handle), EMERR_OK);
+  ASSERT_EQ(EmCtrlGetHIDHandle(kStudioSerial, kStudioProduct, &hid), EMERR_OK);
+  MDHandle handle = openBuiltIn(hid);
   EXPECT_EQ(MDSetMode(handle, 1, 0), EMERR_UNSUPPORTED);
   MDGetName(handle);
   MDGetHIDHandle(handle);
@@ -31,34 +26,26 @@ TEST_F(JournalTest, RecordsEveryCallInOrderWithArgumentsAndResults) {
   MDGetNameFromDeviceID(12345);
   ASSERT_EQ(MDClose(&handle), EMERR_OK);
 
-  const std::string handleText = sim_test::journal()[1ul]["handle"].toString("");
+  // One entry a line; $H stands for the handle, $M for the monitor and its section.
+  const std::string handleText = journal()[1ul]["handle"].toString("");
   ASSERT_EQ(handleText.rfind("md:", 0), 0u) << handleText;
+  const std::string expected = R"([
+{"arguments":["27Q00451","CX271-Studio"],"function":"EmCtrlGetHIDHandle",$M,"status":0},
+{"arguments":["hid:0x1001"],"function":"MDOpenWithHIDHandle","handle":"$H",$M,"status":0},
+{"arguments":["$H",1,0],"function":"MDSetMode",$M,"status":2147483655},
+{"arguments":["$H"],"function":"MDGetName",$M,"status":"CX Swing Sensor"},
+{"arguments":["$H"],"function":"MDGetHIDHandle",$M,"status":"hid:0x1001"},
+{"arguments":[[33,48],2],"function":"MDSupportsSubprocess","status":1},
+{"arguments":[null,0],"function":"MDSupportsSubprocess","status":0},
+{"arguments":[12345],"function":"MDGetNameFromDeviceID","status":null},
+{"arguments":["$H"],"function":"MDClose",$M,"status":0}
+])";
   const std::string monitor =
       R"("monitor":{"product":"CX271-Studio","serial":"27Q00451"},"sectionHeld":false)";
-  EXPECT_EQ(sim_test::controlText(QuilbySimJournal),
-            "["
-            R"({"arguments":["27Q00451","CX271-Studio"],"function":"EmCtrlGetHIDHandle",)" +
-                monitor +
-                R"(,"status":0},)"
-                R"({"arguments":["hid:0x1001"],"function":"MDOpenWithHIDHandle","handle":")" +
-                handleText + R"(",)" + monitor +
-                R"(,"status":0},)"
-                R"({"arguments":[")" +
-                handleText + R"(",1,0],"function":"MDSetMode",)" + monitor +
-                R"(,"status":2147483655},)"
-                R"({"arguments":[")" +
-                handleText + R"("],"function":"MDGetName",)" + monitor +
-                R"(,"status":"CX Swing Sensor"},)"
-                R"({"arguments":[")" +
-                handleText + R"("],"function":"MDGetHIDHandle",)" + monitor +
-                R"(,"status":"hid:0x1001"},)"
-                R"({"arguments":[[33,48],2],"function":"MDSupportsSubprocess","status":1},)"
-                R"({"arguments":[null,0],"function":"MDSupportsSubprocess","status":0},)"
-                R"({"arguments":[12345],"function":"MDGetNameFromDeviceID","status":null},)"
-                R"({"arguments":[")" +
-                handleText + R"("],"function":"MDClose",)" + monitor +
-                R"(,"status":0})"
-                "]");
+  const std::string text = std::regex_replace(expected, std::regex("\n"), "");
+  EXPECT_EQ(controlText(QuilbySimJournal),
+            std::regex_replace(std::regex_replace(text, std::regex("\\$H"), handleText),
+                               std::regex("\\$M"), monitor));
 }
 
 TEST_F(JournalTest, RecordsInputRecordsAndOmitsOutputs) {
@@ -66,71 +53,59 @@ TEST_F(JournalTest, RecordsInputRecordsAndOmitsOutputs) {
   description.date = MDDate{2024, 3, 14, 9, 26};
   description.deviceID = 48;
   std::strcpy(description.serial, "S5-240117");
-  ASSERT_EQ(CSSG2H_SetCriterionSensorDescription(sim_test::kStudioHid, &description), EMERR_OK);
+  ASSERT_EQ(CSSG2H_SetCriterionSensorDescription(kStudioHid, &description), EMERR_OK);
   MDCSSG2CriterionSensorDescription read{};
-  ASSERT_EQ(CSSG2H_GetCriterionSensorDescription(sim_test::kStudioHid, &read, &read.deviceID),
-            EMERR_OK);
+  ASSERT_EQ(CSSG2H_GetCriterionSensorDescription(kStudioHid, &read, &read.deviceID), EMERR_OK);
   EXPECT_EQ(std::memcmp(&read, &description, sizeof read), 0);
   const double matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, 0.5};
-  ASSERT_EQ(CSSG2H_SetXYZCorrectionMatrix(sim_test::kStudioHid, matrix), EMERR_OK);
+  ASSERT_EQ(CSSG2H_SetXYZCorrectionMatrix(kStudioHid, matrix), EMERR_OK);
 
-  const Value entries = sim_test::journal();
+  const Value entries = journal();
   ASSERT_EQ(entries.size(), 3u);
-  EXPECT_EQ(sim_test::compact(entries[0ul]["arguments"]),
+  EXPECT_EQ(compact(entries[0ul]["arguments"]),
             R"(["hid:0x1001",{"date":{"day":14,"hour":9,"minute":26,"month":3,"year":2024},)"
             R"("deviceID":48,"serial":"S5-240117"}])");
-  EXPECT_EQ(sim_test::compact(entries[1ul]["arguments"]), R"(["hid:0x1001"])");
-  EXPECT_EQ(sim_test::compact(entries[2ul]["arguments"]),
+  EXPECT_EQ(compact(entries[1ul]["arguments"]), R"(["hid:0x1001"])");
+  EXPECT_EQ(compact(entries[2ul]["arguments"]),
             R"(["hid:0x1001",[1,0.0,0.0,0.0,1,0.0,0.0,0.0,0.5]])");
 }
 
+// JSON has no numbers for these; the journal names them and stays one readable document.
 TEST_F(JournalTest, NonFiniteInputsAreNamedAndStoredNowhere) {
-  const double nan = std::nan("");
-  const double inf = HUGE_VAL;
+  const double nan = std::nan(""), inf = HUGE_VAL;
   const double matrix[9] = {nan, 0, 0, 0, inf, 0, 0, 0, -inf};
-  EXPECT_EQ(CSSG2H_SetXYZCorrectionMatrix(sim_test::kStudioHid, matrix), EMERR_INVALID_DATA);
+  EXPECT_EQ(CSSG2H_SetXYZCorrectionMatrix(kStudioHid, matrix), EMERR_INVALID_DATA);
   MDCSSG2CalibrationData calibration{};
   calibration.calibration.a[1][2] = inf;
-  EXPECT_EQ(CSSG2H_SetColorSensorCalibData(sim_test::kStudioHid, &calibration), EMERR_INVALID_DATA);
+  EXPECT_EQ(CSSG2H_SetColorSensorCalibData(kStudioHid, &calibration), EMERR_INVALID_DATA);
   MDCSSG2CorrelationDataEx correlation{};
   correlation.luminanceLevelCorrection.brightness = nan;
   int64_t id = 0;
-  EXPECT_EQ(MDAddCSSG2CorrelationDataEx(sim_test::kStudioSerial, sim_test::kStudioProduct, 48,
-                                        "S5-240117", &correlation, &id),
+  EXPECT_EQ(MDAddCSSG2CorrelationDataEx(kStudioSerial, kStudioProduct, 48, "S5-240117",
+                                        &correlation, &id),
             EMERR_INVALID_DATA);
 
-  // JSON has no numbers for these; the journal names them and stays one readable document.
-  const Value entries = sim_test::journal();
+  const Value entries = journal();
   ASSERT_EQ(entries.size(), 3u);
-  EXPECT_EQ(sim_test::compact(entries[0ul]["arguments"][1ul]),
+  EXPECT_EQ(compact(entries[0ul]["arguments"][1ul]),
             R"(["nan",0.0,0.0,0.0,"inf",0.0,0.0,0.0,"-inf"])");
-  EXPECT_EQ(sim_test::compact(entries[1ul]["arguments"][1ul]),
+  EXPECT_EQ(compact(entries[1ul]["arguments"][1ul]),
             R"({"calibration":{"a":[[0.0,0.0,0.0],[0.0,0.0,"inf"],[0.0,0.0,0.0]]}})");
-  EXPECT_EQ(sim_test::compact(entries[2ul]["arguments"][4ul]),
+  EXPECT_EQ(compact(entries[2ul]["arguments"][4ul]),
             R"({"luminanceLevelCorrection":{"brightness":"nan"}})");
   // Nothing was stored, so the world still dumps and loads as it is.
-  EXPECT_EQ(sim_test::loadWorld(sim_test::controlText(QuilbySimWorld)), "");
+  EXPECT_EQ(loadWorld(controlText(QuilbySimWorld)), "");
 }
 
-TEST_F(JournalTest, ClearAndResetEmptyIt) {
+TEST_F(JournalTest, ClearAndResetEmptyItAndControlCallsStayOut) {
   MDGetNameFromDeviceID(33);
-  EXPECT_EQ(sim_test::journal().size(), 1u);
   QuilbySimClearJournal();
-  EXPECT_EQ(sim_test::controlText(QuilbySimJournal), "[]");
+  EXPECT_EQ(controlText(QuilbySimJournal), "[]");
   MDGetNameFromDeviceID(33);
-  QuilbySimSetShownColor(sim_test::kStudioSerial, sim_test::kStudioProduct, 0, 0, 0);
-  EXPECT_EQ(sim_test::journal().size(), 1u) << "control calls are not journaled";
+  show(0, 0, 0);
+  EXPECT_EQ(journal().size(), 1u) << "control calls are not journaled";
   ASSERT_EQ(QuilbySimReset(), 0);
-  EXPECT_EQ(sim_test::controlText(QuilbySimJournal), "[]");
-}
-
-TEST_F(JournalTest, TextIsCutToTheBufferButItsLengthReported) {
-  MDGetNameFromDeviceID(33);
-  const std::string whole = sim_test::controlText(QuilbySimJournal);
-  char buffer[8];
-  EXPECT_EQ(QuilbySimJournal(buffer, sizeof buffer), whole.size());
-  EXPECT_EQ(std::string(buffer), whole.substr(0, 7));
-  EXPECT_EQ(QuilbySimJournal(nullptr, 0), whole.size());
+  EXPECT_EQ(controlText(QuilbySimJournal), "[]");
 }
 
 // The subprocess calls are journaled and leave their state in the world.
@@ -138,16 +113,128 @@ TEST_F(JournalTest, SubprocessStateFollowsLaunchAndQuit) {
   EXPECT_EQ(MDQuitSubprocess(), EMERR_INVALID_PRECONDITION);
   EXPECT_EQ(MDLaunchSubprocess("/opt/host/mdsubprocess", "Color_Tool"), EMERR_OK);
   EXPECT_EQ(MDLaunchSubprocess("/opt/host/mdsubprocess", "Color_Tool"), EMERR_ALREADY_CREATED);
-  EXPECT_EQ(sim_test::compact(sim_test::world()["subprocess"]),
+  EXPECT_EQ(compact(world()["subprocess"]),
             R"({"applicationName":"Color_Tool","deviceIDs":[48],)"
             R"("executablePath":"/opt/host/mdsubprocess","running":true})");
   EXPECT_EQ(MDQuitSubprocess(), EMERR_OK);
-  EXPECT_FALSE(sim_test::world()["subprocess"]["running"].toInt(1));
+  EXPECT_FALSE(world()["subprocess"]["running"].toInt(1));
   EXPECT_EQ(MDInitDeviceLibrariesDirectoryPath("/no/such/directory"), EMERR_DLL_NOT_FOUND);
   EXPECT_EQ(MDInitDeviceLibrariesDirectoryPath(QUILBY_TEST_EXPORTS_DIR), EMERR_OK);
-  EXPECT_EQ(sim_test::world()["libraryDirectory"].toString(""), QUILBY_TEST_EXPORTS_DIR);
-  EXPECT_EQ(sim_test::compact(sim_test::journal()[1ul]["arguments"]),
-            R"(["/opt/host/mdsubprocess","Color_Tool"])");
+  EXPECT_EQ(world()["libraryDirectory"].toString(""), QUILBY_TEST_EXPORTS_DIR);
+  EXPECT_EQ(compact(journal()[1ul]["arguments"]), R"(["/opt/host/mdsubprocess","Color_Tool"])");
+}
+
+// Injected failures replace the next calls of a function, which then do nothing else.
+class FaultInjectionTest : public SimTest {};
+
+TEST_F(FaultInjectionTest, FailsTheNextCallsWithoutActingThenWorksAgain) {
+  QuilbySimFailNext("MDOpen", 2, EMERR_SENSOR_CONNECTION_ERROR);
+  MDHandle handle = nullptr;
+  EXPECT_EQ(MDOpen(kColorimeter, &handle), EMERR_SENSOR_CONNECTION_ERROR);
+  EXPECT_EQ(MDOpen(kColorimeter, &handle), EMERR_SENSOR_CONNECTION_ERROR);
+  EXPECT_EQ(handle, nullptr) << "an injected failure does nothing else";
+  EXPECT_EQ(MDOpen(kColorimeter, &handle), EMERR_OK);
+  EXPECT_NE(handle, nullptr);
+
+  EXPECT_EQ(compact(journal()[1ul]),  // no handle; the status is EMERR_SENSOR_CONNECTION_ERROR
+            R"({"arguments":[33],"function":"MDOpen","injected":true,"status":2147549186})");
+  EXPECT_FALSE(journal()[2ul].contains("injected"));
+  EXPECT_EQ(world()["failures"].size(), 0u) << "a used-up failure is gone";
+
+  QuilbySimFailNext("MDSetMode", 1, EMERR_UNCONFIRMED);
+  EXPECT_EQ(MDSetMode(handle, 1, 0), EMERR_UNCONFIRMED) << "success codes too";
+  EXPECT_EQ(world()["sensors"][2ul]["state"]["mode"].toInt(-1), 0) << "but nothing done";
+}
+
+// Functions without a status fail with their own "nothing", each once only.
+TEST_F(FaultInjectionTest, FunctionsWithoutStatusAnswerNothing) {
+  MDHandle swing = openBuiltIn(kStudioHid);
+  for (const char* function :
+       {"MDGetHIDHandle", "MDGetDeviceID", "MDGetName", "MDIsValidConnection",
+        "CSSG2H_SetColorSensorDataIndex", "EmCtrlGetPanelRevision", "HvxCreateUSBDeviceSnapshot",
+        "mirelto_get_logger", "MDSupportsSubprocess"}) {
+    QuilbySimFailNext(function, 1, EMERR_FAILED);
+  }
+  const MDDeviceID subprocessDevice = kSpectrometer;
+  EXPECT_EQ(MDGetHIDHandle(swing), nullptr);
+  EXPECT_EQ(MDGetDeviceID(swing), 0u);
+  EXPECT_EQ(MDGetName(swing), nullptr);
+  EXPECT_EQ(MDIsValidConnection(swing), 0);
+  EXPECT_LT(CSSG2H_SetColorSensorDataIndex(kStudioHid, 3, 0), 0);
+  EXPECT_EQ(EmCtrlGetPanelRevision(kStudioSerial, kStudioProduct), 0);
+  EXPECT_EQ(HvxCreateUSBDeviceSnapshot(), nullptr);
+  EXPECT_EQ(mirelto_get_logger(), nullptr);
+  EXPECT_EQ(MDSupportsSubprocess(&subprocessDevice, 1), 0);
+  EXPECT_EQ(MDGetHIDHandle(swing), kStudioHid);
+  EXPECT_EQ(EmCtrlGetPanelRevision(kStudioSerial, kStudioProduct), 3);
+  EXPECT_EQ(MDSupportsSubprocess(&subprocessDevice, 1), 1);
+}
+
+TEST_F(FaultInjectionTest, CountZeroAndClearRemoveFailures) {
+  QuilbySimFailNext("MDCalibrate", 5, EMERR_FAILED);
+  QuilbySimFailNext("MDCalibrate", 0, EMERR_FAILED);
+  MDHandle colorimeter = open(kColorimeter);
+  EXPECT_EQ(MDCalibrate(colorimeter), EMERR_OK);
+
+  QuilbySimFailNext("MDCalibrate", 5, EMERR_FAILED);
+  QuilbySimFailNext("NoSuchFunction", 5, EMERR_FAILED);
+  EXPECT_EQ(compact(world()["failures"]),
+            R"([{"count":5,"function":"MDCalibrate","skip":0,"status":"EMERR_FAILED"}])");
+  QuilbySimClearFailures();
+  EXPECT_EQ(MDCalibrate(colorimeter), EMERR_OK);
+}
+
+// The world file arms failures too, with calls to let pass first and the status in any of its
+// forms; the dump shows what is left.
+TEST_F(FaultInjectionTest, WorldFileFailuresSkipThenFail) {
+  for (const std::string status : {"2147549187", R"("0x80010003")", R"("EMERR_MEASURE_ERROR")"}) {
+    SCOPED_TRACE(status);
+    const std::string failures =
+        R"([{"function": "MDMeasureXYZ2", "skip": 1, "count": 2, "status": )" + status + "}]";
+    ASSERT_EQ(loadWorld(worldWith({{"failures", failures}})), "");
+    MDHandle colorimeter = open(kColorimeter);
+    EXPECT_EQ(measureStatus(colorimeter), EMERR_OK);
+    EXPECT_EQ(measureStatus(colorimeter), EMERR_MEASURE_ERROR);
+    EXPECT_EQ(compact(world()["failures"]), R"([{"count":1,"function":"MDMeasureXYZ2","skip":0,)"
+                                            R"("status":"EMERR_MEASURE_ERROR"}])");
+    EXPECT_EQ(measureStatus(colorimeter), EMERR_MEASURE_ERROR);
+    EXPECT_EQ(measureStatus(colorimeter), EMERR_OK);
+  }
+  ASSERT_EQ(QuilbySimReset(), 0);
+  EXPECT_EQ(world()["failures"].size(), 0u) << "the built-in world has none";
+}
+
+// A line's time, UTC with milliseconds ("2024-03-14T09:26:53.589Z"), and the tab after it.
+const std::string kTime = R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z\t)";
+
+class LoggingTest : public SimTest {};
+
+// Lines go to the file QUILBY_LOG names, appended, else to standard error; a logger pointer that
+// is not the library's writes nothing.
+TEST_F(LoggingTest, WritesTabSeparatedLinesToQuilbyLogElseToStandardError) {
+  void* logger = mirelto_get_logger();
+  ASSERT_NE(logger, nullptr);
+  testing::internal::CaptureStderr();
+  mirelto_log(logger, "Quilby", 3, "Launch mdsubprocess.");
+  const std::string written = testing::internal::GetCapturedStderr();
+  EXPECT_TRUE(std::regex_match(written, std::regex(kTime + "Quilby\t3\tLaunch mdsubprocess\\.\n")))
+      << written;
+
+  std::ofstream(path_) << "earlier line\n";
+  setenv("QUILBY_LOG", path_.c_str(), 1);
+  mirelto_log(logger, "Quilby", 2, "statusCode:200\tmethod:GET\turi:Sensors\tmsg:Success");
+  int notALogger = 0;
+  mirelto_log(&notALogger, "Quilby", 2, "lost");
+  mirelto_log(nullptr, "Quilby", 2, "lost");
+  mirelto_log(logger, "Quilby", 5, "Failed to launch mdsubprocess.");
+  const std::string logged = fileText(path_);
+  EXPECT_TRUE(std::regex_match(
+      logged, std::regex("earlier line\n" + kTime +
+                         "Quilby\t2\tstatusCode:200\tmethod:GET\turi:Sensors\tmsg:Success\n" +
+                         kTime + "Quilby\t5\tFailed to launch mdsubprocess\\.\n")))
+      << logged;
+  EXPECT_EQ(compact(journal()[4ul]),
+            R"({"arguments":[null,"Quilby",2,"lost"],"function":"mirelto_log","status":null})");
 }
 
 }  // namespace

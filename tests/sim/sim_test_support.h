@@ -1,26 +1,30 @@
 // Shared helpers of the simulator tests: the default world's names, the control interface's texts
-// as JSON values, and worlds derived from the default one.
+// as JSON values, worlds derived from the default one, and per-test temporary files.
 #ifndef QUILBY_TESTS_SIM_SIM_TEST_SUPPORT_H
 #define QUILBY_TESTS_SIM_SIM_TEST_SUPPORT_H
 
-#include "quilby/color_sensor.h"
-#include "quilby/correction.h"
-#include "quilby/logging.h"
-#include "quilby/measurement_device.h"
-#include "quilby/monitor_control.h"
-#include "quilby/usb_enumeration.h"
-#include "quilby_sim/control.h"
-
+#include "devices/device_functions.h"  // every device library's header and function list
 #include "json/cairnjson.h"
+#include "quilby_sim/control.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
-#include <functional>
+#include <fstream>
+#include <iterator>
+#include <sstream>
 #include <string>
+#include <utility>
+
+#include <unistd.h>
 
 namespace sim_test {
+
+using cairnjson::Value;
 
 // The default world.
 inline constexpr const char* kStudioSerial = "27Q00451";  // built-in swing sensor, 8x3, DUE 2
@@ -47,22 +51,22 @@ inline std::string controlText(uint32_t (*function)(char*, uint32_t)) {
   return text;
 }
 
-inline cairnjson::Value parsed(const std::string& text) {
+inline Value parsed(const std::string& text) {
   cairnjson::Parser parser;
-  cairnjson::Value value;
+  Value value;
   if (!parser.parse(text, value)) ADD_FAILURE() << parser.error() << " in " << text;
   return value;
 }
 
-inline std::string compact(const cairnjson::Value& value) {
+inline std::string compact(const Value& value) {
   std::string text;
   auto out = std::back_inserter(text);
   cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
   return text;
 }
 
-inline cairnjson::Value world() { return parsed(controlText(QuilbySimWorld)); }
-inline cairnjson::Value journal() { return parsed(controlText(QuilbySimJournal)); }
+inline Value world() { return parsed(controlText(QuilbySimWorld)); }
+inline Value journal() { return parsed(controlText(QuilbySimJournal)); }
 
 // "" when `text` loads, else the loader's message.
 inline std::string loadWorld(const std::string& text) {
@@ -71,11 +75,36 @@ inline std::string loadWorld(const std::string& text) {
   return error;
 }
 
-// The default world changed by `edit`, as text.
-inline std::string defaultWorldWith(const std::function<void(cairnjson::Value&)>& edit) {
-  cairnjson::Value value = world();
-  edit(value);
-  return compact(value);
+// The current world, as text, with the value at each place ("monitors[0].serial") replaced by a
+// JSON text.
+inline std::string worldWith(std::initializer_list<std::pair<std::string, std::string>> edits) {
+  Value changed = world();
+  for (auto [place, json] : edits) {
+    std::replace(place.begin(), place.end(), '[', '.');
+    std::erase(place, ']');
+    std::istringstream parts(place);
+    Value* at = &changed;
+    for (std::string part; std::getline(parts, part, '.');) {
+      const bool index = std::isdigit(static_cast<unsigned char>(part[0]));
+      at = index ? &(*at)[std::stoul(part)] : &(*at)[part];
+    }
+    *at = parsed(json);
+  }
+  return compact(changed);
+}
+
+inline EmError measureStatus(MDHandle handle) {
+  MDColor raw{}, corrected{};
+  return MDMeasureXYZ2(handle, &raw, &corrected);
+}
+
+inline void show(double red, double green, double blue) {
+  ASSERT_EQ(QuilbySimSetShownColor(kStudioSerial, kStudioProduct, red, green, blue), 0);
+}
+
+inline std::string fileText(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
 // Each test starts from the default world, whatever QUILBY_SIM_WORLD says.
@@ -85,18 +114,27 @@ class SimTest : public testing::Test {
     unsetenv("QUILBY_SIM_WORLD");
     ASSERT_EQ(QuilbySimReset(), 0);
   }
+  void TearDown() override {
+    unsetenv("QUILBY_SIM_WORLD");
+    unsetenv("QUILBY_LOG");
+    std::remove(path_.c_str());
+  }
 
   static MDHandle open(MDDeviceID deviceID) {
     MDHandle handle = nullptr;
     EXPECT_EQ(MDOpen(deviceID, &handle), EMERR_OK) << deviceID;
     return handle;
   }
-
   static MDHandle openBuiltIn(void* hid) {
     MDHandle handle = nullptr;
     EXPECT_EQ(MDOpenWithHIDHandle(hid, &handle), EMERR_OK);
     return handle;
   }
+
+  // A file of this test alone, removed at its end: ctest runs the tests in parallel.
+  const std::string path_ = testing::TempDir() +
+                            testing::UnitTest::GetInstance()->current_test_info()->name() + "." +
+                            std::to_string(getpid());
 };
 
 }  // namespace sim_test
