@@ -14,12 +14,6 @@ std::string lowerCase(std::string_view text) {
   return lower;
 }
 
-// An IPv6 address goes in brackets in an authority.
-std::string hostForm(const std::string& name) {
-  if (name.find(':') != std::string::npos && name.front() != '[') return "[" + name + "]";
-  return name;
-}
-
 // Splits "name[:port]" (name possibly "[v6]"); a missing port is HTTP's 80. False when the port
 // is not a decimal number or the brackets do not close.
 bool splitAuthority(std::string_view authority, std::string& name, int& port) {
@@ -51,13 +45,20 @@ bool splitAuthority(std::string_view authority, std::string& name, int& port) {
 
 }  // namespace
 
+bool isWildcardAddress(std::string_view address) {
+  return address == "0.0.0.0" || address == "::" || address == "[::]";
+}
+
+std::string hostForm(const std::string& name) {
+  if (name.find(':') != std::string::npos && name.front() != '[') return "[" + name + "]";
+  return name;
+}
+
 AccessPolicy::AccessPolicy(const std::string& bindAddress, int port,
                            std::vector<std::string> extraHosts)
     : port_(port) {
   names_ = {"localhost", "127.0.0.1", "[::1]"};
-  if (bindAddress != "0.0.0.0" && bindAddress != "::" && bindAddress != "[::]") {
-    extraHosts.push_back(bindAddress);
-  }
+  if (!isWildcardAddress(bindAddress)) extraHosts.push_back(bindAddress);
   for (const std::string& extra : extraHosts) {
     const std::string name = lowerCase(hostForm(extra));
     if (!name.empty() && std::find(names_.begin(), names_.end(), name) == names_.end()) {

@@ -15,6 +15,12 @@
 
 namespace quilbyhost {
 
+// Whether `address` is a wildcard bind address (0.0.0.0, ::, [::]), which names no single host.
+bool isWildcardAddress(std::string_view address);
+
+// `name` as it stands in an authority: an IPv6 address in brackets, anything else as it is.
+std::string hostForm(const std::string& name);
+
 class AccessPolicy {
  public:
   // `bindAddress` is the address the server listens on and `port` its port. The names accepted in

@@ -1,22 +1,16 @@
 #include "frontend.h"
 
 #include "json/cairnjson.h"
+#include "src/status_names.h"
 
 #include <algorithm>
 #include <charconv>
 #include <exception>
-#include <iterator>
+#include <string_view>
 
 namespace quilbyhost {
 
 namespace {
-
-std::string compact(const cairnjson::Value& value) {
-  std::string text;
-  auto out = std::back_inserter(text);
-  cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
-  return text;
-}
 
 // `valueText` must be JSON text; the simulator's own texts are embedded without a second pass.
 std::string envelopeAround(const std::string& valueText) {
@@ -31,7 +25,7 @@ HostResponse reply(int status, std::string body) {
 }
 
 HostResponse answer(const cairnjson::Value& value) {
-  return reply(200, envelopeAround(compact(value)));
+  return reply(200, envelopeAround(cairnjson::Serializer::compact(value)));
 }
 
 HostResponse hostError(int status, const std::string& message) {
@@ -67,11 +61,17 @@ bool parseJson(const std::string& text, cairnjson::Value& value) {
 
 // The value of `key` in a raw query string, and whether it was there.
 bool queryValue(const std::string& rawQuery, const std::string& key, std::string& value) {
-  cairnjson::Value query;
-  parseJson(queryObjectText(rawQuery), query);
+  const cairnjson::Value query = queryObject(rawQuery);
   if (!query.contains(key)) return false;
   value = query[key].toString("");
   return true;
+}
+
+// Counts and statuses are 32-bit words in the simulator's interface.
+bool isUint32(const cairnjson::Value& value) {
+  if (!value.isInteger()) return false;
+  const long long number = value.toLLong(-1);
+  return number >= 0 && number <= 0xFFFFFFFFLL;
 }
 
 }  // namespace
@@ -81,7 +81,7 @@ std::string hostErrorEnvelope(const std::string& name, const std::string& messag
   envelope["error"]["message"].setString(message);
   envelope["error"]["name"].setString(name);
   envelope["value"] = cairnjson::Value();
-  return compact(envelope);
+  return cairnjson::Serializer::compact(envelope);
 }
 
 Frontend::Frontend(HostThread& thread, const Simulator* simulator, std::string consoleDirectory)
@@ -179,15 +179,15 @@ HostResponse Frontend::handleSimulator(const std::string& method, const std::str
   }
   const Simulator& simulator = *simulator_;
   const std::vector<std::string> at = segmentsAfter(path, "/sim/");
-  const std::string route = method + " " + (at.empty() ? "" : at.front());
-  const auto onHostThread = [this](auto job) { return thread_.run(std::move(job)); };
+  // "METHOD name" for the routes of one segment; the monitor routes go by `at` instead.
+  const std::string route = at.size() == 1 ? method + " " + at.front() : "";
 
-  if (at.size() == 1 && route == "GET world") {
-    return reply(200, envelopeAround(onHostThread([&] { return simulator.world(); })));
+  if (route == "GET world") {
+    return reply(200, envelopeAround(thread_.run([&] { return simulator.world(); })));
   }
-  if (at.size() == 1 && route == "PUT world") {
+  if (route == "PUT world") {
     std::string error;
-    const bool loaded = onHostThread([&] {
+    const bool loaded = thread_.run([&] {
       if (!simulator.loadWorld(body, error)) return false;
       forgetSensors();
       return true;
@@ -195,9 +195,9 @@ HostResponse Frontend::handleSimulator(const std::string& method, const std::str
     if (!loaded) return simulatorError(400, error);
     return answer(cairnjson::Value());
   }
-  if (at.size() == 1 && route == "POST reset") {
+  if (route == "POST reset") {
     std::string error;
-    const int result = onHostThread([&] {
+    const int result = thread_.run([&] {
       const int status = simulator.reset();
       if (status != 0) error = simulator.lastError();
       forgetSensors();
@@ -209,8 +209,8 @@ HostResponse Frontend::handleSimulator(const std::string& method, const std::str
     }
     return answer(cairnjson::Value());
   }
-  if (at.size() == 1 && route == "GET journal") {
-    std::string text = onHostThread([&] { return simulator.journal(); });
+  if (route == "GET journal") {
+    std::string text = thread_.run([&] { return simulator.journal(); });
     std::string last;
     if (!queryValue(rawQuery, "last", last)) return reply(200, envelopeAround(text));
     std::size_t count = 0;
@@ -225,50 +225,50 @@ HostResponse Frontend::handleSimulator(const std::string& method, const std::str
     return answer(cairnjson::Value::makeArray(
         cairnjson::Value::Elements(all.begin() + static_cast<std::ptrdiff_t>(from), all.end())));
   }
-  if (at.size() == 1 && route == "DELETE journal") {
-    onHostThread([&] { simulator.clearJournal(); });
+  if (route == "DELETE journal") {
+    thread_.run([&] { simulator.clearJournal(); });
     return answer(cairnjson::Value());
   }
-  if (at.size() == 1 && route == "GET criticalSections") {
-    return reply(200, envelopeAround(onHostThread([&] { return simulator.criticalSections(); })));
+  if (route == "GET criticalSections") {
+    return reply(200, envelopeAround(thread_.run([&] { return simulator.criticalSections(); })));
   }
-  if (at.size() == 1 && route == "GET functions") {
+  if (route == "GET functions") {
+    const auto functions = quilbysim::deviceFunctions();
+    std::vector<std::string_view> sorted(functions.begin(), functions.end());
+    std::sort(sorted.begin(), sorted.end());
     cairnjson::Value names(cairnjson::Type::Array);
-    for (const std::string& name : deviceFunctionNames()) {
-      names.push_back(cairnjson::Value::makeString(name));
+    for (const std::string_view name : sorted) {
+      names.push_back(cairnjson::Value::makeString(std::string(name)));
     }
     return answer(names);
   }
-  if (at.size() == 1 && route == "GET errors") {
+  if (route == "GET errors") {
     cairnjson::Value codes(cairnjson::Type::Array);
-    for (const auto& [name, code] : emErrorCodes()) {
+    for (const quilbysim::NamedStatus& entry : quilbysim::namedStatuses()) {
       cairnjson::Value row(cairnjson::Type::Object);
-      row["name"].setString(name);
-      row["code"].setInteger(code);
+      row["name"].setString(entry.name);
+      row["code"].setInteger(entry.status);
       codes.push_back(row);
     }
     return answer(codes);
   }
-  if (at.size() == 1 && route == "POST failures") {
+  if (route == "POST failures") {
     cairnjson::Value failure;
     if (!parseJson(body, failure) || !failure.isObject() || !failure["function"].isString()) {
       return simulatorError(400, "The body must be {\"function\": name, \"count\": n, "
                                  "\"status\": code or EMERR_ name}.");
     }
     const std::string function = failure["function"].stringRef();
-    const auto& names = deviceFunctionNames();
-    if (std::find(names.begin(), names.end(), function) == names.end()) {
+    if (!quilbysim::isDeviceFunction(function)) {
       return simulatorError(400, "\"" + function + "\" is not a device-library function.");
     }
     const cairnjson::Value& countValue = failure["count"];
-    if (!countValue.isNull() && (!countValue.isInteger() || countValue.toLLong(-1) < 0 ||
-                                 countValue.toLLong(-1) > 0xFFFFFFFFLL)) {
+    if (!countValue.isNull() && !isUint32(countValue)) {
       return simulatorError(400, "count must be a whole number from 0 (remove) upwards.");
     }
     std::uint32_t status = 0x80000000u;
     const cairnjson::Value& statusValue = failure["status"];
-    if (statusValue.isInteger() && statusValue.toLLong(-1) >= 0 &&
-        statusValue.toLLong(-1) <= 0xFFFFFFFFLL) {
+    if (isUint32(statusValue)) {
       status = static_cast<std::uint32_t>(statusValue.toLLong(0));
     } else if (statusValue.isString()) {
       if (!parseStatus(statusValue.stringRef(), status)) {
@@ -279,11 +279,11 @@ HostResponse Frontend::handleSimulator(const std::string& method, const std::str
       return simulatorError(400, "status must be a number, 0x text or EMERR_ name.");
     }
     const auto count = static_cast<std::uint32_t>(countValue.isNull() ? 1 : countValue.toLLong(1));
-    onHostThread([&] { simulator.failNext(function, count, status); });
+    thread_.run([&] { simulator.failNext(function, count, status); });
     return answer(cairnjson::Value());
   }
-  if (at.size() == 1 && route == "DELETE failures") {
-    onHostThread([&] { simulator.clearFailures(); });
+  if (route == "DELETE failures") {
+    thread_.run([&] { simulator.clearFailures(); });
     return answer(cairnjson::Value());
   }
   if (at.size() == 4 && at[0] == "monitors" && method == "PUT" && at[3] == "shownColor") {
@@ -297,7 +297,7 @@ HostResponse Frontend::handleSimulator(const std::string& method, const std::str
     if (!valid) {
       return simulatorError(400, "The body must be [red, green, blue], each from 0 to 1.");
     }
-    const int result = onHostThread([&] {
+    const int result = thread_.run([&] {
       return simulator.setShownColor(at[1], at[2], channels[0], channels[1], channels[2]);
     });
     if (result != 0) return simulatorError(404, "No monitor " + at[1] + " / " + at[2] + ".");
@@ -309,7 +309,7 @@ HostResponse Frontend::handleSimulator(const std::string& method, const std::str
       return simulatorError(400, "The body must be true (another program holds the monitor) or "
                                  "false.");
     }
-    const int result = onHostThread(
+    const int result = thread_.run(
         [&] { return simulator.holdMonitor(at[1], at[2], held.toInt(0) != 0); });
     if (result != 0) {
       return simulatorError(409, "No monitor " + at[1] + " / " + at[2] +

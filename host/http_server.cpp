@@ -27,9 +27,9 @@ HttpServer::HttpServer(Frontend& frontend, ServerOptions options)
 HttpServer::~HttpServer() = default;
 
 std::string HttpServer::url() const {
-  std::string name = options_.address;
-  if (name == "0.0.0.0" || name == "::" || name == "[::]") name = "127.0.0.1";
-  if (name.find(':') != std::string::npos && name.front() != '[') name = "[" + name + "]";
+  // A wildcard is no address to browse to; loopback reaches the same server.
+  const std::string name =
+      isWildcardAddress(options_.address) ? "127.0.0.1" : hostForm(options_.address);
   return "http://" + name + ":" + std::to_string(port_) + "/";
 }
 

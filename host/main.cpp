@@ -139,12 +139,12 @@ int main(int argc, char** argv) {
   std::unique_ptr<Simulator> simulator = Simulator::attach();
   std::fprintf(stderr, "quilby-host: %s loaded, Setup called; %s\n", plugin.c_str(),
                !simulator             ? "no simulator (real device libraries)"
-               : options.world.empty() && !std::getenv("QUILBY_SIM_WORLD")
+               : !std::getenv("QUILBY_SIM_WORLD")
                    ? "simulated device world: built-in"
                    : "simulated device world: from QUILBY_SIM_WORLD");
-  if (simulator && simulator->lastError().size() > 0) {
+  if (const std::string refused = simulator ? simulator->lastError() : ""; !refused.empty()) {
     std::fprintf(stderr, "quilby-host: the world file was refused (%s); the built-in world is "
-                         "used\n", simulator->lastError().c_str());
+                         "used\n", refused.c_str());
   }
 
   int status = 0;

@@ -62,13 +62,6 @@ const std::vector<RestRoute> kRoutes = {
     {"*", "/Sensors/{id}/IFSBrightCorrectParamUpdate", "SensorIFSBrightCorrectParamUpdate"},
 };
 
-std::string compact(const cairnjson::Value& value) {
-  std::string text;
-  auto out = std::back_inserter(text);
-  cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
-  return text;
-}
-
 // Splits at every "/" after the leading one, keeping empty segments: "/Sensors//XYZ" has an
 // empty id, which the plug-in itself refuses ("URI is invalid.").
 std::vector<std::string_view> segmentsOf(std::string_view path) {
@@ -161,7 +154,7 @@ void splitTarget(std::string_view target, std::string& path, std::string& rawQue
                                                      : target.substr(question + 1));
 }
 
-std::string queryObjectText(std::string_view rawQuery) {
+cairnjson::Value queryObject(std::string_view rawQuery) {
   cairnjson::Value query(cairnjson::Type::Object);
   while (!rawQuery.empty()) {
     const std::size_t amp = rawQuery.find('&');
@@ -176,7 +169,11 @@ std::string queryObjectText(std::string_view rawQuery) {
     }
     query[key] = value;
   }
-  return compact(query);
+  return query;
+}
+
+std::string queryObjectText(std::string_view rawQuery) {
+  return cairnjson::Serializer::compact(queryObject(rawQuery));
 }
 
 RouteMatch mapRestRequest(std::string_view method, std::string_view target, std::string body) {
@@ -195,7 +192,7 @@ RouteMatch mapRestRequest(std::string_view method, std::string_view target, std:
     RouteMatch match;
     match.call.entryPoint = route.entryPoint;
     match.call.request = R"({"method":")" + std::string(method) + "\"}";
-    match.call.parameters = compact(parameters);
+    match.call.parameters = cairnjson::Serializer::compact(parameters);
     match.call.query = queryObjectText(rawQuery);
     match.call.data = std::move(body);
     return match;
@@ -232,7 +229,7 @@ RouteMatch mapBridgeRequest(std::string_view entryPoint, const std::string& body
     if (member.isString()) {
       *slot->second = member.stringRef();
     } else if (!member.isNull()) {
-      *slot->second = compact(member);
+      *slot->second = cairnjson::Serializer::compact(member);
     }
   }
   return match;

@@ -11,6 +11,8 @@
 #ifndef QUILBY_HOST_ROUTES_H
 #define QUILBY_HOST_ROUTES_H
 
+#include "json/value.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -70,9 +72,11 @@ RouteMatch mapRestRequest(std::string_view method, std::string_view target, std:
 // or a member other than those four, gives 400.
 RouteMatch mapBridgeRequest(std::string_view entryPoint, const std::string& body);
 
-// The query object of a raw query string, as compact JSON text: "supports&deviceIDs=3%2C5" gives
+// The query object of a raw query string: "supports&deviceIDs=3%2C5" gives
 // {"deviceIDs":"3,5","supports":null}. Values are strings ("a=" gives ""), a key without "=" is
 // null, "+" and %XX are decoded, empty pieces are skipped, and the last of repeated keys wins.
+cairnjson::Value queryObject(std::string_view rawQuery);
+// The same as compact JSON text, as the plug-in receives it.
 std::string queryObjectText(std::string_view rawQuery);
 
 // Percent-decodes `text`; with `plusIsSpace` a "+" becomes a space (query strings). A "%" not

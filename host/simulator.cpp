@@ -1,11 +1,9 @@
 #include "simulator.h"
 
-#include "devices/device_functions.h"
-#include "quilby/device_types.h"
+#include "src/status_names.h"
 
 #include <dlfcn.h>
 
-#include <algorithm>
 #include <charconv>
 
 namespace quilbyhost {
@@ -95,67 +93,10 @@ int Simulator::setShownColor(const std::string& serial, const std::string& produ
   return setShownColor_(serial.c_str(), product.c_str(), red, green, blue);
 }
 
-const std::vector<std::pair<std::string, std::uint32_t>>& emErrorCodes() {
-#define QUILBY_HOST_CODE(name) {#name, name}
-  static const std::vector<std::pair<std::string, std::uint32_t>> codes = {
-      QUILBY_HOST_CODE(EMERR_OK),
-      QUILBY_HOST_CODE(EMERR_EXISTS_MORE_DATA),
-      QUILBY_HOST_CODE(EMERR_RUNNING),
-      QUILBY_HOST_CODE(EMERR_UNCONFIRMED),
-      QUILBY_HOST_CODE(EMERR_OK_NOT_CORRECTED),
-      QUILBY_HOST_CODE(EMERR_FAILED),
-      QUILBY_HOST_CODE(EMERR_INVALID_ARGUMENT),
-      QUILBY_HOST_CODE(EMERR_INVALID_BUFFER),
-      QUILBY_HOST_CODE(EMERR_INVALID_BUFFER_SIZE),
-      QUILBY_HOST_CODE(EMERR_ALREADY_REGISTERED),
-      QUILBY_HOST_CODE(EMERR_NOT_REGISTERED),
-      QUILBY_HOST_CODE(EMERR_UNKNOWN),
-      QUILBY_HOST_CODE(EMERR_UNSUPPORTED),
-      QUILBY_HOST_CODE(EMERR_STALL),
-      QUILBY_HOST_CODE(EMERR_UNIMPLEMENTED),
-      QUILBY_HOST_CODE(EMERR_OUT_OF_RANGE),
-      QUILBY_HOST_CODE(EMERR_NO_MORE_DATA),
-      QUILBY_HOST_CODE(EMERR_CANCELED),
-      QUILBY_HOST_CODE(EMERR_OUT_OF_DOMAIN),
-      QUILBY_HOST_CODE(EMERR_LONG_PROC_LOCK_IS_WAIT),
-      QUILBY_HOST_CODE(EMERR_SHORT_PROC_LOCK_IS_WAIT),
-      QUILBY_HOST_CODE(EMERR_DLL_NOT_FOUND),
-      QUILBY_HOST_CODE(EMERR_OVER_LIMIT),
-      QUILBY_HOST_CODE(EMERR_ALREADY_USED),
-      QUILBY_HOST_CODE(EMERR_TIMED_OUT),
-      QUILBY_HOST_CODE(EMERR_DISABLED),
-      QUILBY_HOST_CODE(EMERR_INVALID_PRECONDITION),
-      QUILBY_HOST_CODE(EMERR_UNRESOLVED),
-      QUILBY_HOST_CODE(EMERR_RETRY_COUNT_EXCEEDED),
-      QUILBY_HOST_CODE(EMERR_ALREADY_CREATED),
-      QUILBY_HOST_CODE(EMERR_CANNOT_CREATE_FILE),
-      QUILBY_HOST_CODE(EMERR_INVALID_DATA),
-      QUILBY_HOST_CODE(EMERR_INVALID_DATA_SIZE),
-      QUILBY_HOST_CODE(EMERR_INVALID_KEY),
-      QUILBY_HOST_CODE(EMERR_INVALID_KEY_SIZE),
-      QUILBY_HOST_CODE(EMERR_DATA_VERIFY_ERROR),
-      QUILBY_HOST_CODE(EMERR_REJECTED_BY_CRITICAL_SECTION),
-      QUILBY_HOST_CODE(EMERR_MONITOR_CONNECTION_ERROR),
-      QUILBY_HOST_CODE(EMERR_SENSOR_CONNECTION_ERROR),
-      QUILBY_HOST_CODE(EMERR_MEASURE_ERROR),
-      QUILBY_HOST_CODE(EMERR_SENSOR_POSITION_ERROR),
-      QUILBY_HOST_CODE(EMERR_CALCULATION_ERROR),
-      QUILBY_HOST_CODE(EMERR_CHAMBER_ERROR),
-      QUILBY_HOST_CODE(EMERR_SIGGENERATOR_ERROR),
-      QUILBY_HOST_CODE(EMERR_ZERO_CALIBRATION_ERROR),
-      QUILBY_HOST_CODE(EMERR_CANNOT_ENTER_MONITOR_CRITICAL_SECTION),
-      QUILBY_HOST_CODE(EMERR_MONITOR_CRITICAL_SECTION_IS_OWNED),
-  };
-#undef QUILBY_HOST_CODE
-  return codes;
-}
-
 bool parseStatus(std::string_view text, std::uint32_t& status) {
-  for (const auto& [name, code] : emErrorCodes()) {
-    if (text == name) {
-      status = code;
-      return true;
-    }
+  if (const auto named = quilbysim::statusFromName(text)) {
+    status = *named;
+    return true;
   }
   int base = 10;
   if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
@@ -165,17 +106,6 @@ bool parseStatus(std::string_view text, std::uint32_t& status) {
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, status, base);
   return !text.empty() && error == std::errc() && stop == end;
-}
-
-const std::vector<std::string>& deviceFunctionNames() {
-#define QUILBY_HOST_FUNCTION_NAME(Result, Name, Parameters, Arguments) #Name,
-  static const std::vector<std::string> names = [] {
-    std::vector<std::string> list = {QUILBY_SIM_ALL_DEVICE_FUNCTIONS(QUILBY_HOST_FUNCTION_NAME)};
-    std::sort(list.begin(), list.end());
-    return list;
-  }();
-#undef QUILBY_HOST_FUNCTION_NAME
-  return names;
 }
 
 }  // namespace quilbyhost

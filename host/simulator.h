@@ -12,8 +12,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 namespace quilbyhost {
 
@@ -58,15 +56,9 @@ class Simulator {
   decltype(&QuilbySimSetShownColor) setShownColor_ = nullptr;
 };
 
-// The EmError codes by their EMERR_ names, in code order.
-const std::vector<std::pair<std::string, std::uint32_t>>& emErrorCodes();
-
 // Reads a status as the world file does: a decimal integer, a "0x" hexadecimal text or an EMERR_
 // name. False when it is none of these or does not fit 32 bits.
 bool parseStatus(std::string_view text, std::uint32_t& status);
-
-// Every function of the six device libraries, which failures can be injected into.
-const std::vector<std::string>& deviceFunctionNames();
 
 }  // namespace quilbyhost
 

@@ -62,10 +62,6 @@ EmError setRecord(const char* function, void* hid, const Record* in, Record Data
   });
 }
 
-bool finite(const double* values, std::size_t count) {
-  return std::all_of(values, values + count, [](double value) { return std::isfinite(value); });
-}
-
 int supported(const char* function, void* hid, bool Monitor::*flag) {
   Call call(function, {form::hid(hid)});
   const Monitor* monitor = call.monitorByHid(hid);
@@ -235,7 +231,7 @@ EmError CSSG2H_SetXYZCorrectionMatrix(void* hid, const double matrix[9]) {
   Call call("CSSG2H_SetXYZCorrectionMatrix", {form::hid(hid), form::doubles(matrix, 9)});
   return onHid(call, hid, [&](Monitor& monitor, Sensor&) -> EmError {
     if (!matrix) return EMERR_INVALID_BUFFER;
-    if (!finite(matrix, 9)) return EMERR_INVALID_DATA;
+    if (!records::allFinite(matrix, 9)) return EMERR_INVALID_DATA;
     TermMatrix& stored = monitor.selectedDataSet().matrix;
     stored.fill(0.0);
     std::copy(matrix, matrix + 9, stored.begin());
@@ -259,7 +255,7 @@ EmError CSSG2H_SetXYZCorrectionMatrix8DXT(void* hid, const double matrix[24]) {
   return onHid(call, hid, [&](Monitor& monitor, Sensor&) -> EmError {
     if (!matrix) return EMERR_INVALID_BUFFER;
     if (!monitor.supports8x3) return EMERR_UNSUPPORTED;
-    if (!finite(matrix, 24)) return EMERR_INVALID_DATA;
+    if (!records::allFinite(matrix, 24)) return EMERR_INVALID_DATA;
     std::copy(matrix, matrix + 24, monitor.selectedDataSet().matrix.begin());
     return EMERR_OK;
   });

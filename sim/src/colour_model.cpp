@@ -4,24 +4,31 @@
 #include <cmath>
 
 namespace quilbysim {
+namespace {
+
+// Linear light of one encoded channel value in [0, 1].
+double linearize(const Display& display, double encoded) {
+  const double value = std::clamp(encoded, 0.0, 1.0);
+  if (display.srgbCurve) {
+    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+  }
+  return std::pow(value, display.gamma);
+}
+
+// The terms applyTerms works on (colour_model.h).
+std::array<double, 8> terms(const Vec3& xyz) {
+  const double x = std::max(xyz[0], 0.0), y = std::max(xyz[1], 0.0), z = std::max(xyz[2], 0.0);
+  const double xy = std::sqrt(x * y), yz = std::sqrt(y * z), zx = std::sqrt(z * x);
+  return {xyz[0], xyz[1], xyz[2], xy, yz, zx, std::cbrt(x * y * z), 1.0};
+}
+
+}  // namespace
 
 Vec3 multiply(const Matrix3& matrix, const Vec3& vector) {
   Vec3 result{};
   for (int row = 0; row < 3; ++row) {
     for (int column = 0; column < 3; ++column) {
       result[row] += matrix[row * 3 + column] * vector[column];
-    }
-  }
-  return result;
-}
-
-Matrix3 multiply(const Matrix3& left, const Matrix3& right) {
-  Matrix3 result{};
-  for (int row = 0; row < 3; ++row) {
-    for (int column = 0; column < 3; ++column) {
-      for (int k = 0; k < 3; ++k) {
-        result[row * 3 + column] += left[row * 3 + k] * right[k * 3 + column];
-      }
     }
   }
   return result;
@@ -46,14 +53,6 @@ Vec3 fromChromaticity(const Chromaticity& c, double luminance) {
   return {c.x / c.y * luminance, luminance, (1.0 - c.x - c.y) / c.y * luminance};
 }
 
-double linearize(const Display& display, double encoded) {
-  const double value = std::clamp(encoded, 0.0, 1.0);
-  if (display.srgbCurve) {
-    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-  }
-  return std::pow(value, display.gamma);
-}
-
 Matrix3 primariesMatrix(const Display& display) {
   const Vec3 red = fromChromaticity(display.red, 1.0);
   const Vec3 green = fromChromaticity(display.green, 1.0);
@@ -76,12 +75,6 @@ Vec3 emittedXYZ(const Display& display, const Vec3& shownColor) {
   const Vec3 linear = {linearize(display, shownColor[0]), linearize(display, shownColor[1]),
                        linearize(display, shownColor[2])};
   return multiply(primariesMatrix(display), linear);
-}
-
-std::array<double, 8> terms(const Vec3& xyz) {
-  const double x = std::max(xyz[0], 0.0), y = std::max(xyz[1], 0.0), z = std::max(xyz[2], 0.0);
-  const double xy = std::sqrt(x * y), yz = std::sqrt(y * z), zx = std::sqrt(z * x);
-  return {xyz[0], xyz[1], xyz[2], xy, yz, zx, std::cbrt(x * y * z), 1.0};
 }
 
 Vec3 applyTerms(const TermMatrix& matrix, const Vec3& xyz) {

@@ -13,15 +13,11 @@
 namespace quilbysim {
 
 Vec3 multiply(const Matrix3& matrix, const Vec3& vector);
-Matrix3 multiply(const Matrix3& left, const Matrix3& right);
 // False (and `inverse` unchanged) for a singular matrix.
 bool invert(const Matrix3& matrix, Matrix3& inverse);
 
 // XYZ of chromaticity x, y at luminance Y; zero when y is 0.
 Vec3 fromChromaticity(const Chromaticity& chromaticity, double luminance);
-
-// Linear light of one encoded channel value in [0, 1].
-double linearize(const Display& display, double encoded);
 
 // The matrix from linear RGB to XYZ: its columns are the primaries, scaled so that RGB (1, 1, 1)
 // gives the white point at the display's luminance. Collinear primaries give the zero matrix (the
@@ -31,10 +27,9 @@ Matrix3 primariesMatrix(const Display& display);
 // XYZ the display emits for the encoded RGB it shows.
 Vec3 emittedXYZ(const Display& display, const Vec3& shownColor);
 
-// The terms a term matrix works on: X, Y, Z, sqrt(XY), sqrt(YZ), sqrt(ZX), cbrt(XYZ) and 1. The
-// root terms grow in proportion to the light, as X, Y and Z do, so a matrix fitted at one
-// brightness holds at all; products of negative readings count as 0.
-std::array<double, 8> terms(const Vec3& xyz);
+// A term matrix applied to XYZ. The terms it works on: X, Y, Z, sqrt(XY), sqrt(YZ), sqrt(ZX),
+// cbrt(XYZ) and 1. The root terms grow in proportion to the light, as X, Y and Z do, so a matrix
+// fitted at one brightness holds at all; products of negative readings count as 0.
 Vec3 applyTerms(const TermMatrix& matrix, const Vec3& xyz);
 
 // XYZ as the CIE 1964 10-degree observer would see a typical display light, from the 2-degree

@@ -11,25 +11,18 @@
 #include "json/serializer.h"
 
 #include <cmath>
-#include <iterator>
 #include <mutex>
 #include <string>
 
 namespace {
 
+using cairnjson::Serializer;
 using quilbysim::Simulator;
 
 // Writes `text` into the caller's buffer as control.h describes and returns its whole length.
 uint32_t deliver(const std::string& text, char* buffer, uint32_t size) {
   if (buffer && size > 0) quilbysim::copyText(buffer, size, text);
   return static_cast<uint32_t>(text.size());
-}
-
-std::string serialized(const cairnjson::Value& value) {
-  std::string text;
-  auto out = std::back_inserter(text);
-  cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
-  return text;
 }
 
 }  // namespace
@@ -84,7 +77,7 @@ QUILBY_SIM_EXPORT uint32_t QuilbySimWorld(char* buffer, uint32_t size) {
   try {
     Simulator& simulator = Simulator::instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
-    return deliver(serialized(quilbysim::writeWorld(simulator.world())), buffer, size);
+    return deliver(Serializer::compact(quilbysim::writeWorld(simulator.world())), buffer, size);
   } catch (...) {
     return deliver("", buffer, size);
   }
@@ -118,7 +111,7 @@ QUILBY_SIM_EXPORT uint32_t QuilbySimJournal(char* buffer, uint32_t size) {
     // The entries share their containers with the journal, whose use counts are not atomic: they
     // are copied, written and dropped under the lock.
     std::lock_guard<std::mutex> lock(simulator.mutex());
-    return deliver(serialized(simulator.journal().toJson()), buffer, size);
+    return deliver(Serializer::compact(simulator.journal().toJson()), buffer, size);
   } catch (...) {
     return deliver("", buffer, size);
   }
@@ -145,7 +138,7 @@ QUILBY_SIM_EXPORT uint32_t QuilbySimCriticalSections(char* buffer, uint32_t size
       section["owner"] = quilbysim::ownerForm(monitor.criticalSection);
       sections.push_back(section);
     }
-    return deliver(serialized(sections), buffer, size);
+    return deliver(Serializer::compact(sections), buffer, size);
   } catch (...) {
     return deliver("", buffer, size);
   }

@@ -5,15 +5,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstring>
 #include <ctime>
 #include <tuple>
 
 namespace quilbysim::impl {
 namespace {
-
-cairnjson::Value text(const char* value) { return form::text(value); }
 
 MDDate today(const World& world) {
   if (world.clock) return *world.clock;
@@ -105,9 +102,10 @@ std::string_view productText(const char* product) {
 EmError MDAddCSSG2CorrelationDataEx(const char* monitorSerial, const char* monitorProduct,
                                     MDDeviceID referenceDeviceID, const char* referenceSerial,
                                     const MDCSSG2CorrelationDataEx* data, int64_t* id) {
-  Call call("MDAddCSSG2CorrelationDataEx",
-            {text(monitorSerial), text(monitorProduct), form::integer(referenceDeviceID),
-             text(referenceSerial), form::record(data, records::kCSSG2CorrelationDataEx)});
+  Call call(
+      "MDAddCSSG2CorrelationDataEx",
+      {form::text(monitorSerial), form::text(monitorProduct), form::integer(referenceDeviceID),
+       form::text(referenceSerial), form::record(data, records::kCSSG2CorrelationDataEx)});
   return call.status([&] {
     return addCorrelation(call, monitorSerial, monitorProduct, referenceDeviceID, referenceSerial,
                           nullptr, id, CorrelationKind::CSSG2, data);
@@ -119,10 +117,11 @@ EmError MDAddCSSG2CorrelationDataWithDateEx(const char* monitorSerial, const cha
                                             const char* referenceSerial,
                                             const MDCSSG2CorrelationDataEx* data,
                                             const MDDate* date, int64_t* id) {
-  Call call("MDAddCSSG2CorrelationDataWithDateEx",
-            {text(monitorSerial), text(monitorProduct), form::integer(referenceDeviceID),
-             text(referenceSerial), form::record(data, records::kCSSG2CorrelationDataEx),
-             form::record(date, records::kDate)});
+  Call call(
+      "MDAddCSSG2CorrelationDataWithDateEx",
+      {form::text(monitorSerial), form::text(monitorProduct), form::integer(referenceDeviceID),
+       form::text(referenceSerial), form::record(data, records::kCSSG2CorrelationDataEx),
+       form::record(date, records::kDate)});
   return call.status([&]() -> EmError {
     if (!date) return EMERR_INVALID_ARGUMENT;
     return addCorrelation(call, monitorSerial, monitorProduct, referenceDeviceID, referenceSerial,
@@ -140,9 +139,10 @@ EmError MDGetCSSG2CorrelationDataEx(int64_t id, MDCSSG2CorrelationDataEx* data) 
 EmError MDAddIFSv3CorrelationData(const char* monitorSerial, const char* monitorProduct,
                                   MDDeviceID referenceDeviceID, const char* referenceSerial,
                                   const MDIFSv3CorrelationData* data, int64_t* id) {
-  Call call("MDAddIFSv3CorrelationData",
-            {text(monitorSerial), text(monitorProduct), form::integer(referenceDeviceID),
-             text(referenceSerial), form::record(data, records::kIFSv3CorrelationData)});
+  Call call(
+      "MDAddIFSv3CorrelationData",
+      {form::text(monitorSerial), form::text(monitorProduct), form::integer(referenceDeviceID),
+       form::text(referenceSerial), form::record(data, records::kIFSv3CorrelationData)});
   return call.status([&] {
     return addCorrelation(call, monitorSerial, monitorProduct, referenceDeviceID, referenceSerial,
                           nullptr, id, CorrelationKind::IFSv3, data);
@@ -160,9 +160,9 @@ EmError MDAddCorrelationMatrix(const char* product, uint16_t panelRevision,
                                MDDeviceID referenceDeviceID, const char* referenceSerial,
                                const double* matrix, uint32_t rows, int64_t* id) {
   Call call("MDAddCorrelationMatrix",
-            {text(product), form::integer(panelRevision), form::integer(referenceDeviceID),
-             text(referenceSerial), form::doubles(matrix, rows == 3 || rows == 8 ? rows * 3 : 0),
-             form::integer(rows)});
+            {form::text(product), form::integer(panelRevision), form::integer(referenceDeviceID),
+             form::text(referenceSerial),
+             form::doubles(matrix, rows == 3 || rows == 8 ? rows * 3 : 0), form::integer(rows)});
   return call.status([&]() -> EmError {
     if (!product || !*product || !referenceSerial || (rows != 3 && rows != 8)) {
       return EMERR_INVALID_ARGUMENT;
@@ -171,10 +171,7 @@ EmError MDAddCorrelationMatrix(const char* product, uint16_t panelRevision,
       return EMERR_INVALID_DATA_SIZE;
     }
     if (!matrix || !id) return EMERR_INVALID_BUFFER;
-    if (!std::all_of(matrix, matrix + rows * 3,
-                     [](double value) { return std::isfinite(value); })) {
-      return EMERR_INVALID_DATA;
-    }
+    if (!records::allFinite(matrix, rows * 3)) return EMERR_INVALID_DATA;
     World& world = call.world();
     CorrelationMatrix stored;
     stored.id = nextID(world.correlationMatrices);
@@ -217,21 +214,18 @@ EmError MDEnumCorrelationMatrixInfo(const char* product, uint16_t panelRevision,
                                     MDDeviceID* referenceDeviceID,
                                     char referenceSerial[MD_REFERENCE_SERIAL_SIZE], int64_t* id) {
   Call call("MDEnumCorrelationMatrixInfo",
-            {text(product), form::integer(panelRevision), form::integer(index)});
+            {form::text(product), form::integer(panelRevision), form::integer(index)});
   return call.status([&]() -> EmError {
     if (!product) return EMERR_INVALID_ARGUMENT;
     if (!referenceDeviceID || !referenceSerial || !id) return EMERR_INVALID_BUFFER;
-    uint32_t position = 0;
-    for (const CorrelationMatrix& matrix : call.world().correlationMatrices) {
-      if (matrix.product != productText(product) || matrix.panelRevision != panelRevision) continue;
-      if (position++ == index) {
-        *referenceDeviceID = matrix.referenceDeviceID;
-        copyText(referenceSerial, MD_REFERENCE_SERIAL_SIZE, matrix.referenceSerial);
-        *id = matrix.id;
-        return EMERR_OK;
-      }
-    }
-    return EMERR_NO_MORE_DATA;
+    const std::vector<const CorrelationMatrix*> list =
+        call.world().correlationMatricesFor(productText(product), panelRevision);
+    if (index >= list.size()) return EMERR_NO_MORE_DATA;
+    const CorrelationMatrix& matrix = *list[index];
+    *referenceDeviceID = matrix.referenceDeviceID;
+    copyText(referenceSerial, MD_REFERENCE_SERIAL_SIZE, matrix.referenceSerial);
+    *id = matrix.id;
+    return EMERR_OK;
   });
 }
 
@@ -258,7 +252,7 @@ EmError MDGetCorrelationMatrixDate(int64_t id, MDDate* date) {
 }
 
 EmError MDGetLatestCorrelationMatrixID(const char* product, uint16_t panelRevision, int64_t* id) {
-  Call call("MDGetLatestCorrelationMatrixID", {text(product), form::integer(panelRevision)});
+  Call call("MDGetLatestCorrelationMatrixID", {form::text(product), form::integer(panelRevision)});
   return call.status([&]() -> EmError {
     if (!product) return EMERR_INVALID_ARGUMENT;
     if (!id) return EMERR_INVALID_BUFFER;
@@ -268,9 +262,9 @@ EmError MDGetLatestCorrelationMatrixID(const char* product, uint16_t panelRevisi
       return std::make_tuple(m.date.year, m.date.month, m.date.day, m.date.hour, m.date.minute,
                              m.id);
     };
-    for (const CorrelationMatrix& matrix : call.world().correlationMatrices) {
-      if (matrix.product != productText(product) || matrix.panelRevision != panelRevision) continue;
-      if (!latest || key(matrix) > key(*latest)) latest = &matrix;
+    for (const CorrelationMatrix* matrix :
+         call.world().correlationMatricesFor(productText(product), panelRevision)) {
+      if (!latest || key(*matrix) > key(*latest)) latest = matrix;
     }
     if (!latest) return EMERR_NO_MORE_DATA;
     *id = latest->id;

@@ -31,11 +31,7 @@ cairnjson::Value address(const char* prefix, const void* pointer) {
 
 }  // namespace
 
-cairnjson::Value integer(long long value) {
-  cairnjson::Value json;
-  json.setInteger(value);
-  return json;
-}
+cairnjson::Value integer(long long value) { return cairnjson::Value::makeInteger(value); }
 
 cairnjson::Value unsignedInteger(uint64_t value) {
   if (value > static_cast<uint64_t>(std::numeric_limits<long long>::max())) {
@@ -46,11 +42,7 @@ cairnjson::Value unsignedInteger(uint64_t value) {
 
 cairnjson::Value real(double value) { return records::number(value); }
 
-cairnjson::Value boolean(bool value) {
-  cairnjson::Value json;
-  json.setBool(value);
-  return json;
-}
+cairnjson::Value boolean(bool value) { return cairnjson::Value::makeBool(value); }
 
 cairnjson::Value text(const char* text) {
   return text ? cairnjson::Value::makeString(text) : cairnjson::Value();

@@ -32,6 +32,7 @@ class Journal {
   std::deque<cairnjson::Value> entries_;
 };
 
+// The forms of call arguments; the world dump writes its unsigned counts and ids the same way.
 namespace form {
 
 cairnjson::Value integer(long long value);

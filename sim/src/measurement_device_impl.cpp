@@ -13,15 +13,12 @@
 namespace quilbysim::impl {
 namespace {
 
-cairnjson::Value truth(int value) { return form::integer(value); }
-cairnjson::Value text(const char* value) { return form::text(value); }
-
 // Sensor queries that answer a truth value: 0 for a handle that is not open.
 template <class Query>
 int ask(const char* function, MDHandle handle, Query query) {
   Call call(function, {form::sensorHandle(handle)});
   Sensor* sensor = call.sensor(handle);
-  return call.value(0, truth, [&]() -> int { return sensor && query(*sensor) ? 1 : 0; });
+  return call.value(0, form::integer, [&]() -> int { return sensor && query(*sensor) ? 1 : 0; });
 }
 
 // The common frame of the EmError functions on a sensor handle: a handle that is not open
@@ -30,10 +27,6 @@ template <class Body>
 EmError onSensor(Call& call, MDHandle handle, Body body) {
   Sensor* sensor = call.sensor(handle);
   return call.status([&]() -> EmError { return sensor ? body(*sensor) : EMERR_INVALID_ARGUMENT; });
-}
-
-bool finite(const double* values, std::size_t count) {
-  return std::all_of(values, values + count, [](double value) { return std::isfinite(value); });
 }
 
 // Opens `sensor` through `call`: stores the handle and journals it.
@@ -61,7 +54,7 @@ std::vector<const CorrelationRecord*> correctionsFor(World& world, const Sensor&
 // ---- Start-up and the measurement subprocess ----------------------------------------------------
 
 EmError MDInitDeviceLibrariesDirectoryPath(const char* directory) {
-  Call call("MDInitDeviceLibrariesDirectoryPath", {text(directory)});
+  Call call("MDInitDeviceLibrariesDirectoryPath", {form::text(directory)});
   return call.status([&]() -> EmError {
     if (!directory || !*directory) return EMERR_INVALID_ARGUMENT;
     std::error_code error;
@@ -72,7 +65,7 @@ EmError MDInitDeviceLibrariesDirectoryPath(const char* directory) {
 }
 
 EmError MDLaunchSubprocess(const char* executablePath, const char* applicationName) {
-  Call call("MDLaunchSubprocess", {text(executablePath), text(applicationName)});
+  Call call("MDLaunchSubprocess", {form::text(executablePath), form::text(applicationName)});
   return call.status([&]() -> EmError {
     if (!executablePath || !*executablePath || !applicationName) return EMERR_INVALID_ARGUMENT;
     Subprocess& subprocess = call.world().subprocess;
@@ -96,7 +89,7 @@ EmError MDQuitSubprocess(void) {
 
 int MDSupportsSubprocess(const MDDeviceID* ids, uint32_t count) {
   Call call("MDSupportsSubprocess", {form::deviceIDs(ids, count), form::integer(count)});
-  return call.value(0, truth, [&]() -> int {
+  return call.value(0, form::integer, [&]() -> int {
     if (!ids) return 0;
     const std::vector<MDDeviceID>& needing = call.world().subprocess.deviceIDs;
     for (uint32_t i = 0; i < count; ++i) {
@@ -128,7 +121,7 @@ EmError MDEnumConnectedDevices(uint32_t index, MDDeviceID* deviceID, uint64_t* i
 
 const char* MDGetNameFromDeviceID(MDDeviceID deviceID) {
   Call call("MDGetNameFromDeviceID", {form::integer(deviceID)});
-  return call.value<const char*>(nullptr, text, [&]() -> const char* {
+  return call.value<const char*>(nullptr, form::text, [&]() -> const char* {
     for (const Sensor& sensor : call.world().sensors) {
       if (sensor.deviceID == deviceID) {
         std::string& kept = call.simulator().nameFromDeviceID();
@@ -228,7 +221,7 @@ MDDeviceID MDGetDeviceID(MDHandle handle) {
 const char* MDGetName(MDHandle handle) {
   Call call("MDGetName", {form::sensorHandle(handle)});
   call.sensor(handle);
-  return call.value<const char*>(nullptr, text, [&]() -> const char* {
+  return call.value<const char*>(nullptr, form::text, [&]() -> const char* {
     const OpenSensor* open = call.simulator().findHandle(handle);
     return open ? open->name.c_str() : nullptr;
   });
@@ -237,7 +230,7 @@ const char* MDGetName(MDHandle handle) {
 const char* MDGetSerialNumber(MDHandle handle) {
   Call call("MDGetSerialNumber", {form::sensorHandle(handle)});
   call.sensor(handle);
-  return call.value<const char*>(nullptr, text, [&]() -> const char* {
+  return call.value<const char*>(nullptr, form::text, [&]() -> const char* {
     const OpenSensor* open = call.simulator().findHandle(handle);
     return open ? open->serial.c_str() : nullptr;
   });
@@ -466,7 +459,7 @@ EmError MDSetCorrection(MDHandle handle, const double matrix[9]) {
   Call call("MDSetCorrection", {form::sensorHandle(handle), form::doubles(matrix, 9)});
   return onSensor(call, handle, [&](Sensor& sensor) -> EmError {
     if (!matrix) return EMERR_INVALID_BUFFER;
-    if (!finite(matrix, 9)) return EMERR_INVALID_DATA;
+    if (!records::allFinite(matrix, 9)) return EMERR_INVALID_DATA;
     Matrix3 correction;
     std::copy(matrix, matrix + 9, correction.begin());
     sensor.state.correction = correction;
@@ -495,7 +488,7 @@ EmError MDSetExCorrection(MDHandle handle, const double matrix[9]) {
   Call call("MDSetExCorrection", {form::sensorHandle(handle), form::doubles(matrix, 9)});
   return onSensor(call, handle, [&](Sensor& sensor) -> EmError {
     if (!matrix) return EMERR_INVALID_BUFFER;
-    if (!finite(matrix, 9)) return EMERR_INVALID_DATA;
+    if (!records::allFinite(matrix, 9)) return EMERR_INVALID_DATA;
     std::copy(matrix, matrix + 9, sensor.state.exCorrection.begin());
     return EMERR_OK;
   });
@@ -506,23 +499,19 @@ EmError MDSetExCorrection(MDHandle handle, const double matrix[9]) {
 EmError MDEnumCorrelationMatrix(MDHandle handle, const char* product, uint16_t panelRevision,
                                 uint32_t index, MDDeviceID* referenceDeviceID,
                                 char referenceSerial[MD_REFERENCE_SERIAL_SIZE], int64_t* id) {
-  Call call("MDEnumCorrelationMatrix", {form::sensorHandle(handle), text(product),
+  Call call("MDEnumCorrelationMatrix", {form::sensorHandle(handle), form::text(product),
                                         form::integer(panelRevision), form::integer(index)});
   return onSensor(call, handle, [&](Sensor&) -> EmError {
     if (!product) return EMERR_INVALID_ARGUMENT;
     if (!referenceDeviceID || !referenceSerial || !id) return EMERR_INVALID_BUFFER;
-    const std::string_view wanted = inputText(product, EMCTRL_PRODUCT_SIZE);
-    uint32_t position = 0;
-    for (const CorrelationMatrix& matrix : call.world().correlationMatrices) {
-      if (matrix.product != wanted || matrix.panelRevision != panelRevision) continue;
-      if (position++ == index) {
-        *referenceDeviceID = matrix.referenceDeviceID;
-        copyText(referenceSerial, MD_REFERENCE_SERIAL_SIZE, matrix.referenceSerial);
-        *id = matrix.id;
-        return EMERR_OK;
-      }
-    }
-    return EMERR_NO_MORE_DATA;
+    const std::vector<const CorrelationMatrix*> list =
+        call.world().correlationMatricesFor(inputText(product, EMCTRL_PRODUCT_SIZE), panelRevision);
+    if (index >= list.size()) return EMERR_NO_MORE_DATA;
+    const CorrelationMatrix& matrix = *list[index];
+    *referenceDeviceID = matrix.referenceDeviceID;
+    copyText(referenceSerial, MD_REFERENCE_SERIAL_SIZE, matrix.referenceSerial);
+    *id = matrix.id;
+    return EMERR_OK;
   });
 }
 
@@ -576,7 +565,7 @@ EmError MDGetParameterDescription(MDHandle handle,
 }
 
 EmError MDSetParameterDescription(MDHandle handle, const char* description) {
-  Call call("MDSetParameterDescription", {form::sensorHandle(handle), text(description)});
+  Call call("MDSetParameterDescription", {form::sensorHandle(handle), form::text(description)});
   return onSensor(call, handle, [&](Sensor& sensor) -> EmError {
     if (!description) return EMERR_INVALID_ARGUMENT;
     if (std::strlen(description) > kParameterDescriptionMax) return EMERR_INVALID_DATA_SIZE;

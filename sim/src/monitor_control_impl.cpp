@@ -5,8 +5,6 @@
 namespace quilbysim::impl {
 namespace {
 
-cairnjson::Value text(const char* value) { return form::text(value); }
-
 // The frame of the EmError functions that name a monitor by serial and product.
 template <class Body>
 EmError onMonitor(Call& call, const char* serial, const char* product, Body body) {
@@ -33,7 +31,7 @@ EmError EmCtrlGetSerialProduct(uint32_t index, char serial[EMCTRL_SERIAL_SIZE],
 }
 
 EmError EmCtrlGetHIDHandle(const char* serial, const char* product, void** hid) {
-  Call call("EmCtrlGetHIDHandle", {text(serial), text(product)});
+  Call call("EmCtrlGetHIDHandle", {form::text(serial), form::text(product)});
   return onMonitor(call, serial, product, [&](Monitor& monitor) -> EmError {
     if (!hid) return EMERR_INVALID_BUFFER;
     // Known to the library, but without a USB link there is no HID handle to give.
@@ -44,14 +42,14 @@ EmError EmCtrlGetHIDHandle(const char* serial, const char* product, void** hid) 
 }
 
 uint16_t EmCtrlGetPanelRevision(const char* serial, const char* product) {
-  Call call("EmCtrlGetPanelRevision", {text(serial), text(product)});
+  Call call("EmCtrlGetPanelRevision", {form::text(serial), form::text(product)});
   const Monitor* monitor = call.monitorByName(serial, product);
   return call.value<uint16_t>(0, form::integer,
                               [&] { return monitor ? monitor->panelRevision : uint16_t{0}; });
 }
 
 EmError EmCtrlLockMonitor(const char* serial, const char* product) {
-  Call call("EmCtrlLockMonitor", {text(serial), text(product)});
+  Call call("EmCtrlLockMonitor", {form::text(serial), form::text(product)});
   return onMonitor(call, serial, product, [&](Monitor& monitor) -> EmError {
     // Entering a section already held, by anyone, is refused: the section does not nest.
     if (monitor.criticalSection != Owner::None) return EMERR_MONITOR_CRITICAL_SECTION_IS_OWNED;
@@ -61,7 +59,7 @@ EmError EmCtrlLockMonitor(const char* serial, const char* product) {
 }
 
 EmError EmCtrlUnlockMonitor(const char* serial, const char* product) {
-  Call call("EmCtrlUnlockMonitor", {text(serial), text(product)});
+  Call call("EmCtrlUnlockMonitor", {form::text(serial), form::text(product)});
   return onMonitor(call, serial, product, [&](Monitor& monitor) -> EmError {
     switch (monitor.criticalSection) {
       case Owner::Process:
@@ -77,13 +75,13 @@ EmError EmCtrlUnlockMonitor(const char* serial, const char* product) {
 }
 
 int EmCtrlSupportedDUEPriority(const char* serial, const char* product) {
-  Call call("EmCtrlSupportedDUEPriority", {text(serial), text(product)});
+  Call call("EmCtrlSupportedDUEPriority", {form::text(serial), form::text(product)});
   const Monitor* monitor = call.monitorByName(serial, product);
   return call.value(0, form::integer, [&] { return monitor && monitor->duePriority ? 1 : 0; });
 }
 
 EmError EmCtrlGetDUEPriority(const char* serial, const char* product, EmCtrlDUEPriority* priority) {
-  Call call("EmCtrlGetDUEPriority", {text(serial), text(product)});
+  Call call("EmCtrlGetDUEPriority", {form::text(serial), form::text(product)});
   return onMonitor(call, serial, product, [&](Monitor& monitor) -> EmError {
     if (!priority) return EMERR_INVALID_BUFFER;
     if (!monitor.duePriority) return EMERR_UNSUPPORTED;

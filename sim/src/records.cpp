@@ -1,5 +1,6 @@
 #include "records.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -393,6 +394,10 @@ bool finite(const void* record, const Layout& layout) {
     }
   }
   return true;
+}
+
+bool allFinite(const double* values, std::size_t count) {
+  return std::all_of(values, values + count, [](double value) { return std::isfinite(value); });
 }
 
 cairnjson::Value write(const void* record, const Layout& layout) {

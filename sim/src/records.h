@@ -70,6 +70,8 @@ cairnjson::Value number(double value);
 // Whether every floating member of the record at `record` is a finite number. The simulated
 // libraries refuse to store records that are not, so that the world always dumps and loads.
 bool finite(const void* record, const Layout& layout);
+// The same for a plain array of `count` doubles, such as a matrix handed in by a caller.
+bool allFinite(const double* values, std::size_t count);
 
 // The record at `record` as JSON, zero members left out (an all-zero record gives {}); non-finite
 // members as number() writes them.

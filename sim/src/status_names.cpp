@@ -7,11 +7,6 @@
 namespace quilbysim {
 namespace {
 
-struct NamedStatus {
-  const char* name;
-  EmError status;
-};
-
 constexpr NamedStatus kStatuses[] = {
     {"EMERR_OK", EMERR_OK},
     {"EMERR_EXISTS_MORE_DATA", EMERR_EXISTS_MORE_DATA},
@@ -67,6 +62,10 @@ constexpr const char* kFunctions[] = {QUILBY_SIM_ALL_DEVICE_FUNCTIONS(QUILBY_SIM
 #undef QUILBY_SIM_FUNCTION_NAME
 
 }  // namespace
+
+std::span<const NamedStatus> namedStatuses() { return kStatuses; }
+
+std::span<const char* const> deviceFunctions() { return kFunctions; }
 
 const char* statusName(EmError status) {
   for (const NamedStatus& entry : kStatuses) {

@@ -33,6 +33,10 @@ Monitor* World::findMonitorBySerial(std::string_view serial) {
   return nullptr;
 }
 
+const Monitor* World::findMonitorBySerial(std::string_view serial) const {
+  return const_cast<World*>(this)->findMonitorBySerial(serial);
+}
+
 Monitor* World::findMonitorByHid(const void* hid) {
   if (!hid) return nullptr;
   for (Monitor& monitor : monitors) {
@@ -61,11 +65,28 @@ CorrelationRecord* World::findCorrelation(int64_t id) {
   return nullptr;
 }
 
+const CorrelationRecord* World::findCorrelation(int64_t id) const {
+  return const_cast<World*>(this)->findCorrelation(id);
+}
+
 CorrelationMatrix* World::findCorrelationMatrix(int64_t id) {
   for (CorrelationMatrix& matrix : correlationMatrices) {
     if (matrix.id == id) return &matrix;
   }
   return nullptr;
+}
+
+const CorrelationMatrix* World::findCorrelationMatrix(int64_t id) const {
+  return const_cast<World*>(this)->findCorrelationMatrix(id);
+}
+
+std::vector<const CorrelationMatrix*> World::correlationMatricesFor(std::string_view product,
+                                                                    uint16_t panelRevision) const {
+  std::vector<const CorrelationMatrix*> list;
+  for (const CorrelationMatrix& matrix : correlationMatrices) {
+    if (matrix.product == product && matrix.panelRevision == panelRevision) list.push_back(&matrix);
+  }
+  return list;
 }
 
 bool World::usbDevicePresent(std::string_view name) const {

@@ -242,13 +242,20 @@ struct World {
 
   Monitor* findMonitor(std::string_view serial, std::string_view product);
   Monitor* findMonitorBySerial(std::string_view serial);
+  const Monitor* findMonitorBySerial(std::string_view serial) const;
   Monitor* findMonitorByHid(const void* hid);
   // The sensor built into `monitor`, or nullptr.
   Sensor* builtInSensor(const Monitor& monitor);
   // The monitor a sensor is built into or looks at, or nullptr.
   Monitor* monitorOf(const Sensor& sensor);
   CorrelationRecord* findCorrelation(int64_t id);
+  const CorrelationRecord* findCorrelation(int64_t id) const;
   CorrelationMatrix* findCorrelationMatrix(int64_t id);
+  const CorrelationMatrix* findCorrelationMatrix(int64_t id) const;
+  // The correlation matrices stored for `product` and `panelRevision`, in the order they were
+  // stored. Callers cut `product` to their own buffer size first.
+  std::vector<const CorrelationMatrix*> correlationMatricesFor(std::string_view product,
+                                                               uint16_t panelRevision) const;
   bool usbDevicePresent(std::string_view name) const;
 };
 

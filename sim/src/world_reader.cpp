@@ -586,8 +586,11 @@ Failure readFailure(const Node& node) {
 // ---- References between the parts --------------------------------------------------------------
 
 void checkReferences(const Node& root, const World& world) {
+  // The lists were read already; one the text leaves out left the world's list empty.
+  const std::vector<Node> monitorNodes =
+      root.has("monitors") ? root["monitors"].elements() : std::vector<Node>();
   for (std::size_t i = 0; i < world.monitors.size(); ++i) {
-    const Node monitor = root["monitors"].elements()[i];
+    const Node& monitor = monitorNodes[i];
     for (std::size_t j = 0; j < i; ++j) {
       if (world.monitors[j].serial == world.monitors[i].serial) {
         monitor["serial"].fail("same as monitors[" + std::to_string(j) + "].serial");
@@ -597,9 +600,11 @@ void checkReferences(const Node& root, const World& world) {
       }
     }
   }
+  const std::vector<Node> sensorNodes =
+      root.has("sensors") ? root["sensors"].elements() : std::vector<Node>();
   for (std::size_t i = 0; i < world.sensors.size(); ++i) {
     const Sensor& sensor = world.sensors[i];
-    const Node node = root["sensors"].elements()[i];
+    const Node& node = sensorNodes[i];
     for (std::size_t j = 0; j < i; ++j) {
       const std::string other = "sensors[" + std::to_string(j) + "]";
       if (world.sensors[j].deviceID == sensor.deviceID) {
@@ -610,10 +615,7 @@ void checkReferences(const Node& root, const World& world) {
       }
     }
     if (!sensor.monitor.empty()) {
-      const Monitor* monitor = nullptr;
-      for (const Monitor& candidate : world.monitors) {
-        if (candidate.serial == sensor.monitor) monitor = &candidate;
-      }
+      const Monitor* monitor = world.findMonitorBySerial(sensor.monitor);
       if (!monitor) node["monitor"].fail("no monitor with serial " + quoted(sensor.monitor));
       if (sensor.connection == Connection::BuiltIn) {
         if (monitor->hid == 0) {
@@ -631,19 +633,11 @@ void checkReferences(const Node& root, const World& world) {
       node["usbDevice"].fail("not among usbDevices");
     }
     const SensorState& state = sensor.state;
-    if (state.appliedCorrelation) {
-      bool found = false;
-      for (const CorrelationRecord& record : world.correlations) {
-        found = found || record.id == *state.appliedCorrelation;
-      }
-      if (!found) node["state"]["appliedCorrelation"].fail("no correlation has this id");
+    if (state.appliedCorrelation && !world.findCorrelation(*state.appliedCorrelation)) {
+      node["state"]["appliedCorrelation"].fail("no correlation has this id");
     }
-    if (state.appliedMatrix) {
-      bool found = false;
-      for (const CorrelationMatrix& matrix : world.correlationMatrices) {
-        found = found || matrix.id == *state.appliedMatrix;
-      }
-      if (!found) node["state"]["appliedMatrix"].fail("no correlation matrix has this id");
+    if (state.appliedMatrix && !world.findCorrelationMatrix(*state.appliedMatrix)) {
+      node["state"]["appliedMatrix"].fail("no correlation matrix has this id");
     }
   }
   for (std::size_t i = 0; i < world.correlations.size(); ++i) {

@@ -1,48 +1,28 @@
 #include "world_writer.h"
 
+#include "journal.h"
 #include "records.h"
 #include "status_names.h"
-
-#include <cinttypes>
-#include <cstdio>
 
 namespace quilbysim {
 namespace {
 
 using cairnjson::Value;
-
-Value integer(long long number) {
-  Value json;
-  json.setInteger(number);
-  return json;
-}
-
-Value unsignedInteger(uint64_t number) { return integer(static_cast<long long>(number)); }
-
-Value real(double number) {
-  Value json;
-  json.setDouble(number);
-  return json;
-}
-
-Value boolean(bool flag) {
-  Value json;
-  json.setBool(flag);
-  return json;
-}
+// World counts never leave the signed 64-bit range (the reader caps them), so they stay integers.
+using form::unsignedInteger;
 
 Value text(const std::string& text) { return Value::makeString(text); }
 
 Value chromaticity(const Chromaticity& c) {
   Value json;
-  json["x"] = real(c.x);
-  json["y"] = real(c.y);
+  json["x"] = Value::makeDouble(c.x);
+  json["y"] = Value::makeDouble(c.y);
   return json;
 }
 
 Value vec3(const Vec3& values) {
   Value json(cairnjson::Type::Array);
-  for (double value : values) json.push_back(real(value));
+  for (double value : values) json.push_back(Value::makeDouble(value));
   return json;
 }
 
@@ -64,14 +44,14 @@ Value display(const Display& display) {
   json["green"] = chromaticity(display.green);
   json["blue"] = chromaticity(display.blue);
   json["white"] = chromaticity(display.white);
-  json["luminance"] = real(display.luminance);
-  json["gamma"] = display.srgbCurve ? text("sRGB") : real(display.gamma);
+  json["luminance"] = Value::makeDouble(display.luminance);
+  json["gamma"] = display.srgbCurve ? text("sRGB") : Value::makeDouble(display.gamma);
   return json;
 }
 
 Value dataSet(const DataSet& set, bool supports8x3) {
   Value json;
-  json["index"] = integer(set.index);
+  json["index"] = Value::makeInteger(set.index);
   json["matrix"] = rows(set.matrix.data(), supports8x3 ? 8 : 3);
   const std::pair<const char*, Value> recordsOfSet[] = {
       {"criterionSensor",
@@ -97,20 +77,21 @@ Value monitor(const Monitor& monitor) {
   json["serial"] = text(monitor.serial);
   json["product"] = text(monitor.product);
   json["hidHandle"] = monitor.hid == 0 ? Value() : unsignedInteger(monitor.hid);
-  json["panelRevision"] = integer(monitor.panelRevision);
-  json["duePriority"] = monitor.duePriority ? integer(*monitor.duePriority) : Value();
+  json["panelRevision"] = Value::makeInteger(monitor.panelRevision);
+  json["duePriority"] = monitor.duePriority ? Value::makeInteger(*monitor.duePriority) : Value();
   if (monitor.presence.supported) {
     Value& presence = json["presenceDetection"];
-    presence["on"] = boolean(monitor.presence.on);
-    presence["mode"] = integer(monitor.presence.mode);
-    presence["modes"] = integer(monitor.presence.modes);
+    presence["on"] = Value::makeBool(monitor.presence.on);
+    presence["mode"] = Value::makeInteger(monitor.presence.mode);
+    presence["modes"] = Value::makeInteger(monitor.presence.modes);
   } else {
     json["presenceDetection"] = Value();
   }
-  json["supports8x3"] = boolean(monitor.supports8x3);
-  json["supportsLuminanceLevelCorrection"] = boolean(monitor.supportsLuminanceLevelCorrection);
-  json["dataIndexByFlags"] = boolean(monitor.dataIndexByFlags);
-  json["dataIndex"] = integer(monitor.dataIndex);
+  json["supports8x3"] = Value::makeBool(monitor.supports8x3);
+  json["supportsLuminanceLevelCorrection"] =
+      Value::makeBool(monitor.supportsLuminanceLevelCorrection);
+  json["dataIndexByFlags"] = Value::makeBool(monitor.dataIndexByFlags);
+  json["dataIndex"] = Value::makeInteger(monitor.dataIndex);
   Value& sets = json["dataSets"];
   sets.setType(cairnjson::Type::Array);
   for (const DataSet& set : monitor.dataSets) sets.push_back(dataSet(set, monitor.supports8x3));
@@ -122,13 +103,13 @@ Value monitor(const Monitor& monitor) {
 
 Value capabilities(const Capabilities& capabilities) {
   Value json;
-  json["ambient"] = boolean(capabilities.ambient);
-  json["reflectance"] = boolean(capabilities.reflectance);
-  json["arm"] = boolean(capabilities.arm);
-  json["multiplePositions"] = boolean(capabilities.multiplePositions);
-  json["targetMarker"] = boolean(capabilities.targetMarker);
-  json["exteriorLight"] = boolean(capabilities.exteriorLight);
-  json["needsCalibration"] = boolean(capabilities.needsCalibration);
+  json["ambient"] = Value::makeBool(capabilities.ambient);
+  json["reflectance"] = Value::makeBool(capabilities.reflectance);
+  json["arm"] = Value::makeBool(capabilities.arm);
+  json["multiplePositions"] = Value::makeBool(capabilities.multiplePositions);
+  json["targetMarker"] = Value::makeBool(capabilities.targetMarker);
+  json["exteriorLight"] = Value::makeBool(capabilities.exteriorLight);
+  json["needsCalibration"] = Value::makeBool(capabilities.needsCalibration);
   if (capabilities.spectrum) {
     Value& spectrum = json["spectrum"];
     spectrum["min"] = unsignedInteger(capabilities.spectrum->min);
@@ -147,43 +128,37 @@ Value optionalMatrix(const std::optional<Matrix3>& matrix) {
 
 Value state(const SensorState& state) {
   Value json;
-  json["mode"] = integer(state.mode);
-  json["observer"] = integer(state.observer);
-  json["calibrated"] = boolean(state.calibrated);
-  json["armOut"] = boolean(state.armOut);
-  json["position"] = integer(state.position);
-  json["targetMarker"] = boolean(state.targetMarker);
-  json["exteriorLight"] = boolean(state.exteriorLight);
-  json["brightCorrectParamUpdate"] = boolean(state.brightCorrectParamUpdate);
+  json["mode"] = Value::makeInteger(state.mode);
+  json["observer"] = Value::makeInteger(state.observer);
+  json["calibrated"] = Value::makeBool(state.calibrated);
+  json["armOut"] = Value::makeBool(state.armOut);
+  json["position"] = Value::makeInteger(state.position);
+  json["targetMarker"] = Value::makeBool(state.targetMarker);
+  json["exteriorLight"] = Value::makeBool(state.exteriorLight);
+  json["brightCorrectParamUpdate"] = Value::makeBool(state.brightCorrectParamUpdate);
   json["correction"] = optionalMatrix(state.correction);
   json["exCorrection"] = matrix3(state.exCorrection);
   json["ninePointCorrection"] = optionalMatrix(state.ninePointCorrection);
   json["appliedCorrelation"] =
-      state.appliedCorrelation ? integer(*state.appliedCorrelation) : Value();
+      state.appliedCorrelation ? Value::makeInteger(*state.appliedCorrelation) : Value();
   if (state.targetWhite) {
     Value& white = json["targetWhite"];
-    white["x"] = real(state.targetWhite->x);
-    white["y"] = real(state.targetWhite->y);
-    white["Y"] = real(state.targetWhite->luminance);
+    white["x"] = Value::makeDouble(state.targetWhite->x);
+    white["y"] = Value::makeDouble(state.targetWhite->y);
+    white["Y"] = Value::makeDouble(state.targetWhite->luminance);
   } else {
     json["targetWhite"] = Value();
   }
-  json["appliedMatrix"] = state.appliedMatrix ? integer(*state.appliedMatrix) : Value();
+  json["appliedMatrix"] = state.appliedMatrix ? Value::makeInteger(*state.appliedMatrix) : Value();
   json["measurements"] = unsignedInteger(state.measurements);
   json["temperatureCorrections"] = unsignedInteger(state.temperatureCorrections);
   return json;
 }
 
-Value individualID(uint64_t id) {
-  char digits[20];
-  std::snprintf(digits, sizeof digits, "%016" PRIx64, id);
-  return Value::makeString(digits);
-}
-
 Value sensor(const Sensor& sensor) {
   Value json;
-  json["deviceID"] = integer(sensor.deviceID);
-  json["individualID"] = individualID(sensor.individualID);
+  json["deviceID"] = Value::makeInteger(sensor.deviceID);
+  json["individualID"] = form::individualID(sensor.individualID);
   json["name"] = text(sensor.name);
   json["serial"] = text(sensor.serial);
   static constexpr const char* kConnections[] = {"usb", "serial", "builtIn"};
@@ -192,11 +167,11 @@ Value sensor(const Sensor& sensor) {
   json["monitor"] = sensor.monitor.empty() ? Value() : text(sensor.monitor);
   json["capabilities"] = capabilities(sensor.capabilities);
   json["response"] = matrix3(sensor.response);
-  json["countsPerUnit"] = real(sensor.countsPerUnit);
+  json["countsPerUnit"] = Value::makeDouble(sensor.countsPerUnit);
   Value& options = json["deviceOptions"];
   options.setType(cairnjson::Type::Object);
   for (const auto& [option, value] : sensor.deviceOptions) {
-    options[std::to_string(option)] = integer(value);
+    options[std::to_string(option)] = Value::makeInteger(value);
   }
   json["parameterDescription"] = text(sensor.parameterDescription);
   json["state"] = state(sensor.state);
@@ -205,14 +180,14 @@ Value sensor(const Sensor& sensor) {
 
 Value reference(MDDeviceID deviceID, const std::string& serial) {
   Value json;
-  json["deviceID"] = integer(deviceID);
+  json["deviceID"] = Value::makeInteger(deviceID);
   json["serial"] = text(serial);
   return json;
 }
 
 Value correlation(const CorrelationRecord& record) {
   Value json;
-  json["id"] = integer(record.id);
+  json["id"] = Value::makeInteger(record.id);
   json["monitor"]["serial"] = text(record.monitorSerial);
   json["monitor"]["product"] = text(record.monitorProduct);
   json["reference"] = reference(record.referenceDeviceID, record.referenceSerial);
@@ -229,9 +204,9 @@ Value correlation(const CorrelationRecord& record) {
 
 Value correlationMatrix(const CorrelationMatrix& matrix) {
   Value json;
-  json["id"] = integer(matrix.id);
+  json["id"] = Value::makeInteger(matrix.id);
   json["product"] = text(matrix.product);
-  json["panelRevision"] = integer(matrix.panelRevision);
+  json["panelRevision"] = Value::makeInteger(matrix.panelRevision);
   json["reference"] = reference(matrix.referenceDeviceID, matrix.referenceSerial);
   json["date"] = date(matrix.date);
   json["matrix"] = rows(matrix.matrix.data(), matrix.rows);
@@ -242,9 +217,9 @@ Value failure(const Failure& failure) {
   Value json;
   json["function"] = text(failure.function);
   const char* name = statusName(failure.status);
-  json["status"] = name ? text(name) : integer(failure.status);
-  json["count"] = integer(failure.count);
-  json["skip"] = integer(failure.skip);
+  json["status"] = name ? text(name) : Value::makeInteger(failure.status);
+  json["count"] = Value::makeInteger(failure.count);
+  json["skip"] = Value::makeInteger(failure.skip);
   return json;
 }
 
@@ -272,14 +247,14 @@ Value ownerForm(Owner owner) {
 Value writeWorld(const World& world) {
   Value json;
   json["noise"]["seed"] = unsignedInteger(world.noise.seed);
-  json["noise"]["amplitude"] = real(world.noise.amplitude);
+  json["noise"]["amplitude"] = Value::makeDouble(world.noise.amplitude);
   json["clock"] = world.clock ? date(*world.clock) : Value();
   Value& environment = json["environment"];
   environment["ambient"] = chromaticity(world.environment.ambient);
-  environment["illuminance"] = real(world.environment.illuminance);
-  environment["sample"]["X"] = real(world.environment.sample[0]);
-  environment["sample"]["Y"] = real(world.environment.sample[1]);
-  environment["sample"]["Z"] = real(world.environment.sample[2]);
+  environment["illuminance"] = Value::makeDouble(world.environment.illuminance);
+  environment["sample"]["X"] = Value::makeDouble(world.environment.sample[0]);
+  environment["sample"]["Y"] = Value::makeDouble(world.environment.sample[1]);
+  environment["sample"]["Z"] = Value::makeDouble(world.environment.sample[2]);
   json["monitors"] = list(world.monitors, monitor);
   json["sensors"] = list(world.sensors, sensor);
   json["usbDevices"] = list(world.usbDevices, text);
@@ -287,8 +262,8 @@ Value writeWorld(const World& world) {
   json["correlationMatrices"] = list(world.correlationMatrices, correlationMatrix);
   Value& subprocess = json["subprocess"];
   subprocess["deviceIDs"] =
-      list(world.subprocess.deviceIDs, [](MDDeviceID id) { return integer(id); });
-  subprocess["running"] = boolean(world.subprocess.running);
+      list(world.subprocess.deviceIDs, [](MDDeviceID id) { return Value::makeInteger(id); });
+  subprocess["running"] = Value::makeBool(world.subprocess.running);
   subprocess["executablePath"] = text(world.subprocess.executablePath);
   subprocess["applicationName"] = text(world.subprocess.applicationName);
   json["libraryDirectory"] = text(world.libraryDirectory);

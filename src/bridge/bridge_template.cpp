@@ -111,9 +111,7 @@ bool BridgeEnvelopeText(const BridgeResult& result, std::string& text) {
   }
   envelope["value"] = result.value;
   text.clear();
-  auto out = std::back_inserter(text);
-  return cairnjson::Serializer::serialize(out, envelope, cairnjson::Serializer::Attributes{}, -1,
-                                          nullptr);
+  return cairnjson::Serializer::compact(envelope, text);
 }
 
 int BridgeTemplate::operator()(const char* request, const char* parameters, const char* query,

@@ -2,6 +2,7 @@
 
 #include "calibration/date_json.h"
 #include "util/date_time.h"
+#include "util/fixed_buffer_text.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -157,16 +158,10 @@ void visitMembers(MDIFSv3CorrelationData& record, Visit& visit) {
   visit("toneCorrection", record.toneCorrection);
 }
 
-cairnjson::Value floating(double number) {
-  cairnjson::Value value;
-  value.setDouble(number);
-  return value;
-}
-
 template <std::size_t Count>
 cairnjson::Value numbers(const double (&values)[Count]) {
   cairnjson::Value array(cairnjson::Type::Array);
-  for (const double number : values) array.push_back(floating(number));
+  for (const double number : values) array.push_back(cairnjson::Value::makeDouble(number));
   return array;
 }
 
@@ -175,7 +170,9 @@ class Writer {
  public:
   explicit Writer(cairnjson::Value& json) : json_(json) {}
 
-  void operator()(const char* key, double& member) { json_[key] = floating(member); }
+  void operator()(const char* key, double& member) {
+    json_[key] = cairnjson::Value::makeDouble(member);
+  }
   void operator()(const char* key, std::int32_t& member) { json_[key].setInteger(member); }
   template <std::size_t Count>
   void operator()(const char* key, double (&member)[Count]) {
@@ -348,6 +345,14 @@ MDDate MDDateFromJson(const cairnjson::Value& json) {
   record.hour = static_cast<std::uint8_t>(date.hour);
   record.minute = static_cast<std::uint8_t>(date.minute);
   return record;
+}
+
+cairnjson::Value ReferenceSensorToJson(long long deviceID, const char* serial,
+                                       std::size_t serialSize) {
+  cairnjson::Value reference(cairnjson::Type::Object);
+  reference["deviceID"] = cairnjson::Value::makeInteger(deviceID);
+  reference["serial"].setString(string::fromFixedBuffer(serial, serialSize));
+  return reference;
 }
 
 }  // namespace vesk

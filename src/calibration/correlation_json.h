@@ -37,6 +37,8 @@
 #include "json/value.h"
 #include "quilby/device_types.h"
 
+#include <cstddef>
+
 namespace vesk {
 
 // {"X", "Y", "Z"}.
@@ -111,6 +113,12 @@ cairnjson::Value ToJson(const MDDate& date);
 // record's width (a year above 65535 or a month above 255 wraps; seconds are dropped). Invalid
 // dates (a month of 13) pass through for the library to judge.
 MDDate MDDateFromJson(const cairnjson::Value& json);
+
+// {"deviceID": integer, "serial"}: the reference sensor a correlation was made against, its serial
+// read from the library's fixed-size buffer of `serialSize` bytes (which it may fill to the last
+// byte).
+cairnjson::Value ReferenceSensorToJson(long long deviceID, const char* serial,
+                                       std::size_t serialSize);
 
 // {"reference": R2XC_RefParam, "referenceTone": R2XC_RefToneParam,
 //  "normalizedMeasurement": R2XC_ValueRGBK, "toneCorrection": R2XC_ToneCorrectionParam}.

@@ -10,6 +10,7 @@
 //   std::string text;
 //   auto out = std::back_inserter(text);
 //   cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
+// or, the same in short: cairnjson::Serializer::compact(value, text).
 #ifndef CAIRNJSON_SERIALIZER_H
 #define CAIRNJSON_SERIALIZER_H
 
@@ -199,6 +200,19 @@ class Serializer {
   // Appends `text` quoted and escaped.
   template <class OutIt>
   static void serialize_string(OutIt& out, const std::string& text);
+
+  // Shorthands for the compact layout: append `value` to `text` (false, with the text written so
+  // far, when a NaN or infinity is met), or return the text of `value` (cut short at such a
+  // number, for callers whose values cannot hold one).
+  static bool compact(const Value& value, std::string& text) {
+    auto out = std::back_inserter(text);
+    return serialize(out, value, Attributes{}, -1, nullptr);
+  }
+  static std::string compact(const Value& value) {
+    std::string text;
+    compact(value, text);
+    return text;
+  }
 
   // Appends `lineBreak`, then `indentUnit` `level` times.
   template <class OutIt>

@@ -109,6 +109,22 @@ class Value {
   static Value makeObject(Members members) {
     return Value(Type::Object, new Container<Members>(std::move(members)));
   }
+  // Builders of a scalar, for expressions such as `answer["code"] = Value::makeInteger(code)`.
+  static Value makeBool(bool value) noexcept {
+    Value scalar;
+    scalar.setBool(value);
+    return scalar;
+  }
+  static Value makeInteger(long long value) noexcept {
+    Value scalar;
+    scalar.setInteger(value);
+    return scalar;
+  }
+  static Value makeDouble(double value) noexcept {
+    Value scalar;
+    scalar.setDouble(value);
+    return scalar;
+  }
 
   // Scalar setters: drop any content and hold the scalar.
   void setBool(bool value) noexcept {

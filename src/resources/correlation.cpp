@@ -3,14 +3,13 @@
 #include "bridge/em_error.h"
 #include "calibration/color_json.h"
 #include "calibration/correlation_json.h"
-#include "calibration/date_json.h"
 #include "device/monitor_lock.h"
 #include "loader/loaders.h"
 #include "quilby/color_sensor.h"
 #include "quilby/measurement_device.h"
 #include "resources/builtin_sensor_data_index.h"
 #include "resources/sensor_lookup.h"
-#include "util/date_time.h"
+#include "util/fixed_buffer_text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,31 +19,6 @@
 namespace vesk::bridge {
 
 namespace {
-
-// The text a library left in a fixed buffer, which it may have filled to the last byte.
-std::string bufferText(const char* buffer, std::size_t size) {
-  return std::string(buffer, strnlen(buffer, size));
-}
-
-cairnjson::Value integer(long long number) {
-  cairnjson::Value value;
-  value.setInteger(number);
-  return value;
-}
-
-cairnjson::Value text(const std::string& characters) {
-  cairnjson::Value value;
-  value.setString(characters);
-  return value;
-}
-
-// The listings carry an unsigned device id, the description a signed one; both keep their value.
-cairnjson::Value referenceSensorJson(long long deviceID, const std::string& serial) {
-  cairnjson::Value reference(cairnjson::Type::Object);
-  reference["deviceID"] = integer(deviceID);
-  reference["serial"] = text(serial);
-  return reference;
-}
 
 // ---- Criterion sensor description ---------------------------------------------------------------
 
@@ -58,23 +32,17 @@ bool isAbsent(const MDCSSG2CriterionSensorDescription& description) {
 
 cairnjson::Value descriptionToJson(const MDCSSG2CriterionSensorDescription& description) {
   if (isAbsent(description)) return cairnjson::Value();
-  const MDDate& stored = description.date;
-  const DateTime date(stored.year, stored.month, stored.day, stored.hour, stored.minute, 0, 0);
   cairnjson::Value json(cairnjson::Type::Object);
-  json["date"] = ToJson(date, true, false, false);
-  json["referenceSensor"] = referenceSensorJson(
-      description.deviceID, bufferText(description.serial, sizeof description.serial));
+  json["date"] = ToJson(description.date);
+  // The description's device id is signed, the listings' unsigned; both keep their value.
+  json["referenceSensor"] =
+      ReferenceSensorToJson(description.deviceID, description.serial, sizeof description.serial);
   return json;
 }
 
 MDCSSG2CriterionSensorDescription descriptionFromJson(const cairnjson::Value& json) {
   MDCSSG2CriterionSensorDescription description{};
-  const DateTime date = DateTimeFromJson(json["date"]);
-  description.date.year = static_cast<std::uint16_t>(date.year);
-  description.date.month = static_cast<std::uint8_t>(date.month);
-  description.date.day = static_cast<std::uint8_t>(date.day);
-  description.date.hour = static_cast<std::uint8_t>(date.hour);
-  description.date.minute = static_cast<std::uint8_t>(date.minute);
+  description.date = MDDateFromJson(json["date"]);
   const cairnjson::Value& reference = json["referenceSensor"];
   description.deviceID = reference["deviceID"].toInt(0);
   const std::string serial = reference["serial"].toString(std::string());
@@ -227,13 +195,13 @@ BridgeResult SensorCorrelation::Get(const BridgeData& data) {
       break;
     }
     cairnjson::Value monitor(cairnjson::Type::Object);
-    monitor["product"] = text(bufferText(monitorProduct, sizeof monitorProduct));
-    monitor["serial"] = text(bufferText(monitorSerial, sizeof monitorSerial));
+    monitor["product"].setString(string::fromFixedBuffer(monitorProduct, sizeof monitorProduct));
+    monitor["serial"].setString(string::fromFixedBuffer(monitorSerial, sizeof monitorSerial));
     cairnjson::Value correction(cairnjson::Type::Object);
     correction["referenceSensor"] =
-        referenceSensorJson(referenceDeviceID, bufferText(referenceSerial, sizeof referenceSerial));
+        ReferenceSensorToJson(referenceDeviceID, referenceSerial, sizeof referenceSerial);
     correction["monitor"] = monitor;
-    correction["id"] = integer(id);
+    correction["id"] = cairnjson::Value::makeInteger(id);
     corrections.push_back(correction);
   }
   return BridgeResultOK(corrections);

@@ -13,10 +13,10 @@
 #include "resources/builtin_sensor_data_index.h"
 #include "resources/correlation.h"
 #include "resources/sensor_lookup.h"
+#include "util/fixed_buffer_text.h"
 
 #include <climits>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -29,16 +29,6 @@ constexpr const char* kMatrixDatabaseWord = "CorrelationMatrix/Database";
 
 // A correction matrix row holds the X, Y and Z terms.
 constexpr std::size_t kColumns = 3;
-
-cairnjson::Value integer(long long number) {
-  cairnjson::Value value;
-  value.setInteger(number);
-  return value;
-}
-
-std::string bufferText(const char* buffer, std::size_t size) {
-  return std::string(buffer, strnlen(buffer, size));
-}
 
 // The built-in sensor's monitor, identified as the monitor-control library names it.
 struct Monitor {
@@ -84,13 +74,11 @@ ReferenceSensor referenceSensorFromBody(const cairnjson::Value& body) {
 
 cairnjson::Value storedEntry(std::int64_t id, const MDDate& date, MDDeviceID referenceDeviceID,
                              const char* referenceSerial) {
-  cairnjson::Value reference(cairnjson::Type::Object);
-  reference["deviceID"] = integer(referenceDeviceID);
-  reference["serial"].setString(bufferText(referenceSerial, MD_REFERENCE_SERIAL_SIZE));
   cairnjson::Value entry(cairnjson::Type::Object);
-  entry["id"] = integer(id);
+  entry["id"] = cairnjson::Value::makeInteger(id);
   entry["date"] = ToJson(date);
-  entry["referenceSensor"] = reference;
+  entry["referenceSensor"] =
+      ReferenceSensorToJson(referenceDeviceID, referenceSerial, MD_REFERENCE_SERIAL_SIZE);
   return entry;
 }
 
@@ -156,10 +144,10 @@ cairnjson::Value listCorrelations(const Monitor& monitor) {
             monitorProduct, monitorSerial, &item.id) != EMERR_OK) {
       break;
     }
-    if (bufferText(monitorSerial, sizeof monitorSerial) ==
-            bufferText(monitor.serial, sizeof monitor.serial) &&
-        bufferText(monitorProduct, sizeof monitorProduct) ==
-            bufferText(monitor.product, sizeof monitor.product)) {
+    if (string::fromFixedBuffer(monitorSerial, sizeof monitorSerial) ==
+            string::fromFixedBuffer(monitor.serial, sizeof monitor.serial) &&
+        string::fromFixedBuffer(monitorProduct, sizeof monitorProduct) ==
+            string::fromFixedBuffer(monitor.product, sizeof monitor.product)) {
       listed.push_back(item);
     }
   }
@@ -187,14 +175,13 @@ cairnjson::Value storedCorrelation(void* hid, std::int64_t id) {
   }
 
   const cairnjson::Value current = sensorRecord(hid, kind);
-  cairnjson::Value matches;
-  matches.setBool(kind == RecordKind::CSSG2 ? MDCSSG2CorrelationDataExEquals(current, stored)
-                                            : MDIFSv3CorrelationDataEquals(current, stored));
+  const bool matches = kind == RecordKind::CSSG2 ? MDCSSG2CorrelationDataExEquals(current, stored)
+                                                : MDIFSv3CorrelationDataEquals(current, stored);
   cairnjson::Value answer(cairnjson::Type::Object);
-  answer["id"] = integer(id);
+  answer["id"] = cairnjson::Value::makeInteger(id);
   answer["kind"] = kindName(kind);
   answer["data"] = stored;
-  answer["matchesSensor"] = matches;
+  answer["matchesSensor"] = cairnjson::Value::makeBool(matches);
   return answer;
 }
 
@@ -261,7 +248,7 @@ BridgeResult SensorCorrelationDatabase::Post(const BridgeData& data) {
                            reference.deviceID, reference.serial.c_str(), &cssg2, &id),
                        "Add CSSG2 correlation data.");
   }
-  return BridgeResultOK(integer(id));
+  return BridgeResultOK(cairnjson::Value::makeInteger(id));
 }
 
 BridgeResult SensorCorrelationMatrixDatabase::Get(const BridgeData& data) {
@@ -310,7 +297,7 @@ BridgeResult SensorCorrelationMatrixDatabase::Post(const BridgeData& data) {
           reference.serial.c_str(), matrix.data(),
           static_cast<std::uint32_t>(matrix.size() / kColumns), &id),
       "Add correlation matrix.");
-  return BridgeResultOK(integer(id));
+  return BridgeResultOK(cairnjson::Value::makeInteger(id));
 }
 
 }  // namespace vesk::bridge

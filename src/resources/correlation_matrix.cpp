@@ -1,6 +1,7 @@
 #include "resources/correlation_matrix.h"
 
 #include "bridge/em_error.h"
+#include "calibration/correlation_json.h"
 #include "device/monitor_lock.h"
 #include "json/serializer.h"
 #include "loader/loaders.h"
@@ -12,8 +13,6 @@
 #include "resources/sensor_lookup.h"
 
 #include <cstdint>
-#include <cstring>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -27,12 +26,6 @@ constexpr std::size_t kColumns = 3;
 constexpr std::size_t kSquareRows = 3;
 constexpr std::size_t kTermRows = 8;
 
-cairnjson::Value integer(long long number) {
-  cairnjson::Value value;
-  value.setInteger(number);
-  return value;
-}
-
 // ---- The built-in sensor's correction matrix ----------------------------------------------------
 
 // Row-major library form to rows of floating numbers.
@@ -41,9 +34,7 @@ cairnjson::Value rowsToJson(const double* matrix, std::size_t rows) {
   for (std::size_t row = 0; row < rows; ++row) {
     cairnjson::Value columns(cairnjson::Type::Array);
     for (std::size_t column = 0; column < kColumns; ++column) {
-      cairnjson::Value number;
-      number.setDouble(matrix[row * kColumns + column]);
-      columns.push_back(number);
+      columns.push_back(cairnjson::Value::makeDouble(matrix[row * kColumns + column]));
     }
     json.push_back(columns);
   }
@@ -91,12 +82,6 @@ void writeMatrix(void* hid, const cairnjson::Value& rows) {
   BridgeCheckEmError(sensor.call<decltype(CSSG2H_SetXYZCorrectionMatrix)>(
                          "CSSG2H_SetXYZCorrectionMatrix", hid, matrix),
                      "Set color sensor correction matrix 3x3.");
-}
-
-// The compact JSON text of `value`; false when it holds a number JSON cannot carry.
-bool serialized(const cairnjson::Value& value, std::string& text) {
-  auto out = std::back_inserter(text);
-  return cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
 }
 
 // What Get and Put of the matrix data share: the built-in sensor's monitor, user set selected.
@@ -148,15 +133,10 @@ BridgeResult SensorCorrelationMatrix::Get(const BridgeData& data) {
                                                         referenceSerial, &id) != EMERR_OK) {
       break;
     }
-    cairnjson::Value reference(cairnjson::Type::Object);
-    reference["deviceID"] = integer(referenceDeviceID);
-    cairnjson::Value serialText;
-    serialText.setString(
-        std::string(referenceSerial, strnlen(referenceSerial, sizeof referenceSerial)));
-    reference["serial"] = serialText;
     cairnjson::Value matrix(cairnjson::Type::Object);
-    matrix["referenceSensor"] = reference;
-    matrix["id"] = integer(id);
+    matrix["referenceSensor"] =
+        ReferenceSensorToJson(referenceDeviceID, referenceSerial, sizeof referenceSerial);
+    matrix["id"] = cairnjson::Value::makeInteger(id);
     matrices.push_back(matrix);
   }
   return BridgeResultOK(matrices);
@@ -192,11 +172,10 @@ BridgeResult SensorCorrelationMatrixData::Get(const BridgeData& data) {
     const cairnjson::Value factoryMatrix = readMatrix(hid);
     std::string user;
     std::string factory;
-    const bool userSerialized = serialized(matrix, user);
-    const bool factorySerialized = serialized(factoryMatrix, factory);
-    cairnjson::Value isFactory;
-    isFactory.setBool(userSerialized && factorySerialized && user == factory);
-    answer["isFactory"] = isFactory;
+    const bool userSerialized = cairnjson::Serializer::compact(matrix, user);
+    const bool factorySerialized = cairnjson::Serializer::compact(factoryMatrix, factory);
+    answer["isFactory"] =
+        cairnjson::Value::makeBool(userSerialized && factorySerialized && user == factory);
   }
   return BridgeResultOK(answer);
 }

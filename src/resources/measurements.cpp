@@ -17,16 +17,10 @@ namespace vesk::bridge {
 
 namespace {
 
-cairnjson::Value floating(double number) {
-  cairnjson::Value value;
-  value.setDouble(number);
-  return value;
-}
-
 // An object of floating members, e.g. {"R": r, "G": g, "B": b}.
 cairnjson::Value floatingMembers(std::initializer_list<std::pair<const char*, double>> members) {
   cairnjson::Value object(cairnjson::Type::Object);
-  for (const auto& [key, number] : members) object[key] = floating(number);
+  for (const auto& [key, number] : members) object[key] = cairnjson::Value::makeDouble(number);
   return object;
 }
 
@@ -56,7 +50,7 @@ BridgeResult SensorRawData::Get(const BridgeData& data) {
                          "MDMeasureRaw", handle, raw),
                      "Measure raw data.");
   cairnjson::Value channels(cairnjson::Type::Array);
-  for (const double channel : raw) channels.push_back(floating(channel));
+  for (const double channel : raw) channels.push_back(cairnjson::Value::makeDouble(channel));
   return BridgeResultOK(answerWith("rawData", channels));
 }
 
@@ -80,7 +74,7 @@ BridgeResult SensorIR::Get(const BridgeData& data) {
   BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_GetIRValue)>(
                          "CSSG2H_GetIRValue", hid, &infrared, &unused),
                      "Get IR value.");
-  return BridgeResultOK(answerWith("IR", floating(infrared)));
+  return BridgeResultOK(answerWith("IR", cairnjson::Value::makeDouble(infrared)));
 }
 
 BridgeResult SensorXYZWithoutCorrelation::Get(const BridgeData& data) {

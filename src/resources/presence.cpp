@@ -10,16 +10,6 @@
 
 namespace vesk::bridge {
 
-namespace {
-
-cairnjson::Value integer(long long number) {
-  cairnjson::Value value;
-  value.setInteger(number);
-  return value;
-}
-
-}  // namespace
-
 BridgeResult SensorAmbraSense::Get(const BridgeData& data) {
   void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "AmbraSense"));
   MonitorLock section(hid);
@@ -28,7 +18,7 @@ BridgeResult SensorAmbraSense::Get(const BridgeData& data) {
   BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_GetHumanDetectOnOff)>(
                          "CSSG2H_GetHumanDetectOnOff", hid, &onOff),
                      "Get human detect on off.");
-  return BridgeResultOK(integer(onOff));
+  return BridgeResultOK(cairnjson::Value::makeInteger(onOff));
 }
 
 BridgeResult SensorAmbraSense::Put(const BridgeData& data) {
@@ -52,7 +42,7 @@ BridgeResult SensorAmbraSenseLevel::Get(const BridgeData& data) {
   BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_GetHumanDetectMode)>(
                          "CSSG2H_GetHumanDetectMode", hid, &mode),
                      "Get human detect mode.");
-  return BridgeResultOK(integer(mode));
+  return BridgeResultOK(cairnjson::Value::makeInteger(mode));
 }
 
 BridgeResult SensorAmbraSenseLevel::Put(const BridgeData& data) {

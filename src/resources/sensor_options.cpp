@@ -4,22 +4,16 @@
 #include "loader/loaders.h"
 #include "quilby/measurement_device.h"
 #include "resources/sensor_lookup.h"
+#include "util/fixed_buffer_text.h"
 
 #include <climits>
 #include <cstdint>
-#include <cstring>
 
 namespace vesk::bridge {
 
 namespace {
 
 BridgeResult nothing() { return BridgeResultOK(cairnjson::Value()); }
-
-BridgeResult boolean(bool flag) {
-  cairnjson::Value value;
-  value.setBool(flag);
-  return BridgeResultOK(value);
-}
 
 // An on/off setting read and written through run-time functions of the measurement library
 // that share one shape: Get(handle, uint32_t*), Set(handle, uint32_t), and optionally
@@ -39,11 +33,12 @@ using SetFunction = decltype(MDSetExteriorLightingState);
 BridgeResult getSwitch(const Switch& setting, const BridgeData& data, MDHandle handle) {
   libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
   if (setting.has && HasQueryKey(data, "supports")) {
-    return boolean(library.call<HasFunction>(setting.has, handle) != 0);
+    return BridgeResultOK(
+        cairnjson::Value::makeBool(library.call<HasFunction>(setting.has, handle) != 0));
   }
   std::uint32_t state = 0;
   BridgeCheckEmError(library.call<GetFunction>(setting.get, handle, &state), setting.getText);
-  return boolean(state != 0);
+  return BridgeResultOK(cairnjson::Value::makeBool(state != 0));
 }
 
 BridgeResult putSwitch(const Switch& setting, const BridgeData& data, MDHandle handle) {
@@ -111,7 +106,7 @@ BridgeResult SensorParameterDescription::Get(const BridgeData& data) {
                          "MDGetParameterDescription", handle, description),
                      "Get parameter description.");
   cairnjson::Value value;
-  value.setString(std::string(description, strnlen(description, sizeof description)));
+  value.setString(string::fromFixedBuffer(description, sizeof description));
   return BridgeResultOK(value);
 }
 
@@ -190,9 +185,7 @@ BridgeResult SensorDeviceOption::Get(const BridgeData& data) {
   BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDGetDeviceOptionValue)>(
                          "MDGetDeviceOptionValue", handle, static_cast<std::uint32_t>(option), &value),
                      "Get device option value.");
-  cairnjson::Value answer;
-  answer.setInteger(value);
-  return BridgeResultOK(answer);
+  return BridgeResultOK(cairnjson::Value::makeInteger(value));
 }
 
 BridgeResult SensorDeviceOption::Put(const BridgeData& data) {

@@ -14,18 +14,6 @@ namespace vesk::bridge {
 
 namespace {
 
-cairnjson::Value boolean(int truth) {
-  cairnjson::Value value;
-  value.setBool(truth != 0);
-  return value;
-}
-
-cairnjson::Value integer(long long number) {
-  cairnjson::Value value;
-  value.setInteger(number);
-  return value;
-}
-
 // The library owns the text and may hand out NULL for "no text".
 cairnjson::Value text(const char* libraryText) {
   cairnjson::Value value;
@@ -44,32 +32,35 @@ long long requiredNumber(const BridgeData& data, const char* key, const std::str
 
 BridgeResult Sensor::Get(const BridgeData& data) {
   const MDHandle handle = GetMDHandle(data, &uri(), "");
-  if (HasQueryKey(data, "connection")) return BridgeResultOK(boolean(MDIsValidConnection(handle)));
+  if (HasQueryKey(data, "connection")) {
+    return BridgeResultOK(cairnjson::Value::makeBool(MDIsValidConnection(handle)));
+  }
 
   cairnjson::Value sensor(cairnjson::Type::Object);
-  sensor["deviceID"] = integer(MDGetDeviceID(handle));
+  sensor["deviceID"] = cairnjson::Value::makeInteger(MDGetDeviceID(handle));
   sensor["name"] = text(MDGetName(handle));
   sensor["serial"] = text(MDGetSerialNumber(handle));
-  sensor["needsCalibration"] = boolean(MDIsCalibrationNecessary(handle));
-  sensor["supportsAmbient"] = boolean(MDSupportsAmbient(handle));
-  sensor["supportsReflectance"] = boolean(MDSupportsReflectance(handle));
-  sensor["hasArm"] = boolean(MDHasArm(handle));
-  sensor["hasMultipleSensorPosition"] = boolean(MDHasMultipleSensorPosition(handle));
+  sensor["needsCalibration"] = cairnjson::Value::makeBool(MDIsCalibrationNecessary(handle));
+  sensor["supportsAmbient"] = cairnjson::Value::makeBool(MDSupportsAmbient(handle));
+  sensor["supportsReflectance"] = cairnjson::Value::makeBool(MDSupportsReflectance(handle));
+  sensor["hasArm"] = cairnjson::Value::makeBool(MDHasArm(handle));
+  sensor["hasMultipleSensorPosition"] =
+      cairnjson::Value::makeBool(MDHasMultipleSensorPosition(handle));
   // Older measurement libraries lack this query; the key is then left out rather than guessed.
   libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
   if (library.lookup("MDHasTargetMarker")) {
-    sensor["hasTargetMarker"] =
-        boolean(library.call<decltype(MDHasTargetMarker)>("MDHasTargetMarker", handle));
+    sensor["hasTargetMarker"] = cairnjson::Value::makeBool(
+        library.call<decltype(MDHasTargetMarker)>("MDHasTargetMarker", handle));
   }
   std::uint64_t min = 0, max = 0, bandWidth = 0, count = 0;
   // A sensor without spectral data answers a failure here; the zero count already says so.
   (void)MDSpectralRadianceFixedData(handle, &min, &max, &bandWidth, &count);
   if (count != 0) {
     cairnjson::Value spectrum(cairnjson::Type::Object);
-    spectrum["min"] = integer(static_cast<long long>(min));
-    spectrum["max"] = integer(static_cast<long long>(max));
-    spectrum["bandWidth"] = integer(static_cast<long long>(bandWidth));
-    spectrum["count"] = integer(static_cast<long long>(count));
+    spectrum["min"] = cairnjson::Value::makeInteger(static_cast<long long>(min));
+    spectrum["max"] = cairnjson::Value::makeInteger(static_cast<long long>(max));
+    spectrum["bandWidth"] = cairnjson::Value::makeInteger(static_cast<long long>(bandWidth));
+    spectrum["count"] = cairnjson::Value::makeInteger(static_cast<long long>(count));
     sensor["spectrum"] = spectrum;
   }
   return BridgeResultOK(sensor);
@@ -93,8 +84,8 @@ BridgeResult SensorMode::Get(const BridgeData& data) {
   const MDHandle handle = GetMDHandle(data, &uri(), "Mode");
   BridgeCheckRequestCondition(HasQueryKey(data, "supports"), "requires 'supports' query.");
   cairnjson::Value modes(cairnjson::Type::Object);
-  modes["ambient"] = boolean(MDSupportsAmbient(handle));
-  modes["reflectance"] = boolean(MDSupportsReflectance(handle));
+  modes["ambient"] = cairnjson::Value::makeBool(MDSupportsAmbient(handle));
+  modes["reflectance"] = cairnjson::Value::makeBool(MDSupportsReflectance(handle));
   return BridgeResultOK(modes);
 }
 
@@ -111,7 +102,7 @@ BridgeResult SensorMode::Put(const BridgeData& data) {
 BridgeResult SensorCalibration::Get(const BridgeData& data) {
   const MDHandle handle = GetMDHandle(data, &uri(), "Calibration");
   BridgeCheckRequestCondition(HasQueryKey(data, "needs"), "requires 'needs' query.");
-  return BridgeResultOK(boolean(MDIsCalibrationNecessary(handle)));
+  return BridgeResultOK(cairnjson::Value::makeBool(MDIsCalibrationNecessary(handle)));
 }
 
 BridgeResult SensorCalibration::Put(const BridgeData& data) {
@@ -123,7 +114,7 @@ BridgeResult SensorCalibration::Put(const BridgeData& data) {
 BridgeResult SensorArm::Get(const BridgeData& data) {
   const MDHandle handle = GetMDHandle(data, &uri(), "Arm");
   BridgeCheckRequestCondition(HasQueryKey(data, "supports"), "requires 'supports' query.");
-  return BridgeResultOK(boolean(MDHasArm(handle)));
+  return BridgeResultOK(cairnjson::Value::makeBool(MDHasArm(handle)));
 }
 
 BridgeResult SensorArm::Put(const BridgeData& data) {
@@ -140,11 +131,11 @@ BridgeResult SensorArm::Put(const BridgeData& data) {
 BridgeResult SensorPosition::Get(const BridgeData& data) {
   const MDHandle handle = GetMDHandle(data, &uri(), "Position");
   if (HasQueryKey(data, "supports")) {
-    return BridgeResultOK(boolean(MDHasMultipleSensorPosition(handle)));
+    return BridgeResultOK(cairnjson::Value::makeBool(MDHasMultipleSensorPosition(handle)));
   }
   std::uint32_t position = 0;
   BridgeCheckEmError(MDGetSensorPosition(handle, &position), "Get sensor position.");
-  return BridgeResultOK(integer(position));
+  return BridgeResultOK(cairnjson::Value::makeInteger(position));
 }
 
 }  // namespace vesk::bridge

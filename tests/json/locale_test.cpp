@@ -12,12 +12,6 @@ using cairnjson::Parser;
 using cairnjson::Value;
 using quilby_test::compact;
 
-Value real(double number) {
-  Value value;
-  value.setDouble(number);
-  return value;
-}
-
 Value text(const char* string) {
   Value value;
   value = string;
@@ -30,9 +24,9 @@ TEST(LocaleTest, DecimalCommaLocaleChangesNothing) {
 
   EXPECT_EQ(quilby_test::parsed("1.5").toDouble(0), 1.5);
   EXPECT_EQ(quilby_test::parsed("[2.25e1,-7.125E-1]"), quilby_test::parsed("[22.5,-0.7125]"));
-  EXPECT_EQ(compact(real(1.5)), "1.5");
-  EXPECT_EQ(compact(real(-2.5e-10)), "-2.5000000000000002e-10");
-  EXPECT_EQ(real(0.25).toString(""), "0.25");
+  EXPECT_EQ(compact(Value::makeDouble(1.5)), "1.5");
+  EXPECT_EQ(compact(Value::makeDouble(-2.5e-10)), "-2.5000000000000002e-10");
+  EXPECT_EQ(Value::makeDouble(0.25).toString(""), "0.25");
   EXPECT_EQ(text("1.5").toDouble(0.0), 1.5);
   // A text written with the locale's own separator converts too: the "." is only ever mapped.
   EXPECT_EQ(text("1,5").toDouble(0.0), 1.5);
@@ -44,8 +38,8 @@ TEST(LocaleTest, MultiByteDecimalPointFollowsTheFirstByteRule) {
   quilby_test::ScopedLocale pashto({"ps_AF", "ps_AF.UTF-8", "ps_AF.utf8"});
   ASSERT_TRUE(pashto.active()) << "no locale with a two-byte decimal point is installed";
 
-  EXPECT_EQ(compact(real(1.5)), "1.\xAB" "5");
-  EXPECT_EQ(compact(real(3.0)), "3");
+  EXPECT_EQ(compact(Value::makeDouble(1.5)), "1.\xAB" "5");
+  EXPECT_EQ(compact(Value::makeDouble(3.0)), "3");
   Parser parser;
   Value value;
   EXPECT_FALSE(parser.parse("[1.5]", value));

@@ -19,12 +19,6 @@ using cairnjson::Value;
 using quilby_test::compact;
 using quilby_test::parsed;
 
-Value real(double number) {
-  Value value;
-  value.setDouble(number);
-  return value;
-}
-
 std::string pretty(const Value& value, int level) {
   Serializer::Attributes attributes;
   attributes.pretty = true;
@@ -147,18 +141,18 @@ TEST(SerializerTest, WritesThroughAnyOutputIterator) {
 }
 
 TEST(SerializerTest, NumberTextFollowsTheFixedRules) {
-  EXPECT_EQ(compact(real(-0.0)), "0.0");
-  EXPECT_EQ(compact(real(0.0)), "0.0");
-  EXPECT_EQ(compact(real(3.0)), "3");
-  EXPECT_EQ(compact(real(100.0)), "100");
-  EXPECT_EQ(compact(real(0.5)), "0.5");
-  EXPECT_EQ(compact(real(0.1)), "0.10000000000000001");
-  EXPECT_EQ(compact(real(1e21)), "1e+21");
-  EXPECT_EQ(compact(real(1e-7)), "9.9999999999999995e-08");
+  EXPECT_EQ(compact(Value::makeDouble(-0.0)), "0.0");
+  EXPECT_EQ(compact(Value::makeDouble(0.0)), "0.0");
+  EXPECT_EQ(compact(Value::makeDouble(3.0)), "3");
+  EXPECT_EQ(compact(Value::makeDouble(100.0)), "100");
+  EXPECT_EQ(compact(Value::makeDouble(0.5)), "0.5");
+  EXPECT_EQ(compact(Value::makeDouble(0.1)), "0.10000000000000001");
+  EXPECT_EQ(compact(Value::makeDouble(1e21)), "1e+21");
+  EXPECT_EQ(compact(Value::makeDouble(1e-7)), "9.9999999999999995e-08");
   char subnormal[128];
   std::snprintf(subnormal, sizeof subnormal, "%.17g", 2.5e-310);
-  EXPECT_EQ(compact(real(2.5e-310)), subnormal);
-  EXPECT_EQ(compact(real(-1.7976931348623157e308)), "-1.7976931348623157e+308");
+  EXPECT_EQ(compact(Value::makeDouble(2.5e-310)), subnormal);
+  EXPECT_EQ(compact(Value::makeDouble(-1.7976931348623157e308)), "-1.7976931348623157e+308");
   Value minimum;
   minimum.setInteger(std::numeric_limits<long long>::min());
   EXPECT_EQ(compact(minimum), "-9223372036854775808");

@@ -6,6 +6,7 @@
 #include "devices/device_functions.h"  // every device library's header and function list
 #include "json/cairnjson.h"
 #include "quilby_sim/control.h"
+#include "support/json_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -25,6 +26,8 @@
 namespace sim_test {
 
 using cairnjson::Value;
+using quilby_test::compact;
+using quilby_test::parsed;
 
 // The default world.
 inline constexpr const char* kStudioSerial = "27Q00451";  // built-in swing sensor, 8x3, DUE 2
@@ -51,19 +54,6 @@ inline std::string controlText(uint32_t (*function)(char*, uint32_t)) {
   return text;
 }
 
-inline Value parsed(const std::string& text) {
-  cairnjson::Parser parser;
-  Value value;
-  if (!parser.parse(text, value)) ADD_FAILURE() << parser.error() << " in " << text;
-  return value;
-}
-
-inline std::string compact(const Value& value) {
-  std::string text;
-  auto out = std::back_inserter(text);
-  cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
-  return text;
-}
 
 inline Value world() { return parsed(controlText(QuilbySimWorld)); }
 inline Value journal() { return parsed(controlText(QuilbySimJournal)); }

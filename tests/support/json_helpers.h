@@ -15,10 +15,7 @@ namespace quilby_test {
 
 // Compact JSON text of `value`, as the bridge writes it.
 inline std::string compact(const cairnjson::Value& value) {
-  std::string text;
-  auto out = std::back_inserter(text);
-  cairnjson::Serializer::serialize(out, value, {}, -1, nullptr);
-  return text;
+  return cairnjson::Serializer::compact(value);
 }
 
 // Parses `text` into a fresh value; the test fails on a parse error.

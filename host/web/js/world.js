@@ -41,3 +41,13 @@ export function monitorsForOpening(world) {
   const monitors = world?.monitors ?? [];
   return [...monitors].sort((a, b) => Number(!a.hidHandle) - Number(!b.hidHandle));
 }
+
+// The world's record of the sensor selected in the console's `state` (see main.js), or null.
+export function selectedSensor({ world, meta, selected }) {
+  return worldSensor(world, meta?.[selected] ?? {});
+}
+
+// The monitor of the sensor selected in the console's `state`, or null.
+export function selectedMonitor({ world, meta, selected }) {
+  return monitorOf(world, meta?.[selected] ?? {});
+}

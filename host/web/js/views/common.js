@@ -1,4 +1,4 @@
-// Pieces the sensor tabs share.
+// Pieces the panels and the sensor tabs share.
 
 import { fill, h, note } from '../dom.js';
 import { describeError } from '../format.js';
@@ -26,6 +26,21 @@ export async function showResult(output, request, render) {
   }
 }
 
+// after(action) for a view: runs `action`, then reloads the simulated world, which the action may
+// have changed.
+export function afterwards(refreshWorld) {
+  return async (action) => {
+    await action();
+    await refreshWorld();
+  };
+}
+
+// The "sim" tag before `text`: what the simulated world says, set apart from what the plug-in
+// answers. Nothing without a text.
+export function simTag(text) {
+  return text ? [h('span', { class: 'tag tag-sim' }, 'sim'), ` ${text}`] : null;
+}
+
 // A yes/no chip.
 export function flag(label, value) {
   const known = typeof value === 'boolean';
@@ -47,6 +62,17 @@ export function facts(pairs) {
     pairs
       .filter(Boolean)
       .map(([term, description]) => [h('dt', null, term), h('dd', null, description)]),
+  );
+}
+
+// A table with a row of `headers` (null for a column without a title) over the `rows` (tr
+// elements).
+export function dataTable(id, headers, rows) {
+  return h(
+    'table',
+    { class: 'data-table', id },
+    h('thead', null, h('tr', null, headers.map((text) => h('th', null, text)))),
+    h('tbody', null, rows),
   );
 }
 

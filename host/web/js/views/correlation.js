@@ -4,34 +4,34 @@
 import * as api from '../api.js';
 import { actionButton, fill, field, h, note } from '../dom.js';
 import { SHAPES, identityMatrix, parseCells, resize, shapeOf } from '../matrix.js';
-import { worldSensor } from '../world.js';
-import { card, facts, output, showResult } from './common.js';
+import { selectedSensor } from '../world.js';
+import { afterwards, card, dataTable, facts, output, showResult, simTag } from './common.js';
 
 // The input term each row of a correction matrix multiplies.
 const TERMS = ['X', 'Y', 'Z', '\u221aXY', '\u221aYZ', '\u221aZX', '\u221bXYZ', '1'];
 
-function simTag(text) {
-  return text ? [h('span', { class: 'tag tag-sim' }, 'sim'), ` ${text}`] : null;
+// The last cell of a stored entry's row.
+function applyCell(apply) {
+  return h('td', { class: 'cell-action' }, actionButton('Apply', apply, { class: 'small' }));
 }
 
 function reference(sensor) {
   return `${sensor?.deviceID ?? '?'} \u00b7 ${sensor?.serial || '\u2014'}`;
 }
 
+// Two digits of a date's part; a missing part counts as 0.
+const pad = (n) => String(n ?? 0).padStart(2, '0');
+
 // "2024-03-07 09:05" of the description's date object.
 function dateText(date) {
   if (!date) return '\u2014';
   if (date.dateString) return date.dateString;
-  const pad = (n) => String(n ?? 0).padStart(2, '0');
   return `${date.year}-${pad(date.month)}-${pad(date.day)} ${pad(date.hour)}:${pad(date.minute)}`;
 }
 
 export function mountCorrelation(root, { store, refreshWorld }) {
   const id = () => store.get().selected;
-  const after = async (action) => {
-    await action();
-    await refreshWorld();
-  };
+  const after = afterwards(refreshWorld);
 
   // ---- Corrections ----
   const correctionsOut = output('corrections-output');
@@ -51,37 +51,17 @@ export function mountCorrelation(root, { store, refreshWorld }) {
           correctionsList,
           list.length === 0
             ? null
-            : h(
-                'table',
-                { class: 'data-table', id: 'corrections-table' },
-                h(
-                  'thead',
-                  null,
+            : dataTable(
+                'corrections-table',
+                ['id', 'reference sensor', 'monitor', null],
+                list.map((entry) =>
                   h(
                     'tr',
                     null,
-                    h('th', null, 'id'),
-                    h('th', null, 'reference sensor'),
-                    h('th', null, 'monitor'),
-                    h('th'),
-                  ),
-                ),
-                h(
-                  'tbody',
-                  null,
-                  list.map((entry) =>
-                    h(
-                      'tr',
-                      null,
-                      h('td', null, String(entry.id)),
-                      h('td', null, reference(entry.referenceSensor)),
-                      h('td', { title: entry.monitor?.product ?? '' }, entry.monitor?.serial ?? ''),
-                      h(
-                        'td',
-                        { class: 'cell-action' },
-                        actionButton('Apply', () => applyCorrection(entry.id), { class: 'small' }),
-                      ),
-                    ),
+                    h('td', null, String(entry.id)),
+                    h('td', null, reference(entry.referenceSensor)),
+                    h('td', { title: entry.monitor?.product ?? '' }, entry.monitor?.serial ?? ''),
+                    applyCell(() => applyCorrection(entry.id)),
                   ),
                 ),
               ),
@@ -133,7 +113,6 @@ export function mountCorrelation(root, { store, refreshWorld }) {
     );
     if (description) {
       const d = description.date ?? {};
-      const pad = (n) => String(n ?? 0).padStart(2, '0');
       descDate.value = d.year
         ? `${d.year}-${pad(d.month)}-${pad(d.day)}T${pad(d.hour)}:${pad(d.minute)}`
         : '';
@@ -156,37 +135,21 @@ export function mountCorrelation(root, { store, refreshWorld }) {
           matricesList,
           list.length === 0
             ? null
-            : h(
-                'table',
-                { class: 'data-table', id: 'matrices-table' },
-                h(
-                  'thead',
-                  null,
-                  h('tr', null, h('th', null, 'id'), h('th', null, 'reference sensor'), h('th')),
-                ),
-                h(
-                  'tbody',
-                  null,
-                  list.map((entry) =>
-                    h(
-                      'tr',
-                      { dataset: { matrixId: entry.id } },
-                      h('td', null, String(entry.id)),
-                      h('td', null, reference(entry.referenceSensor)),
-                      h(
-                        'td',
-                        { class: 'cell-action' },
-                        actionButton(
-                          'Apply',
-                          () =>
-                            after(() =>
-                              showResult(
-                                matricesOut,
-                                () => api.applyMatrix(id(), entry.id),
-                                () => note('ok', `Matrix ${entry.id} applied.`),
-                              ),
-                            ),
-                          { class: 'small' },
+            : dataTable(
+                'matrices-table',
+                ['id', 'reference sensor', null],
+                list.map((entry) =>
+                  h(
+                    'tr',
+                    { dataset: { matrixId: entry.id } },
+                    h('td', null, String(entry.id)),
+                    h('td', null, reference(entry.referenceSensor)),
+                    applyCell(() =>
+                      after(() =>
+                        showResult(
+                          matricesOut,
+                          () => api.applyMatrix(id(), entry.id),
+                          () => note('ok', `Matrix ${entry.id} applied.`),
                         ),
                       ),
                     ),
@@ -266,8 +229,7 @@ export function mountCorrelation(root, { store, refreshWorld }) {
   }
 
   function showSimState() {
-    const { world, meta, selected } = store.get();
-    const sensor = worldSensor(world, meta[selected] ?? {});
+    const sensor = selectedSensor(store.get());
     const state = sensor?.state ?? {};
     fill(
       correctionState,

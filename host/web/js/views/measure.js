@@ -5,9 +5,9 @@ import * as api from '../api.js';
 import { chromaticity, gamutOf, hexFromRgb, insideGamut } from '../colour.js';
 import { actionButton, fill, h, note } from '../dom.js';
 import { describeError, formatNumber, timeOfDay } from '../format.js';
-import { monitorOf } from '../world.js';
+import { selectedMonitor } from '../world.js';
 import { createPlot } from './plot.js';
-import { paintSwatches, presetSwatches } from './simulator.js';
+import { presetSwatches } from './simulator.js';
 
 const HISTORY = 24;
 
@@ -152,8 +152,8 @@ export function mountMeasure(root, { store, refreshWorld }) {
         : [r.at ? h('p', { class: 'muted' }, `Last reading ${timeOfDay(r.at)}`) : null, rows],
     );
 
-    const { world, meta } = store.get();
-    const monitor = monitorOf(world, meta[sensorId] ?? {});
+    const state = store.get();
+    const monitor = selectedMonitor(state);
     const gamut = gamutOf(monitor?.display);
     const points = {
       xyz: chromaticity(r.xyz?.XYZ),
@@ -162,7 +162,7 @@ export function mountMeasure(root, { store, refreshWorld }) {
     };
     plot.update({ gamut, points, history: r.history.slice(0, -1) });
     if (!gamut) {
-      gamutNote.textContent = world
+      gamutNote.textContent = state.world
         ? 'This sensor looks at no monitor of the simulated world.'
         : '';
     } else if (points.xyz) {
@@ -202,7 +202,6 @@ export function mountMeasure(root, { store, refreshWorld }) {
       h('span', { class: 'muted' }, 'show'),
       swatches,
     );
-    paintSwatches(shown);
   }
 
   // Takes the readings named in `kinds` one after the other; each failure is reported and the

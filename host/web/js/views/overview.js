@@ -3,8 +3,8 @@
 import * as api from '../api.js';
 import { actionButton, fill, field, h, note } from '../dom.js';
 import { MODES, OBSERVERS } from '../format.js';
-import { worldSensor } from '../world.js';
-import { card, facts, flag, output, showResult } from './common.js';
+import { selectedSensor } from '../world.js';
+import { afterwards, card, facts, flag, output, showResult, simTag } from './common.js';
 
 // What the simulated libraries mean by the position codes.
 const POSITIONS = ['display', 'ambient', 'reflectance', 'calibration'];
@@ -77,8 +77,7 @@ export function mountOverview(root, { store, refreshWorld }) {
 
   // What the simulator says about the sensor's state, beside what the plug-in answers.
   function showSimState() {
-    const { world, meta, selected } = store.get();
-    const sensor = worldSensor(world, meta[selected] ?? {});
+    const sensor = selectedSensor(store.get());
     if (!sensor) {
       fill(simState);
       return;
@@ -91,17 +90,10 @@ export function mountOverview(root, { store, refreshWorld }) {
       sensor.capabilities?.arm ? `arm ${state.armOut ? 'out' : 'in'}` : null,
       `position ${state.position ?? state.mode ?? 0}`,
     ];
-    fill(
-      simState,
-      h('span', { class: 'tag tag-sim' }, 'sim'),
-      ` ${parts.filter(Boolean).join(', ')}`,
-    );
+    fill(simState, simTag(parts.filter(Boolean).join(', ')));
   }
 
-  const after = async (action) => {
-    await action();
-    await refreshWorld();
-  };
+  const after = afterwards(refreshWorld);
 
   fill(
     root,

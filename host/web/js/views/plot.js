@@ -10,7 +10,7 @@ import {
   makeFrame,
   pathData,
 } from '../colour.js';
-import { fill, h, svg } from '../dom.js';
+import { fill, svg } from '../dom.js';
 import { formatNumber } from '../format.js';
 
 const FRAME = makeFrame();

@@ -2,8 +2,8 @@
 
 import * as api from '../api.js';
 import { actionButton, fill, field, h, note } from '../dom.js';
-import { monitorOf } from '../world.js';
-import { card, output, showResult } from './common.js';
+import { selectedMonitor } from '../world.js';
+import { afterwards, card, output, showResult, simTag } from './common.js';
 
 export function mountPresence(root, { store, refreshWorld }) {
   const toggle = h('input', {
@@ -18,6 +18,7 @@ export function mountPresence(root, { store, refreshWorld }) {
   const simState = h('div', { class: 'sim-state' });
 
   const id = () => store.get().selected;
+  const after = afterwards(refreshWorld);
 
   async function readSwitch() {
     const on = await showResult(
@@ -52,17 +53,16 @@ export function mountPresence(root, { store, refreshWorld }) {
   });
 
   function showSimState() {
-    const { world, meta, selected } = store.get();
-    const detection = monitorOf(world, meta[selected] ?? {})?.presenceDetection;
+    const state = store.get();
+    const detection = selectedMonitor(state)?.presenceDetection;
     fill(
       simState,
       detection
-        ? [
-            h('span', { class: 'tag tag-sim' }, 'sim'),
-            ` ${detection.on ? 'on' : 'off'}, level ${detection.mode} of 0\u2013${detection.modes - 1}`,
-          ]
-        : world
-          ? [h('span', { class: 'tag tag-sim' }, 'sim'), ' the monitor has no presence detection']
+        ? simTag(
+            `${detection.on ? 'on' : 'off'}, level ${detection.mode} of 0\u2013${detection.modes - 1}`,
+          )
+        : state.world
+          ? simTag('the monitor has no presence detection')
           : null,
     );
   }
@@ -99,14 +99,14 @@ export function mountPresence(root, { store, refreshWorld }) {
           field('Level', level),
           actionButton(
             'Set level',
-            async () => {
-              await showResult(
-                levelOut,
-                () => api.setPresenceLevel(id(), Number(level.value)),
-                () => note('ok', `Level ${level.value} set.`),
-              );
-              await refreshWorld();
-            },
+            () =>
+              after(() =>
+                showResult(
+                  levelOut,
+                  () => api.setPresenceLevel(id(), Number(level.value)),
+                  () => note('ok', `Level ${level.value} set.`),
+                ),
+              ),
             { id: 'presence-set-level' },
           ),
           actionButton('Read', readLevel, { class: 'small ghost' }),

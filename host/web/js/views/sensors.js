@@ -6,6 +6,7 @@ import { actionButton, fill, field, h, note } from '../dom.js';
 import { describeError, shortId } from '../format.js';
 import { individualIdToDecimal, parseDeviceId } from '../ids.js';
 import { monitorsForOpening } from '../world.js';
+import { showResult } from './common.js';
 
 export function mountSensors(root, { store, refreshWorld }) {
   const connected = h('div', { class: 'list', id: 'connected-list' });
@@ -42,86 +43,64 @@ export function mountSensors(root, { store, refreshWorld }) {
     );
   }
 
-  async function refreshConnected() {
-    try {
-      const devices = await api.listConnected();
-      let names = [];
-      if (devices.length > 0) {
-        names = await api.namesOf(devices.map((d) => d.deviceID)).catch(() => []);
-      }
-      fill(
-        connected,
-        devices.length === 0
-          ? note('info', 'No sensor is connected.')
-          : devices.map((device, i) =>
-              sensorRow(
-                names[i] || `Device ${device.deviceID}`,
-                `device ${device.deviceID} \u00b7 `,
-                device.individualID,
-                [
-                  actionButton(
-                    'Open',
-                    () =>
-                      openWith(() => api.openByDeviceID(device.deviceID), {
-                        deviceID: device.deviceID,
-                        individualID: device.individualID,
-                      }),
-                    { class: 'small', title: 'Open by device id' },
-                  ),
-                  actionButton(
-                    'By individual id',
-                    () =>
-                      openWith(
-                        () => api.openByIndividualID(individualIdToDecimal(device.individualID)),
-                        { deviceID: device.deviceID, individualID: device.individualID },
-                      ),
-                    { class: 'small ghost' },
-                  ),
-                ],
-              ),
-            ),
-      );
-    } catch (error) {
-      fill(connected, note('error', describeError(error)));
-    }
+  // Lists in `element` the devices `request` answers, each as `rowFor(device, name)`. Without
+  // their names the devices are still worth listing, by device id.
+  function refreshDeviceList(element, request, emptyText, rowFor) {
+    return showResult(
+      element,
+      async () => {
+        const devices = await request();
+        const names =
+          devices.length > 0
+            ? await api.namesOf(devices.map((d) => d.deviceID)).catch(() => [])
+            : [];
+        return devices.map((device, i) => [device, names[i] || `Device ${device.deviceID}`]);
+      },
+      (named) =>
+        named.length === 0
+          ? note('info', emptyText)
+          : named.map(([device, name]) => rowFor(device, name)),
+    );
   }
 
-  async function refreshSerial() {
-    try {
-      const devices = await api.listSerialConnected();
-      let names = [];
-      if (devices.length > 0) {
-        names = await api.namesOf(devices.map((d) => d.deviceID)).catch(() => []);
-      }
-      fill(
-        serial,
-        devices.length === 0
-          ? note(
-              'info',
-              'No serial-USB sensor found. Map USB device names to device ids under Library settings.',
-            )
-          : devices.map((device, i) =>
-              sensorRow(
-                names[i] || `Device ${device.deviceID}`,
-                `device ${device.deviceID}`,
-                null,
-                [
-                  actionButton(
-                    'Open',
-                    () =>
-                      openWith(() => api.openByDeviceID(device.deviceID), {
-                        deviceID: device.deviceID,
-                      }),
-                    { class: 'small' },
-                  ),
-                ],
-              ),
-            ),
-      );
-    } catch (error) {
-      fill(serial, note('error', describeError(error)));
-    }
-  }
+  const refreshConnected = () =>
+    refreshDeviceList(connected, api.listConnected, 'No sensor is connected.', (device, name) =>
+      sensorRow(name, `device ${device.deviceID} \u00b7 `, device.individualID, [
+        actionButton(
+          'Open',
+          () =>
+            openWith(() => api.openByDeviceID(device.deviceID), {
+              deviceID: device.deviceID,
+              individualID: device.individualID,
+            }),
+          { class: 'small', title: 'Open by device id' },
+        ),
+        actionButton(
+          'By individual id',
+          () =>
+            openWith(() => api.openByIndividualID(individualIdToDecimal(device.individualID)), {
+              deviceID: device.deviceID,
+              individualID: device.individualID,
+            }),
+          { class: 'small ghost' },
+        ),
+      ]),
+    );
+
+  const refreshSerial = () =>
+    refreshDeviceList(
+      serial,
+      api.listSerialConnected,
+      'No serial-USB sensor found. Map USB device names to device ids under Library settings.',
+      (device, name) =>
+        sensorRow(name, `device ${device.deviceID}`, null, [
+          actionButton(
+            'Open',
+            () => openWith(() => api.openByDeviceID(device.deviceID), { deviceID: device.deviceID }),
+            { class: 'small' },
+          ),
+        ]),
+    );
 
   // In the simulator, offer the world's serial links as the mappings to set.
   function suggestMappings() {
@@ -329,14 +308,12 @@ export function mountSensors(root, { store, refreshWorld }) {
       field('Device libraries directory', libraryPath),
       actionButton(
         'Set',
-        async () => {
-          try {
-            await api.configure({ libraryPath: libraryPath.value });
-            fill(settingsNote, note('ok', 'The directory was set.'));
-          } catch (error) {
-            fill(settingsNote, note('error', describeError(error)));
-          }
-        },
+        () =>
+          showResult(
+            settingsNote,
+            () => api.configure({ libraryPath: libraryPath.value }),
+            () => note('ok', 'The directory was set.'),
+          ),
         { class: 'small' },
       ),
     ),
@@ -353,13 +330,12 @@ export function mountSensors(root, { store, refreshWorld }) {
           } catch {
             return fill(settingsNote, note('error', 'The mappings are not JSON.'));
           }
-          try {
-            await api.configure({ serialMappings: parsed });
-            fill(settingsNote, note('ok', 'The mappings were replaced.'));
-            await refreshSerial();
-          } catch (error) {
-            fill(settingsNote, note('error', describeError(error)));
-          }
+          const done = await showResult(
+            settingsNote,
+            () => api.configure({ serialMappings: parsed }),
+            () => note('ok', 'The mappings were replaced.'),
+          );
+          if (done !== undefined) await refreshSerial();
           return undefined;
         },
         { class: 'small' },
@@ -368,13 +344,12 @@ export function mountSensors(root, { store, refreshWorld }) {
     actionButton(
       'Open the control panel',
       async () => {
-        try {
-          await api.openControlPanel();
-          fill(settingsNote, note('ok', 'The control panel was asked to open.'));
-          await refreshWorld();
-        } catch (error) {
-          fill(settingsNote, note('error', describeError(error)));
-        }
+        const done = await showResult(
+          settingsNote,
+          () => api.openControlPanel(),
+          () => note('ok', 'The control panel was asked to open.'),
+        );
+        if (done !== undefined) await refreshWorld();
       },
       { class: 'small ghost' },
     ),

@@ -6,7 +6,8 @@ import * as api from '../api.js';
 import { hexFromRgb, rgbFromHex } from '../colour.js';
 import { actionButton, fill, field, h, note } from '../dom.js';
 import { describeError, formatJson } from '../format.js';
-import { monitorOf } from '../world.js';
+import { selectedMonitor } from '../world.js';
+import { showResult } from './common.js';
 
 export const PRESETS = Object.freeze([
   { name: 'White', rgb: [1, 1, 1] },
@@ -20,33 +21,30 @@ export const PRESETS = Object.freeze([
   { name: 'Black', rgb: [0, 0, 0] },
 ]);
 
-// A row of preset swatches that show `rgb` on `monitor` when clicked; shared with the measure view.
+// A row of preset swatches that call `show(rgb)` when clicked; shared with the measure view.
 export function presetSwatches(show) {
   return h(
     'div',
     { class: 'swatches', role: 'group', 'aria-label': 'Colours to show' },
-    PRESETS.map((preset) =>
-      h(
+    PRESETS.map((preset) => {
+      const colour = hexFromRgb(preset.rgb);
+      const swatchFill = h('span', { class: 'swatch-fill' });
+      // Through CSSOM: the page's content security policy refuses style attributes.
+      swatchFill.style.background = colour;
+      return h(
         'button',
         {
           type: 'button',
           class: 'swatch',
           title: preset.name,
           'aria-label': `Show ${preset.name}`,
-          dataset: { colour: hexFromRgb(preset.rgb) },
+          dataset: { colour },
           on: { click: () => show(preset.rgb) },
         },
-        h('span', { class: 'swatch-fill', dataset: { fill: hexFromRgb(preset.rgb) } }),
-      ),
-    ),
+        swatchFill,
+      );
+    }),
   );
-}
-
-// Paints the swatches' fills (CSSOM, which the page's content security policy allows).
-export function paintSwatches(root) {
-  for (const fillElement of root.querySelectorAll('[data-fill]')) {
-    fillElement.style.background = fillElement.dataset.fill;
-  }
 }
 
 function openDialog(title, text) {
@@ -77,7 +75,8 @@ export function mountSimulator(root, { store, refreshWorld }) {
   const held = h('input', { type: 'checkbox', id: 'sim-held' });
   const colourNote = h('div');
 
-  const selectedMonitor = () => {
+  // The monitor chosen in the panel, which need not be the selected sensor's.
+  const pickedMonitor = () => {
     const [serial, product] = JSON.parse(monitorSelect.value || '[]');
     return (store.get().world?.monitors ?? []).find(
       (m) => m.serial === serial && m.product === product,
@@ -85,15 +84,14 @@ export function mountSimulator(root, { store, refreshWorld }) {
   };
 
   async function show(rgb) {
-    const monitor = selectedMonitor();
+    const monitor = pickedMonitor();
     if (!monitor) return;
-    try {
-      await api.simShowColour(monitor.serial, monitor.product, rgb);
-      fill(colourNote);
-      await refreshWorld();
-    } catch (error) {
-      fill(colourNote, note('error', describeError(error)));
-    }
+    const done = await showResult(
+      colourNote,
+      () => api.simShowColour(monitor.serial, monitor.product, rgb),
+      () => null,
+    );
+    if (done !== undefined) await refreshWorld();
   }
 
   function showMonitors() {
@@ -115,7 +113,7 @@ export function mountSimulator(root, { store, refreshWorld }) {
   }
 
   function showMonitorState() {
-    const monitor = selectedMonitor();
+    const monitor = pickedMonitor();
     const rgb = monitor?.shownColor ?? [1, 1, 1];
     colourInput.value = hexFromRgb(rgb);
     current.style.background = hexFromRgb(rgb);
@@ -126,14 +124,13 @@ export function mountSimulator(root, { store, refreshWorld }) {
   monitorSelect.addEventListener('change', showMonitorState);
   colourInput.addEventListener('change', () => show(rgbFromHex(colourInput.value)));
   held.addEventListener('change', async () => {
-    const monitor = selectedMonitor();
+    const monitor = pickedMonitor();
     if (!monitor) return;
-    try {
-      await api.simHoldMonitor(monitor.serial, monitor.product, held.checked);
-      fill(colourNote);
-    } catch (error) {
-      fill(colourNote, note('error', describeError(error)));
-    }
+    await showResult(
+      colourNote,
+      () => api.simHoldMonitor(monitor.serial, monitor.product, held.checked),
+      () => null,
+    );
     await refreshWorld();
   });
 
@@ -196,19 +193,17 @@ export function mountSimulator(root, { store, refreshWorld }) {
   const inject = actionButton(
     'Inject',
     async () => {
-      try {
-        await api.simInjectFailure({
-          function: functionInput.value.trim(),
-          count: Number(countInput.value),
-          status: statusSelect.value,
-        });
-        fill(
-          failureNote,
+      await showResult(
+        failureNote,
+        () =>
+          api.simInjectFailure({
+            function: functionInput.value.trim(),
+            count: Number(countInput.value),
+            status: statusSelect.value,
+          }),
+        () =>
           note('ok', `The next ${countInput.value} call(s) of ${functionInput.value.trim()} fail.`),
-        );
-      } catch (error) {
-        fill(failureNote, note('error', describeError(error)));
-      }
+      );
       await refreshWorld();
     },
     { class: 'small', id: 'sim-inject' },
@@ -266,12 +261,11 @@ export function mountSimulator(root, { store, refreshWorld }) {
       actionButton(
         'Reset',
         async () => {
-          try {
-            await api.simReset();
-            fill(worldNote, note('ok', 'The world was reset; every sensor was closed.'));
-          } catch (error) {
-            fill(worldNote, note('error', describeError(error)));
-          }
+          await showResult(
+            worldNote,
+            () => api.simReset(),
+            () => note('ok', 'The world was reset; every sensor was closed.'),
+          );
           await refreshWorld();
           store.set({ sensorsChanged: Date.now() });
         },
@@ -290,13 +284,11 @@ export function mountSimulator(root, { store, refreshWorld }) {
     ),
     worldNote,
   );
-  paintSwatches(root);
   showMonitors();
   showArmed();
   // The panel follows the monitor of the sensor in the workspace.
   function followSelection() {
-    const { world, meta, selected } = store.get();
-    const monitor = monitorOf(world, meta[selected] ?? {});
+    const monitor = selectedMonitor(store.get());
     if (!monitor) return;
     monitorSelect.value = JSON.stringify([monitor.serial, monitor.product]);
     showMonitorState();
