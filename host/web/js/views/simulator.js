@@ -5,7 +5,7 @@
 import * as api from '../api.js';
 import { hexFromRgb, rgbFromHex } from '../colour.js';
 import { actionButton, fill, field, h, note } from '../dom.js';
-import { describeError, formatJson } from '../format.js';
+import { formatJson } from '../format.js';
 import { selectedMonitor } from '../world.js';
 import { showResult } from './common.js';
 
@@ -243,10 +243,7 @@ export function mountSimulator(root, { store, refreshWorld }) {
       actionButton(
         'Clear all',
         async () => {
-          await api
-            .simClearFailures()
-            .catch((error) => fill(failureNote, note('error', describeError(error))));
-          fill(failureNote);
+          await showResult(failureNote, () => api.simClearFailures(), () => null);
           await refreshWorld();
         },
         { class: 'small ghost' },
