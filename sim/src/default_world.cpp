@@ -3,7 +3,7 @@
 namespace quilbysim {
 
 // Two monitors with built-in sensors (one with the 8x3 matrix, DUE priority, presence detection
-// and a swing sensor on an arm; one older model that selects its data index by flags), one
+// and an arm sensor; one older model that selects its data index by flags), one
 // monitor without a USB link, three outside instruments of different abilities (one of them on a
 // serial link), stored correlations and correlation matrices. docs/simulator.md shows this text.
 const char* defaultWorldText() {
@@ -17,8 +17,8 @@ const char* defaultWorldText() {
   },
   "monitors": [
     {
-      "serial": "27Q00451",
-      "product": "CX271-Studio",
+      "serial": "QM7A0451",
+      "product": "QM-27-Studio-Lab",
       "hidHandle": 4097,
       "panelRevision": 3,
       "duePriority": 2,
@@ -43,7 +43,7 @@ const char* defaultWorldText() {
           "criterionSensor": {
             "date": {"year": 2023, "month": 11, "day": 2, "hour": 14, "minute": 20},
             "deviceID": 48,
-            "serial": "S5-240117"
+            "serial": "QS20-240117"
           }
         },
         {
@@ -61,7 +61,7 @@ const char* defaultWorldText() {
           "criterionSensor": {
             "date": {"year": 2023, "month": 11, "day": 2, "hour": 14, "minute": 20},
             "deviceID": 48,
-            "serial": "S5-240117"
+            "serial": "QS20-240117"
           }
         },
         {
@@ -79,7 +79,7 @@ const char* defaultWorldText() {
           "criterionSensor": {
             "date": {"year": 2023, "month": 11, "day": 2, "hour": 14, "minute": 20},
             "deviceID": 48,
-            "serial": "S5-240117"
+            "serial": "QS20-240117"
           },
           "luminanceLevelCorrection": {"brightness": 160.0, "dimmerOut": 1023},
           "refParam": {
@@ -103,8 +103,8 @@ const char* defaultWorldText() {
       "shownColor": [1.0, 1.0, 1.0]
     },
     {
-      "serial": "27U00912",
-      "product": "CX271-Studio",
+      "serial": "QM7B0912",
+      "product": "QM-27-Studio-Lab",
       "panelRevision": 3,
       "display": {
         "red": {"x": 0.679, "y": 0.321},
@@ -117,8 +117,8 @@ const char* defaultWorldText() {
       "shownColor": [1.0, 1.0, 1.0]
     },
     {
-      "serial": "24S10088",
-      "product": "CS240-Office",
+      "serial": "QM4C0088",
+      "product": "QM-24-Office",
       "hidHandle": 4098,
       "panelRevision": 1,
       "supports8x3": false,
@@ -166,10 +166,10 @@ const char* defaultWorldText() {
     {
       "deviceID": 4144,
       "individualID": "0000000010300451",
-      "name": "CX Swing Sensor",
-      "serial": "SW-27Q00451",
+      "name": "QM arm sensor",
+      "serial": "ARM-QM7A0451",
       "connection": "builtIn",
-      "monitor": "27Q00451",
+      "monitor": "QM7A0451",
       "capabilities": {"arm": true},
       "response": [
         [1.03, 0.02, -0.01],
@@ -188,10 +188,10 @@ const char* defaultWorldText() {
     {
       "deviceID": 4145,
       "individualID": "0000000010310088",
-      "name": "CS Front Sensor",
-      "serial": "FS-24S10088",
+      "name": "QM panel sensor",
+      "serial": "PNL-QM4C0088",
       "connection": "builtIn",
-      "monitor": "24S10088",
+      "monitor": "QM4C0088",
       "response": [
         [0.96, 0.03, 0.0],
         [0.02, 1.01, -0.01],
@@ -202,10 +202,10 @@ const char* defaultWorldText() {
     {
       "deviceID": 33,
       "individualID": "00c3000000004d2a",
-      "name": "Lumetra C3 Colorimeter",
-      "serial": "C3-0042117",
+      "name": "QS-10 colorimeter",
+      "serial": "QS10-0042117",
       "connection": "usb",
-      "monitor": "27Q00451",
+      "monitor": "QM7A0451",
       "capabilities": {"ambient": true, "multiplePositions": true},
       "response": [
         [1.004, 0.003, 0.0],
@@ -218,10 +218,10 @@ const char* defaultWorldText() {
     {
       "deviceID": 48,
       "individualID": "00c5000000011b3e",
-      "name": "Lumetra S5 Spectrophotometer",
-      "serial": "S5-240117",
+      "name": "QS-20 spectrophotometer",
+      "serial": "QS20-240117",
       "connection": "usb",
-      "monitor": "27Q00451",
+      "monitor": "QM7A0451",
       "capabilities": {
         "ambient": true,
         "reflectance": true,
@@ -233,26 +233,26 @@ const char* defaultWorldText() {
       },
       "countsPerUnit": 1000.0,
       "deviceOptions": {"1": 0},
-      "parameterDescription": "Lumetra S5, factory parameters"
+      "parameterDescription": "QS-20, factory parameters"
     },
     {
       "deviceID": 82,
       "individualID": "0052000000000007",
-      "name": "Lumetra R2 Reference",
-      "serial": "R2-1998-0007",
+      "name": "QS-30 reference",
+      "serial": "QS30-980007",
       "connection": "serial",
-      "usbDevice": "Lumetra R2 Serial Bridge",
-      "monitor": "27U00912",
+      "usbDevice": "QS-30 serial bridge",
+      "monitor": "QM7B0912",
       "capabilities": {"needsCalibration": true},
       "countsPerUnit": 500.0
     }
   ],
-  "usbDevices": ["USB Composite Keyboard", "Lumetra R2 Serial Bridge", "USB2.0 Hub"],
+  "usbDevices": ["USB Composite Keyboard", "QS-30 serial bridge", "USB2.0 Hub"],
   "correlations": [
     {
       "id": 1,
-      "monitor": {"serial": "27Q00451", "product": "CX271-Studio"},
-      "reference": {"deviceID": 48, "serial": "S5-240117"},
+      "monitor": {"serial": "QM7A0451", "product": "QM-27-Studio-Lab"},
+      "reference": {"deviceID": 48, "serial": "QS20-240117"},
       "date": {"year": 2024, "month": 2, "day": 12, "hour": 10, "minute": 5},
       "kind": "CSSG2",
       "data": {
@@ -270,8 +270,8 @@ const char* defaultWorldText() {
     },
     {
       "id": 2,
-      "monitor": {"serial": "27Q00451", "product": "CX271-Studio"},
-      "reference": {"deviceID": 82, "serial": "R2-1998-0007"},
+      "monitor": {"serial": "QM7A0451", "product": "QM-27-Studio-Lab"},
+      "reference": {"deviceID": 82, "serial": "QS30-980007"},
       "date": {"year": 2024, "month": 5, "day": 30, "hour": 16, "minute": 40},
       "kind": "CSSG2",
       "data": {
@@ -289,8 +289,8 @@ const char* defaultWorldText() {
     },
     {
       "id": 3,
-      "monitor": {"serial": "24S10088", "product": "CS240-Office"},
-      "reference": {"deviceID": 48, "serial": "S5-240117"},
+      "monitor": {"serial": "QM4C0088", "product": "QM-24-Office"},
+      "reference": {"deviceID": 48, "serial": "QS20-240117"},
       "date": {"year": 2023, "month": 12, "day": 1, "hour": 9, "minute": 0},
       "kind": "IFSv3",
       "data": {
@@ -308,9 +308,9 @@ const char* defaultWorldText() {
   "correlationMatrices": [
     {
       "id": 1,
-      "product": "CX271-Studio",
+      "product": "QM-27-Studio-Lab",
       "panelRevision": 3,
-      "reference": {"deviceID": 48, "serial": "S5-240117"},
+      "reference": {"deviceID": 48, "serial": "QS20-240117"},
       "date": {"year": 2024, "month": 1, "day": 20, "hour": 8, "minute": 30},
       "matrix": [
         [1.015, 0.002, -0.002],
@@ -320,9 +320,9 @@ const char* defaultWorldText() {
     },
     {
       "id": 2,
-      "product": "CX271-Studio",
+      "product": "QM-27-Studio-Lab",
       "panelRevision": 3,
-      "reference": {"deviceID": 82, "serial": "R2-1998-0007"},
+      "reference": {"deviceID": 82, "serial": "QS30-980007"},
       "date": {"year": 2024, "month": 6, "day": 2, "hour": 13, "minute": 15},
       "matrix": [
         [0.991, 0.001, 0.0],
@@ -337,9 +337,9 @@ const char* defaultWorldText() {
     },
     {
       "id": 3,
-      "product": "CS240-Office",
+      "product": "QM-24-Office",
       "panelRevision": 1,
-      "reference": {"deviceID": 48, "serial": "S5-240117"},
+      "reference": {"deviceID": 48, "serial": "QS20-240117"},
       "date": {"year": 2023, "month": 12, "day": 1, "hour": 9, "minute": 10},
       "matrix": [
         [1.021, 0.0, 0.002],

@@ -446,7 +446,7 @@ EmError MDReleaseCorrelationCorrection(MDHandle handle) {
 EmError MDClear9PointsCorrelationCorrection(MDHandle handle) {
   Call call("MDClear9PointsCorrelationCorrection", {form::sensorHandle(handle)});
   return onSensor(call, handle, [&](Sensor& sensor) -> EmError {
-    // Nine-point corrections belong to swing sensors, the ones on an arm.
+    // Nine-point corrections belong to arm sensors, the ones on an arm.
     if (!sensor.capabilities.arm) return EMERR_UNSUPPORTED;
     sensor.state.ninePointCorrection.reset();
     return EMERR_OK;

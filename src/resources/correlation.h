@@ -1,5 +1,5 @@
 // Correlation of a sensor with a reference instrument: the stored correlation corrections, the
-// nine-point correction of a swing sensor, the criterion sensor description of a built-in sensor
+// nine-point correction of an arm sensor, the criterion sensor description of a built-in sensor
 // and the correlation records held in a built-in sensor.
 //
 // Every handler first resolves the sensor from the "id" path parameter under its resource word:
@@ -43,7 +43,7 @@ class SensorCorrelation : public vesk::Bridge {
   BridgeResult Delete(const BridgeData& data) override;
 };
 
-// Sensors/{id}/Correlation/9Points: clears the nine-point correlation correction of a swing
+// Sensors/{id}/Correlation/9Points: clears the nine-point correlation correction of an arm
 // sensor, step "Clear 9 points correlation correction.". Answers null. Takes no lock.
 class SensorCorrelation9Points : public vesk::Bridge {
  public:
@@ -61,7 +61,7 @@ class SensorCorrelation9Points : public vesk::Bridge {
 // The JSON form of a description:
 //   {"date": {"dateString": "2024-03-07 09:05:00", "day": 7, "hour": 9, "minute": 5,
 //             "month": 3, "year": 2024},
-//    "referenceSensor": {"deviceID": 48, "serial": "S5-240117"}}
+//    "referenceSensor": {"deviceID": 48, "serial": "QS20-240117"}}
 class SensorCorrelationDescription : public vesk::Bridge {
  public:
   // The stored description, or null when it is absent (date, time and device id all 0 and the

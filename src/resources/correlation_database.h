@@ -16,10 +16,10 @@
 // A stored entry in JSON:
 //   {"id": 4, "date": {"dateString": "2024-06-02 13:15:00", "day": 2, "hour": 13, "minute": 15,
 //                      "month": 6, "year": 2024},
-//    "referenceSensor": {"deviceID": 48, "serial": "S5-240117"}}
+//    "referenceSensor": {"deviceID": 48, "serial": "QS20-240117"}}
 //
 // The body of both Posts names the reference instrument the current data was made against:
-//   {"referenceSensor": {"deviceID": 48, "serial": "S5-240117"}, ...}
+//   {"referenceSensor": {"deviceID": 48, "serial": "QS20-240117"}, ...}
 // "referenceSensor" must be an object (else 400 "data must have referenceSensor.") whose
 // "deviceID" is a JSON number that is a whole unsigned 32-bit value after rounding half away from
 // zero and whose "serial" is a string (else 400 "referenceSensor must have deviceID, serial.") of

@@ -49,7 +49,7 @@ function startHost() {
 // studio monitor and the monitor itself.
 const world = async () => (await (await fetch(`${base}sim/world`)).json()).value;
 const studioSensor = async () => (await world()).sensors.find((s) => s.deviceID === 4144);
-const studioMonitor = async () => (await world()).monitors.find((m) => m.serial === '27Q00451');
+const studioMonitor = async () => (await world()).monitors.find((m) => m.serial === 'QM7A0451');
 
 // The log entries of the requests that failed, newest first, for an assertion message.
 const failedRequests = () =>
@@ -114,22 +114,22 @@ after(async () => {
 describe('the console as a new user meets it', () => {
   step('lists the monitors of the simulated world', 'GET /host/info, GET /sim/world', async () => {
     await page.getByText('plug-in loaded').waitFor();
-    await page.locator("[data-monitor='27Q00451']").waitFor();
+    await page.locator("[data-monitor='QM7A0451']").waitFor();
   });
 
   step('opens the sensor built into a monitor', 'Monitors POST', async () => {
-    await page.click("[data-monitor='27Q00451']");
+    await page.click("[data-monitor='QM7A0451']");
     const id = (await textOf('#sensor-id')).trim();
     assert.match(id, /^[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}$/);
     await page.locator(`.row-selected[data-sensor-id='${id}']`).waitFor();
   });
 
   step('shows the sensor\u2019s identity and capabilities', 'Sensor GET', async () => {
-    await page.locator('#identity dd', { hasText: 'SW-27Q00451' }).waitFor();
+    await page.locator('#identity dd', { hasText: 'ARM-QM7A0451' }).waitFor();
     await page.locator('#identity .chip-yes', { hasText: 'arm' }).waitFor();
   });
 
-  step('takes the arm out, which the swing sensor needs to measure', 'SensorArm PUT', async () => {
+  step('takes the arm out, which the arm sensor needs to measure', 'SensorArm PUT', async () => {
     await page.click('#arm-out');
     await page.locator('#arm-output .note-ok').waitFor();
     assert.equal((await studioSensor()).state.armOut, true);
@@ -236,7 +236,7 @@ describe('the console as a new user meets it', () => {
     const count = await opened();
     // Another site on the same machine, whose page tries to open a sensor: a simple cross-origin
     // POST, which the browser sends without asking first.
-    const target = `${base}Monitors/27Q00451/CX271-Studio/Sensor`;
+    const target = `${base}Monitors/QM7A0451/QM-27-Studio-Lab/Sensor`;
     const site = createServer((request, response) => {
       response.setHeader('Content-Type', 'text/html');
       response.end(`<script>fetch(${JSON.stringify(target)}, {method: 'POST', mode: 'no-cors'})

@@ -60,7 +60,7 @@ class CorrelationDataIndexTest : public CorrelationTest,
 
 TEST_P(CorrelationDataIndexTest, SelectsTheSetByFlagAndPriority) {
   const IndexCase& row = GetParam();
-  const std::string serial = row.monitor == std::string("studio") ? "27Q00451" : "24S10088";
+  const std::string serial = row.monitor == std::string("studio") ? "QM7A0451" : "QM4C0088";
   loadDefaultWorldWith(serial, [&](cairnjson::Value& monitor) {
     monitor["duePriority"] = correlation_test::parsed(row.duePriority);
     monitor["dataIndexByFlags"].setBool(row.byFlags);
@@ -79,21 +79,21 @@ INSTANTIATE_TEST_SUITE_P(Rows, CorrelationDataIndexTest, testing::ValuesIn(kInde
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(CorrelationTest, DescriptionIsRefusedWhileHeldElsewhereThenReadInASectionOfItsOwn) {
-  const std::string swing = sensor("studio");
+  const std::string armSensor = sensor("studio");
   // While another program holds the section, the index is refused by number and by flags; only
   // the second refusal is reported.
-  ASSERT_EQ(QuilbySimHoldMonitor("27Q00451", "CX271-Studio", 1), 0);
-  EXPECT_EQ(call("SensorCorrelationDescription", "GET", swing).envelope,
+  ASSERT_EQ(QuilbySimHoldMonitor("QM7A0451", "QM-27-Studio-Lab", 1), 0);
+  EXPECT_EQ(call("SensorCorrelationDescription", "GET", armSensor).envelope,
             emError(0x8000001F, "Rejected by critical section.", "Set color sensor data index."));
   EXPECT_EQ(dataIndexSteps(journal()), "Priority, Index 3 -> -1, Index2 1 1 -> 2147483679");
   EXPECT_TRUE(calls("CSSG2H_GetCriterionSensorDescription").empty());
 
-  ASSERT_EQ(QuilbySimHoldMonitor("27Q00451", "CX271-Studio", 0), 0);
+  ASSERT_EQ(QuilbySimHoldMonitor("QM7A0451", "QM-27-Studio-Lab", 0), 0);
   clearJournal();
-  EXPECT_EQ(call("SensorCorrelationDescription", "GET", swing).envelope,
+  EXPECT_EQ(call("SensorCorrelationDescription", "GET", armSensor).envelope,
             R"({"error":null,"value":{"date":{"dateString":"2023-11-02 14:20:00","day":2,)"
             R"("hour":14,"minute":20,"month":11,"year":2023},)"
-            R"("referenceSensor":{"deviceID":48,"serial":"S5-240117"}}})");
+            R"("referenceSensor":{"deviceID":48,"serial":"QS20-240117"}}})");
   // The priority is read before any section; one section selects the user set, another
   // surrounds the reading.
   EXPECT_EQ(dataIndexSteps(journal(), true),

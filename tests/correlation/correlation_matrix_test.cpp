@@ -19,16 +19,16 @@ using correlation_test::kOK;
 TEST_F(CorrelationTest, ListsTheMatricesOfTheMonitorsProductAndPanelRevision) {
   EXPECT_EQ(call("SensorCorrelationMatrix", "GET", sensor("studio"), R"({"available":0})").envelope,
             R"({"error":null,"value":[)"
-            R"({"id":1,"referenceSensor":{"deviceID":48,"serial":"S5-240117"}},)"
-            R"({"id":2,"referenceSensor":{"deviceID":82,"serial":"R2-1998-0007"}}]})");
+            R"({"id":1,"referenceSensor":{"deviceID":48,"serial":"QS20-240117"}},)"
+            R"({"id":2,"referenceSensor":{"deviceID":82,"serial":"QS30-980007"}}]})");
   EXPECT_TRUE(calls("EmCtrlLockMonitor").empty()) << "listing takes no lock";
 
   EXPECT_EQ(call("SensorCorrelationMatrix", "GET", sensor("office"), R"({"available":0})").envelope,
             R"({"error":null,"value":[)"
-            R"({"id":3,"referenceSensor":{"deviceID":48,"serial":"S5-240117"}}]})");
+            R"({"id":3,"referenceSensor":{"deviceID":48,"serial":"QS20-240117"}}]})");
 
   // The matrices are those of the monitor's product and panel revision; none fits revision 4.
-  loadDefaultWorldWith("27Q00451", [](cairnjson::Value& m) { m["panelRevision"].setInteger(4); });
+  loadDefaultWorldWith("QM7A0451", [](cairnjson::Value& m) { m["panelRevision"].setInteger(4); });
   EXPECT_EQ(call("SensorCorrelationMatrix", "GET", sensor("studio"), R"({"available":0})").envelope,
             R"({"error":null,"value":[]})");
 }
@@ -37,23 +37,23 @@ TEST_F(CorrelationTest, ListsTheMatricesOfTheMonitorsProductAndPanelRevision) {
 
 TEST_F(CorrelationTest, MatrixDataReadsTheSupportedFormAndComparesItWithTheFactorySet) {
   EXPECT_EQ(compact(call("SensorCorrelationMatrixData", "GET", sensor("office")).value),
-            R"({"matrix":)" + compact(dataSet("24S10088", 3)["matrix"]) + "}");
-  const std::string swing = sensor("studio");
+            R"({"matrix":)" + compact(dataSet("QM4C0088", 3)["matrix"]) + "}");
+  const std::string armSensor = sensor("studio");
   const std::string query = R"({"checksFactoryData":false})";
-  EXPECT_EQ(compact(call("SensorCorrelationMatrixData", "GET", swing, query).value),
-            R"({"isFactory":true,"matrix":)" + compact(dataSet("27Q00451", 3)["matrix"]) + "}");
+  EXPECT_EQ(compact(call("SensorCorrelationMatrixData", "GET", armSensor, query).value),
+            R"({"isFactory":true,"matrix":)" + compact(dataSet("QM7A0451", 3)["matrix"]) + "}");
   // The factory set stays selected, so a write has to select the user set again itself.
   const std::string changed =
       R"({"matrix":[[1,0,0],[0,1,0],[0,0,1],[0,0,0],[0,0,0],[0,0,0],[0,0,0],[0.5,0,0]]})";
-  ASSERT_EQ(call("SensorCorrelationMatrixData", "PUT", swing, "", changed).envelope, kOK);
-  EXPECT_EQ(compact(call("SensorCorrelationMatrixData", "GET", swing, query).value),
+  ASSERT_EQ(call("SensorCorrelationMatrixData", "PUT", armSensor, "", changed).envelope, kOK);
+  EXPECT_EQ(compact(call("SensorCorrelationMatrixData", "GET", armSensor, query).value),
             R"({"isFactory":false,"matrix":[[1,0.0,0.0],[0.0,1,0.0],[0.0,0.0,1],)"
             R"([0.0,0.0,0.0],[0.0,0.0,0.0],[0.0,0.0,0.0],[0.0,0.0,0.0],[0.5,0.0,0.0]]})");
 }
 
 // ---- A user's session -------------------------------------------------------------------------
 
-// The studio monitor's swing sensor is correlated to a reference instrument by applying a stored
+// The studio monitor's arm sensor is correlated to a reference instrument by applying a stored
 // matrix (or a stored correction); the measurements follow until it is released.
 using XYZ = std::array<double, 3>;
 
@@ -86,20 +86,20 @@ TEST_F(CorrelationTest, AppliedMatrixOrCorrectionCorrectsMeasurementsUntilReleas
   for (const Way& way : kWays) {
     SCOPED_TRACE(way.resource);
     ASSERT_EQ(QuilbySimReset(), 0);
-    const std::string swing = sensor("studio");
+    const std::string armSensor = sensor("studio");
     const auto measure = [&] {
-      const cairnjson::Value xyz = call("SensorXYZ", "GET", swing).value["XYZ"];
+      const cairnjson::Value xyz = call("SensorXYZ", "GET", armSensor).value["XYZ"];
       return XYZ{xyz["X"].toDouble(NAN), xyz["Y"].toDouble(NAN), xyz["Z"].toDouble(NAN)};
     };
-    ASSERT_EQ(call("SensorArm", "PUT", swing, "", "true").envelope, kOK);
+    ASSERT_EQ(call("SensorArm", "PUT", armSensor, "", "true").envelope, kOK);
     const XYZ before = measure();
     ASSERT_GT(before[1], 100.0) << "the panel shows white";
 
-    const cairnjson::Value listed = call(way.resource, "GET", swing, R"({"available":1})").value;
+    const cairnjson::Value listed = call(way.resource, "GET", armSensor, R"({"available":1})").value;
     ASSERT_EQ(listed.size(), 2u);
-    ASSERT_EQ(listed[0ul]["referenceSensor"]["serial"].toString(""), "S5-240117");
+    ASSERT_EQ(listed[0ul]["referenceSensor"]["serial"].toString(""), "QS20-240117");
     const std::string body = way.bodyBefore + listed[0ul]["id"].toString("") + way.bodyAfter;
-    ASSERT_EQ(call(way.resource, "PUT", swing, "", body).envelope, kOK);
+    ASSERT_EQ(call(way.resource, "PUT", armSensor, "", body).envelope, kOK);
 
     XYZ expected{};
     for (int r = 0; r < 3; ++r) {
@@ -109,7 +109,7 @@ TEST_F(CorrelationTest, AppliedMatrixOrCorrectionCorrectsMeasurementsUntilReleas
     EXPECT_TRUE(sameReading(correlated, expected));
     EXPECT_FALSE(sameReading(correlated, before));
 
-    ASSERT_EQ(call(way.resource, "DELETE", swing).envelope, kOK);
+    ASSERT_EQ(call(way.resource, "DELETE", armSensor).envelope, kOK);
     EXPECT_TRUE(sameReading(measure(), before));
     EXPECT_TRUE(sectionsFree());
   }

@@ -224,10 +224,10 @@ INSTANTIATE_TEST_SUITE_P(Rows, CorrelationRequestTest, testing::ValuesIn(kReques
 TEST_F(CorrelationTest, ListsTheCorrectionsOfTheSensorsMonitor) {
   EXPECT_EQ(call("SensorCorrelation", "GET", sensor("studio"), R"({"available":false})").envelope,
             R"({"error":null,"value":[)"
-            R"({"id":1,"monitor":{"product":"CX271-Studio","serial":"27Q00451"},)"
-            R"("referenceSensor":{"deviceID":48,"serial":"S5-240117"}},)"
-            R"({"id":2,"monitor":{"product":"CX271-Studio","serial":"27Q00451"},)"
-            R"("referenceSensor":{"deviceID":82,"serial":"R2-1998-0007"}}]})");
+            R"({"id":1,"monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
+            R"("referenceSensor":{"deviceID":48,"serial":"QS20-240117"}},)"
+            R"({"id":2,"monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
+            R"("referenceSensor":{"deviceID":82,"serial":"QS30-980007"}}]})");
   // Index by index until the library says there is no more.
   EXPECT_EQ(calls("MDEnumCorrelationCorrection").size(), 3u);
 }
@@ -243,7 +243,7 @@ TEST_F(CorrelationTest, RecalcPassesTheTargetWhiteAsAZeroedColourRecord) {
   EXPECT_EQ(compact(applied[0]["arguments"][2ul]),
             compact(parsed(R"({"Y":120,"x":0.3127,"y":0.329})")));
   // The simulated library recalculated the user set's luminance level for that white.
-  EXPECT_EQ(dataSet("27Q00451", 3)["luminanceLevelCorrection"]["brightness"].toDouble(0), 120.0);
+  EXPECT_EQ(dataSet("QM7A0451", 3)["luminanceLevelCorrection"]["brightness"].toDouble(0), 120.0);
 }
 
 // ---- Criterion sensor description ---------------------------------------------------------------
@@ -259,8 +259,8 @@ struct DescriptionCase {
 const DescriptionCase kDescriptionCases[] = {
     {"DateObjectSecondsDropped",
      R"({"date":{"year":2024,"month":3,"day":7,"hour":9,"minute":5,"second":30},)"
-     R"("referenceSensor":{"deviceID":82,"serial":"R2-1998-0007"}})",
-     R"(2024-03-07 09:05:00 {"deviceID":82,"serial":"R2-1998-0007"})"},
+     R"("referenceSensor":{"deviceID":82,"serial":"QS30-980007"}})",
+     R"(2024-03-07 09:05:00 {"deviceID":82,"serial":"QS30-980007"})"},
     {"DateText", R"({"date":"2024/03/07T09.05.30","referenceSensor":{"deviceID":-7,"serial":"x"}})",
      R"(2024-03-07 09:05:00 {"deviceID":-7,"serial":"x"})"},
     {"SerialCutAt32Bytes",
@@ -285,11 +285,11 @@ class CorrelationDescriptionWriteTest : public CorrelationTest,
                                         public testing::WithParamInterface<DescriptionCase> {};
 
 TEST_P(CorrelationDescriptionWriteTest, StoresWhatGetReadsBack) {
-  const std::string swing = sensor("studio");
-  ASSERT_EQ(call("SensorCorrelationDescription", "PUT", swing, "", GetParam().body).envelope, kOK);
+  const std::string armSensor = sensor("studio");
+  ASSERT_EQ(call("SensorCorrelationDescription", "PUT", armSensor, "", GetParam().body).envelope, kOK);
   ASSERT_EQ(calls("CSSG2H_SetCriterionSensorDescription").size(), 1u);
   expectSectionsKept();
-  const cairnjson::Value read = call("SensorCorrelationDescription", "GET", swing).value;
+  const cairnjson::Value read = call("SensorCorrelationDescription", "GET", armSensor).value;
   EXPECT_EQ(read.isNull() ? "null"
                           : read["date"]["dateString"].toString("") + " " +
                                 compact(read["referenceSensor"]),

@@ -52,14 +52,14 @@ inline std::string badRequest(const std::string& message) {
 
 class CorrelationTest : public quilby_test::PluginTest {
  protected:
-  // The parameters naming a sensor. "studio" opens the swing sensor of the studio monitor (DUE
-  // priority 2, 8x3 matrix, luminance levels); "office" the front sensor of the office monitor
+  // The parameters naming a sensor. "studio" opens the arm sensor of the studio monitor (DUE
+  // priority 2, 8x3 matrix, luminance levels); "office" the panel sensor of the office monitor
   // (older firmware: data index by flags; no DUE priority; 3x3 matrix only); "usb" a USB
   // colorimeter (no HID handle). Any other text is the parameters themselves.
   std::string sensor(const std::string& which) {
     const char* parameters =
-        which == "studio"   ? R"({"serial":"27Q00451","product":"CX271-Studio"})"
-        : which == "office" ? R"({"serial":"24S10088","product":"CS240-Office"})"
+        which == "studio"   ? R"({"serial":"QM7A0451","product":"QM-27-Studio-Lab"})"
+        : which == "office" ? R"({"serial":"QM4C0088","product":"QM-24-Office"})"
         : which == "usb"    ? R"({"deviceID":33})"
                             : nullptr;
     if (!parameters) return which;

@@ -17,7 +17,7 @@ using quilby_test::parsed;
 using quilby_test::Reply;
 
 constexpr const char* kOK = R"({"error":null,"value":null})";
-constexpr const char* kS5 = R"({"referenceSensor":{"deviceID":48,"serial":"S5-240117"})";
+constexpr const char* kS5 = R"({"referenceSensor":{"deviceID":48,"serial":"QS20-240117"})";
 
 std::string emError(std::uint32_t code, const std::string& message, const std::string& reason) {
   return R"({"error":{"code":)" + std::to_string(code) + R"(,"message":")" + message +
@@ -45,11 +45,11 @@ class CorrelationDataTest : public quilby_test::PluginTest {
   }
   // Luminance-level correction, 8x3 matrix; two CSSG2 correlations and two matrices stored.
   std::string studio() {
-    return open("Monitors", R"({"serial":"27Q00451","product":"CX271-Studio"})");
+    return open("Monitors", R"({"serial":"QM7A0451","product":"QM-27-Studio-Lab"})");
   }
   // No luminance-level correction, 3x3 matrix; one IFSv3 correlation and one matrix stored.
   std::string office() {
-    return open("Monitors", R"({"serial":"24S10088","product":"CS240-Office"})");
+    return open("Monitors", R"({"serial":"QM4C0088","product":"QM-24-Office"})");
   }
   // No HID handle.
   std::string colorimeter() { return open("DeviceID", R"({"deviceID":33})"); }
@@ -176,7 +176,7 @@ TEST_F(CorrelationDataTest, DataFailuresNameTheirStepAndLeaveTheSection) {
                  R"({"calibrationData":{"coefficientType":5},"correctionData":{},"reference":{}})")
                 .envelope,
             emError(0x80000000, "Failed.", "Set color sensor correction data."));
-  EXPECT_EQ(userDataSet("27Q00451")["calibrationData"]["coefficientType"].toInt(0), 5);
+  EXPECT_EQ(userDataSet("QM7A0451")["calibrationData"]["coefficientType"].toInt(0), 5);
   EXPECT_TRUE(calls("CSSG2H_R2XCSetRefParam").empty());
   EXPECT_TRUE(sectionsFree());
   EXPECT_EQ(call("SensorCorrelationData", "PUT", office(), "", R"({"luminanceLevelCorrection":{}})")
@@ -193,7 +193,7 @@ TEST_F(CorrelationDataTest, DatabaseListsTheEntriesMadeOnTheSensorsMonitor) {
   EXPECT_EQ(compact(reply.value[1ul]),
             R"({"date":{"dateString":"2024-05-30 16:40:00","day":30,"hour":16,"minute":40,)"
             R"("month":5,"year":2024},"id":2,"referenceSensor":{"deviceID":82,)"
-            R"("serial":"R2-1998-0007"}})");
+            R"("serial":"QS30-980007"}})");
   EXPECT_EQ(calls("MDEnumCorrelationInfo").size(), 4u);  // three entries, then the end
   EXPECT_EQ(calls("MDGetCorrelationDataDate").size(), 2u);
 }
@@ -208,7 +208,7 @@ TEST_F(CorrelationDataTest, DatabaseStoresTheSensorsRecordAndMatchesItTolerantly
   const auto added = calls("MDAddCSSG2CorrelationDataWithDateEx");
   ASSERT_EQ(added.size(), 1u);
   EXPECT_EQ(compact(added[0]["arguments"]),
-            R"(["27Q00451","CX271-Studio",48,"S5-240117",)"
+            R"(["QM7A0451","QM-27-Studio-Lab",48,"QS20-240117",)"
             R"({"luminanceLevelCorrection":{"brightness":160,"dimmerOut":1023}},)"
             R"({"day":2,"hour":3,"minute":4,"month":1,"year":2025}])");
   bool held = true;
@@ -312,7 +312,7 @@ TEST_F(CorrelationDataTest, MatrixDatabaseListsTheProductsMatricesAndTheLatest) 
   EXPECT_EQ(call("SensorCorrelationMatrixDatabase", "GET", office()).envelope,
             answer(R"({"latestID":3,"matrices":[{"date":{"dateString":"2023-12-01 09:10:00",)"
                    R"("day":1,"hour":9,"minute":10,"month":12,"year":2023},"id":3,)"
-                   R"("referenceSensor":{"deviceID":48,"serial":"S5-240117"}}]})"));
+                   R"("referenceSensor":{"deviceID":48,"serial":"QS20-240117"}}]})"));
   const Reply studioMatrices = call("SensorCorrelationMatrixDatabase", "GET", studio());
   EXPECT_EQ(studioMatrices.value["latestID"].toInt(0), 2) << studioMatrices.envelope;
   EXPECT_EQ(studioMatrices.value["matrices"].size(), 2u);
@@ -331,8 +331,8 @@ TEST_F(CorrelationDataTest, MatrixDatabaseListsTheProductsMatricesAndTheLatest) 
 }
 
 TEST_F(CorrelationDataTest, MatrixDatabaseStoresTheSensorsMatrixInItsForm) {
-  const std::pair<std::string, const char*> sensors[] = {{studio(), "27Q00451"},
-                                                         {office(), "24S10088"}};
+  const std::pair<std::string, const char*> sensors[] = {{studio(), "QM7A0451"},
+                                                         {office(), "QM4C0088"}};
   for (const auto& [sensor, serial] : sensors) {
     clearJournal();
     const Reply stored =

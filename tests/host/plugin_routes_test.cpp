@@ -65,8 +65,8 @@ TEST_F(PluginRoutesTest, OpeningRoutesHandTheirPathToTheDeviceLibraries) {
       {"/Sensors/33", "DeviceID", "MDOpen", "[33]"},
       {"/Sensors/Individual/54887620458597674", "IndividualID", "MDOpenWithIndividualID",
        R"(["00c3000000004d2a"])"},
-      {"/Monitors/27Q00451/CX271-Studio/Sensor", "Monitors", "EmCtrlGetHIDHandle",
-       R"(["27Q00451","CX271-Studio"])"},
+      {"/Monitors/QM7A0451/QM-27-Studio-Lab/Sensor", "Monitors", "EmCtrlGetHIDHandle",
+       R"(["QM7A0451","QM-27-Studio-Lab"])"},
       {"/bridge/DeviceID", "DeviceID", "MDOpen", "[48]"},
   };
   for (const auto& c : cases) {
@@ -90,9 +90,9 @@ TEST_F(PluginRoutesTest, OpeningRoutesHandTheirPathToTheDeviceLibraries) {
 }
 
 TEST_F(PluginRoutesTest, ShownColourReachesTheWorld) {
-  const std::string path = "/sim/monitors/24S10088/CS240-Office/";
+  const std::string path = "/sim/monitors/QM4C0088/QM-24-Office/";
   EXPECT_EQ(request("PUT", path + "shownColor", "[1, 0.5, 0]").status, 200);
-  EXPECT_EQ(shown("24S10088"), "1.000000 0.500000 0.000000");
+  EXPECT_EQ(shown("QM4C0088"), "1.000000 0.500000 0.000000");
 
   const struct {
     std::string target;
@@ -102,7 +102,7 @@ TEST_F(PluginRoutesTest, ShownColourReachesTheWorld) {
       {path + "shownColor", "[1, 0.5]", 400},
       {path + "shownColor", "[1, 0.5, 1.5]", 400},
       {path + "shownColor", R"(["1", 0, 0])", 400},
-      {"/sim/monitors/NOPE/CS240-Office/shownColor", "[0, 0, 0]", 404},
+      {"/sim/monitors/NOPE/QM-24-Office/shownColor", "[0, 0, 0]", 404},
       {path + "held", "1", 400},
   };
   for (const auto& c : refused) {
@@ -110,7 +110,7 @@ TEST_F(PluginRoutesTest, ShownColourReachesTheWorld) {
     EXPECT_EQ(response.status, c.status) << c.target << " " << c.body;
     EXPECT_EQ(parsed(response.body)["error"]["name"].stringRef(), "SimulatorError");
   }
-  EXPECT_EQ(shown("24S10088"), "1.000000 0.500000 0.000000");
+  EXPECT_EQ(shown("QM4C0088"), "1.000000 0.500000 0.000000");
 }
 
 TEST_F(PluginRoutesTest, InjectedFailuresReachThePlugInsAnswer) {
@@ -141,7 +141,7 @@ TEST_F(PluginRoutesTest, InjectedFailuresReachThePlugInsAnswer) {
 TEST_F(PluginRoutesTest, ANewWorldClosesTheSensorsOfTheOldOne) {
   const std::string id = parsed(request("POST", "/Sensors/33").body)["value"].toString("");
   ASSERT_TRUE(std::regex_match(id, kSensorId));
-  request("PUT", "/sim/monitors/27Q00451/CX271-Studio/shownColor", "[0, 0, 1]");
+  request("PUT", "/sim/monitors/QM7A0451/QM-27-Studio-Lab/shownColor", "[0, 0, 1]");
   using Known = int (*)(const char*, void*);
   const auto known = reinterpret_cast<Known>(quilbyhost::PluginHost::Instance().symbol(
       "SensorControlGetHandleForID"));
@@ -150,7 +150,7 @@ TEST_F(PluginRoutesTest, ANewWorldClosesTheSensorsOfTheOldOne) {
 
   EXPECT_EQ(request("POST", "/sim/reset").status, 200);
   EXPECT_EQ(known(id.c_str(), nullptr), 0);
-  EXPECT_EQ(shown("27Q00451"), "1.000000 1.000000 1.000000");
+  EXPECT_EQ(shown("QM7A0451"), "1.000000 1.000000 1.000000");
   EXPECT_EQ(journal().size(), 0u) << "the closing of the old handles is not journaled";
 }
 
@@ -171,7 +171,7 @@ TEST_F(PluginRoutesTest, WorldsAreReadAndReplaced) {
 TEST_F(PluginRoutesTest, OtherSimulatorPathsHaveNoRoute) {
   const std::pair<const char*, const char*> cases[] = {
       {"GET", "/sim"},         {"GET", "/sim/"},       {"POST", "/sim/world"},
-      {"GET", "/sim/monitors"}, {"GET", "/sim/monitors/24S10088/CS240-Office/shownColor"},
+      {"GET", "/sim/monitors"}, {"GET", "/sim/monitors/QM4C0088/QM-24-Office/shownColor"},
       {"PATCH", "/sim/reset"},
   };
   for (const auto& [method, target] : cases) {

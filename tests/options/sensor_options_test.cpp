@@ -25,7 +25,7 @@ class SensorOptionsTest : public PluginTest {
   std::string spectrophotometer() { return open("DeviceID", R"({"deviceID":48})"); }
   std::string colorimeter() { return open("DeviceID", R"({"deviceID":33})"); }
   std::string builtIn() {
-    return open("Monitors", R"({"serial":"27Q00451","product":"CX271-Studio"})");
+    return open("Monitors", R"({"serial":"QM7A0451","product":"QM-27-Studio-Lab"})");
   }
 
   // The envelope of a library failure with its code and operation text.
@@ -99,7 +99,7 @@ TEST_F(SensorOptionsTest, SupportsQueryOfAMissingFunctionIsFunctionNotFound) {
 TEST_F(SensorOptionsTest, ParameterDescriptionIsTextUpTo255Bytes) {
   const std::string sensor = spectrophotometer();
   EXPECT_EQ(call("SensorParameterDescription", "GET", sensor).envelope,
-            R"({"error":null,"value":"Lumetra S5, factory parameters"})");
+            R"({"error":null,"value":"QS-20, factory parameters"})");
   const std::string longest(255, 'd');
   EXPECT_EQ(call("SensorParameterDescription", "PUT", sensor, "", "\"" + longest + "\"").status, 200);
   EXPECT_EQ(call("SensorParameterDescription", "GET", sensor).value.stringRef(), longest);

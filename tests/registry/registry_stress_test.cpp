@@ -75,7 +75,7 @@ class RegistryStressTest : public RegistryTest {
 
 TEST_F(RegistryStressTest, ConcurrentUseLosesAndDoublyClosesNoHandle) {
   const DeadlockAlarm deadlockAlarm(kDeadlockTimeout);
-  ASSERT_EQ(call("Sensors", "PUT", "", "", R"({"serialMappings":{"Lumetra R2 Serial Bridge":82}})").status, 200);
+  ASSERT_EQ(call("Sensors", "PUT", "", "", R"({"serialMappings":{"QS-30 serial bridge":82}})").status, 200);
 
   // Identifiers the request thread handed out, for the lookups by identifier.
   std::mutex idsMutex;
@@ -97,7 +97,7 @@ TEST_F(RegistryStressTest, ConcurrentUseLosesAndDoublyClosesNoHandle) {
       const EmError status = functions.getHandleForHIDHandle(hid, &handle);
       if (status != EMERR_OK && status != EMERR_NOT_REGISTERED) failure("getHandleForHIDHandle failed");
     }
-    const EmError status = functions.getHandleForDeviceID(kSwingSensor, &handle);
+    const EmError status = functions.getHandleForDeviceID(kArmSensor, &handle);
     if (status != EMERR_OK && status != EMERR_NOT_REGISTERED) failure("getHandleForDeviceID failed");
     // Without the registry's lock only a search is safe: this handle is never registered.
     if (functions.removeSensor(reinterpret_cast<MDHandle>(0x5153000000fffff0ULL)) != EMERR_NOT_REGISTERED) {

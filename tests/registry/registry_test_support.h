@@ -24,13 +24,13 @@ namespace quilby_test {
 // The built-in world's sensors and monitors used by these tests.
 inline constexpr MDDeviceID kColorimeter = 33;        // USB, ambient, several positions
 inline constexpr MDDeviceID kSpectrophotometer = 48;  // USB, reflectance, spectrum, calibration
-inline constexpr MDDeviceID kSerialReference = 82;    // on "Lumetra R2 Serial Bridge"
-inline constexpr MDDeviceID kSwingSensor = 4144;      // the studio monitor's, arm starts in
-inline constexpr const char* kStudioSerial = "27Q00451";
-inline constexpr const char* kOfficeSerial = "24S10088";    // fixed front sensor
-inline constexpr const char* kUnlinkedSerial = "27U00912";  // known, but without HID handle
-inline constexpr const char* kStudioProduct = "CX271-Studio";
-inline constexpr const char* kOfficeProduct = "CS240-Office";
+inline constexpr MDDeviceID kSerialReference = 82;    // on "QS-30 serial bridge"
+inline constexpr MDDeviceID kArmSensor = 4144;      // the studio monitor's, arm starts in
+inline constexpr const char* kStudioSerial = "QM7A0451";
+inline constexpr const char* kOfficeSerial = "QM4C0088";    // fixed panel sensor
+inline constexpr const char* kUnlinkedSerial = "QM7B0912";  // known, but without HID handle
+inline constexpr const char* kStudioProduct = "QM-27-Studio-Lab";
+inline constexpr const char* kOfficeProduct = "QM-24-Office";
 
 // The answers as answer() writes them.
 inline std::string ok(const std::string& valueJson) {
@@ -133,7 +133,7 @@ class RegistryTest : public PluginTest {
   // The same, answering the parameters that name the sensor.
   std::string colorimeter() { return named(openByDeviceID(kColorimeter)); }
   std::string spectrophotometer() { return named(openByDeviceID(kSpectrophotometer)); }
-  std::string swingSensor() { return named(openMonitor(kStudioSerial, kStudioProduct)); }
+  std::string armSensor() { return named(openMonitor(kStudioSerial, kStudioProduct)); }
   std::string frontSensor() { return named(openMonitor(kOfficeSerial, kOfficeProduct)); }
 
   // The handle registered under `id` (NULL when unknown or closed in place).

@@ -56,7 +56,7 @@ TEST_F(SensorHandleInterfaceTest, LooksUpByIdentifierHIDHandleAndDeviceIDInIdent
                                             openMonitor(kStudioSerial, kStudioProduct)));
   EXPECT_EQ(byHID(0x1001), Found(EMERR_OK, studio));
   EXPECT_EQ(byHID(0x1002), Found(EMERR_OK, handleOf(office)));
-  EXPECT_EQ(byDeviceID(kSwingSensor), Found(EMERR_OK, studio));
+  EXPECT_EQ(byDeviceID(kArmSensor), Found(EMERR_OK, studio));
   EXPECT_EQ(byDeviceID(kColorimeter), Found(EMERR_OK, handleOf(colorimeter)));
   EXPECT_EQ(byHID(0x1003), Found(EMERR_NOT_REGISTERED, bogusHandle()));
   EXPECT_EQ(byDeviceID(kSpectrophotometer), Found(EMERR_NOT_REGISTERED, bogusHandle()));
@@ -90,7 +90,7 @@ TEST_F(SensorHandleInterfaceTest, PreUpdateAndUpdateReopenBuiltInSensorsUnderThe
   const std::string first = openMonitor(kStudioSerial, kStudioProduct);
   const std::string second = openMonitor(kStudioSerial, kStudioProduct);
   const std::string failing = std::min(first, second), other = std::max(first, second);
-  // Neither the office's sensor nor those opened without a monitor (the swing sensor by its
+  // Neither the office's sensor nor those opened without a monitor (the arm sensor by its
   // individual id among them) are touched.
   const std::vector<std::string> untouched = {
       openMonitor(kOfficeSerial, kOfficeProduct), openByDeviceID(kColorimeter),

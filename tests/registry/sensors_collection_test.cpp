@@ -18,9 +18,9 @@ TEST_F(SensorsCollectionTest, ListsOpenedSensorsAndTheirNamesInIdentifierOrder) 
   EXPECT_EQ(answer("Sensors", "GET"), ok("[]"));
   EXPECT_EQ(answer("SensorsName", "GET"), ok("[]"));
   std::vector<std::pair<std::string, std::string>> opened = {
-      {openByDeviceID(kColorimeter), "Lumetra C3 Colorimeter"},
-      {openMonitor(kOfficeSerial, kOfficeProduct), "CS Front Sensor"},
-      {openByDeviceID(kSpectrophotometer), "Lumetra S5 Spectrophotometer"}};
+      {openByDeviceID(kColorimeter), "QS-10 colorimeter"},
+      {openMonitor(kOfficeSerial, kOfficeProduct), "QM panel sensor"},
+      {openByDeviceID(kSpectrophotometer), "QS-20 spectrophotometer"}};
   std::sort(opened.begin(), opened.end());
   std::vector<std::string> ids, names;
   for (const auto& [id, name] : opened) {
@@ -77,7 +77,7 @@ TEST_F(SensorsCollectionTest, PutSetsTheLibraryDirectoryBeforeTheSerialMappings)
   }
   // The value is turned into text: 5 names no directory, and the mappings are left unset.
   EXPECT_EQ(answer("Sensors", "PUT", "", "",
-                   R"({"libraryPath":5,"serialMappings":{"Lumetra R2 Serial Bridge":82}})"),
+                   R"({"libraryPath":5,"serialMappings":{"QS-30 serial bridge":82}})"),
             emError(0x80000010, "Dll is not found.", "Init device libraries directory path."));
   EXPECT_EQ(handleArguments("MDInitDeviceLibrariesDirectoryPath"), std::vector<std::string>{"5"});
   EXPECT_EQ(answer("Sensors", "GET", "", R"({"serialConnected":1})"), ok("[]"));
@@ -111,12 +111,12 @@ TEST_F(SensorsCollectionTest, NamesOfDeviceIDsComeInTheOrderGiven) {
     const char *deviceIDs, *names;
   };
   const Row rows[] = {
-      {R"("48,33")", R"(["Lumetra S5 Spectrophotometer","Lumetra C3 Colorimeter"])"},
-      {R"(" 82, 4144x")", R"(["Lumetra R2 Reference","CX Swing Sensor"])"},
+      {R"("48,33")", R"(["QS-20 spectrophotometer","QS-10 colorimeter"])"},
+      {R"(" 82, 4144x")", R"(["QS-30 reference","QM arm sensor"])"},
       // Empty pieces and pieces without a leading number ask for device 0, which has no name.
-      {R"("33,,x,")", R"(["Lumetra C3 Colorimeter","","",""])"},
+      {R"("33,,x,")", R"(["QS-10 colorimeter","","",""])"},
       {R"("")", R"([""])"},
-      {"4145", R"(["CS Front Sensor"])"},
+      {"4145", R"(["QM panel sensor"])"},
   };
   openByDeviceID(kColorimeter);
   for (const Row& row : rows) {
@@ -152,8 +152,8 @@ TEST_F(SensorOpeningTest, OpeningRegistersTheNewHandleUnderAFreshLowerCaseUUID) 
       // 32 bits of the number are the device id.
       {"DeviceID", R"({"deviceID":" 82abc"})", "Sensors/ 82abc", "MDOpen", "[82]"},
       {"DeviceID", R"({"deviceID":4294967329})", "Sensors/4294967329", "MDOpen", "[33]"},
-      {"Monitors", R"({"serial":"27Q00451","product":"CX271-Studio"})",
-       "Monitors/27Q00451/CX271-Studio/Sensor", "MDOpenWithHIDHandle", R"(["hid:0x1001"])"},
+      {"Monitors", R"({"serial":"QM7A0451","product":"QM-27-Studio-Lab"})",
+       "Monitors/QM7A0451/QM-27-Studio-Lab/Sensor", "MDOpenWithHIDHandle", R"(["hid:0x1001"])"},
       {"IndividualID", R"({"individualID":"54887620458597674"})",
        "Sensors/Individual/54887620458597674", "MDOpenWithIndividualID", R"(["00c3000000004d2a"])"},
       {"IndividualID", R"({"individualID":271582289})", "Sensors/Individual/271582289",
@@ -184,19 +184,19 @@ TEST_F(SensorOpeningTest, FailedOpeningAnswersTheErrorAndRegistersNothing) {
       {"DeviceID", "", "Sensors/", kInvalidURI},
       {"DeviceID", R"({"deviceID":[33]})", "Sensors/", kInvalidURI},
       {"IndividualID", R"({"id":"1"})", "Sensors/Individual/", kInvalidURI},
-      {"Monitors", R"({"serial":"27Q00451"})", "Monitors/27Q00451//Sensor", kInvalidURI},
-      {"Monitors", R"({"serial":"","product":"CX271-Studio"})", "Monitors//CX271-Studio/Sensor",
+      {"Monitors", R"({"serial":"QM7A0451"})", "Monitors/QM7A0451//Sensor", kInvalidURI},
+      {"Monitors", R"({"serial":"","product":"QM-27-Studio-Lab"})", "Monitors//QM-27-Studio-Lab/Sensor",
        kInvalidURI},
       // The next open fails with "Timed out." (injected below).
       {"DeviceID", R"({"deviceID":"33"})", "Sensors/33",
        emError(0x80000013, "Timed out.", "Open sensor.")},
-      {"Monitors", R"({"serial":"NOPE","product":"CX271-Studio"})",
-       "Monitors/NOPE/CX271-Studio/Sensor",
+      {"Monitors", R"({"serial":"NOPE","product":"QM-27-Studio-Lab"})",
+       "Monitors/NOPE/QM-27-Studio-Lab/Sensor",
        emError(0x80010001, "Monitor connection error.", "Get HID handle.")},
       // "Unknown." (a monitor without HID handle) passes the check; opening without a HID handle
       // then fails.
-      {"Monitors", R"({"serial":"27U00912","product":"CX271-Studio"})",
-       "Monitors/27U00912/CX271-Studio/Sensor",
+      {"Monitors", R"({"serial":"QM7B0912","product":"QM-27-Studio-Lab"})",
+       "Monitors/QM7B0912/QM-27-Studio-Lab/Sensor",
        emError(0x80000001, "Invalid argument.", "Open sensor with HID handle.")},
       {"IndividualID", R"({"individualID":"12"})", "Sensors/Individual/12",
        emError(0x80010002, "Sensor connection error.", "Open sensor with individual id.")},

@@ -44,7 +44,7 @@ TEST_F(SerialUSBConnectionTest, MappedValuesBecome32BitDeviceIDs) {
       ["82 ", 0], ["", 0], ["08", 0], [null, 0], [[82], 0], [{"id": 82}, 0]])");
   for (const cairnjson::Value& row : rows.elements()) {
     const std::string value = compact(row[0ul]);
-    EXPECT_EQ(connectedWith(R"({"Lumetra R2 Serial Bridge":)" + value + "}"),
+    EXPECT_EQ(connectedWith(R"({"QS-30 serial bridge":)" + value + "}"),
               ok(R"([{"deviceID":)" + compact(row[1]) + "}]"))
         << value;
   }
@@ -55,8 +55,8 @@ TEST_F(SerialUSBConnectionTest, WithoutMappingsNoUSBEnumerationTakesPlace) {
   EXPECT_EQ(functions.enumSerial(0, nullptr), EMERR_NO_MORE_DATA);
   // Every value but an object with members empties the table.
   for (const char* mappings :
-       {"null", R"([["Lumetra R2 Serial Bridge",82]])", "{}", "\"x\"", "82"}) {
-    ASSERT_EQ(connectedWith(R"({"Lumetra R2 Serial Bridge":82})"), ok(R"([{"deviceID":82}])"));
+       {"null", R"([["QS-30 serial bridge",82]])", "{}", "\"x\"", "82"}) {
+    ASSERT_EQ(connectedWith(R"({"QS-30 serial bridge":82})"), ok(R"([{"deviceID":82}])"));
     clearJournal();
     EXPECT_EQ(connectedWith(mappings), ok("[]")) << mappings;
     EXPECT_EQ(functions.enumSerial(0, nullptr), EMERR_NO_MORE_DATA);
@@ -81,7 +81,7 @@ TEST_F(SerialUSBConnectionTest, DevicesAreListedInEnumerationOrderOncePerDevice)
 }
 
 TEST_F(SerialUSBConnectionTest, FailedSnapshotEmptiesTheList) {
-  ASSERT_EQ(connectedWith(R"({"Lumetra R2 Serial Bridge":82})"), ok(R"([{"deviceID":82}])"));
+  ASSERT_EQ(connectedWith(R"({"QS-30 serial bridge":82})"), ok(R"([{"deviceID":82}])"));
   clearJournal();
   QuilbySimFailNext("HvxCreateUSBDeviceSnapshot", 1, EMERR_FAILED);
   EXPECT_EQ(connected(), ok("[]"));
@@ -95,7 +95,7 @@ TEST_F(SerialUSBConnectionTest, EnumerationByIndexRefreshesOnlyAtIndexZero) {
   MDDeviceID id = 77;
   EXPECT_EQ(functions.enumSerial(3, &id), EMERR_NO_MORE_DATA);
   EXPECT_EQ(id, 77u);
-  map(R"({"Lumetra R2 Serial Bridge":82})");
+  map(R"({"QS-30 serial bridge":82})");
   EXPECT_EQ(functions.enumSerial(1, &id), EMERR_NO_MORE_DATA);
   clearJournal();
   EXPECT_EQ(functions.enumSerial(0, &id), EMERR_EXISTS_MORE_DATA);
@@ -107,7 +107,7 @@ TEST_F(SerialUSBConnectionTest, EnumerationByIndexRefreshesOnlyAtIndexZero) {
   EXPECT_EQ(id, 77u);
   EXPECT_EQ(functions.enumSerial(0, nullptr), EMERR_EXISTS_MORE_DATA);
   // New mappings change nothing until the next refresh.
-  map(R"({"USB2.0 Hub":3,"Lumetra R2 Serial Bridge":82})");
+  map(R"({"USB2.0 Hub":3,"QS-30 serial bridge":82})");
   clearJournal();
   EXPECT_EQ(functions.enumSerial(1, &id), EMERR_NO_MORE_DATA);
   EXPECT_TRUE(calls("HvxCreateUSBDeviceSnapshot").empty());
@@ -120,7 +120,7 @@ TEST_F(SerialUSBConnectionTest, EnumerationByIndexRefreshesOnlyAtIndexZero) {
 
 TEST_F(SerialUSBConnectionTest, MissingUSBLibraryFailsTheRefresh) {
   reloadWith("", "libhalvex_x64.so");
-  map(R"({"Lumetra R2 Serial Bridge":82})");
+  map(R"({"QS-30 serial bridge":82})");
   EXPECT_EQ(answer("Sensors", "GET", "", R"({"serialConnected":1})"), functionNotFound("halvex"));
   EXPECT_EQ(functions.enumSerial(0, nullptr), EMERR_FAILED);
 }

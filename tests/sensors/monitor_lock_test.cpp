@@ -47,7 +47,7 @@ class MonitorLockTest : public RegistryTest {
 TEST_F(MonitorLockTest, IdentityIsCopiedWholeOrLeftUntouchedWhenNoMonitorMatches) {
   // Found past the monitor without HID handle, which answers "Unknown.".
   EXPECT_EQ(identityOf(kOfficeHid, true),
-            Identity(std::string("24S10088\0", 9), std::string("CS240-Office\0\0\0\0\0", 17)));
+            Identity(std::string("QM4C0088\0", 9), std::string("QM-24-Office\0\0\0\0\0", 17)));
   EXPECT_EQ(identityOf(kNoMonitorsHid, false), Identity(std::string(9, '#'), std::string(17, '#')));
   // The longest serial and product fill their buffers but for the NUL, and the guard keeps them.
   loadWorld(R"({"monitors":[{"serial":"ABCDEFGH","product":"0123456789ABCDEF",)"
@@ -85,7 +85,7 @@ TEST_F(MonitorLockTest, SectionIsEnteredOnceAndARefusedLeavingKeepsTheGuardLocke
   section.lock();
   section.lock();
   EXPECT_TRUE(section.locked());
-  EXPECT_EQ(section.serial(), "27Q00451");
+  EXPECT_EQ(section.serial(), "QM7A0451");
   EXPECT_EQ(sectionOwners(), (std::vector<std::string>{"process", "", ""}));
   EXPECT_EQ(calls("EmCtrlLockMonitor").size(), 1u);
   // The identity is read again on every lock.

@@ -72,12 +72,12 @@ std::string nameOf(const testing::TestParamInfo<Request>& info) {
 
 class PerSensorRequestTest : public RegistryTest, public testing::WithParamInterface<Request> {
  protected:
-  // The office monitor's front sensor for its requests, else the swing sensor with its arm out.
+  // The office monitor's panel sensor for its requests, else the arm sensor with its arm out.
   std::string sensor() {
     if (serial == kOfficeSerial) return frontSensor();
-    const std::string swing = swingSensor();
-    EXPECT_EQ(answer("SensorArm", "PUT", swing, "", "true"), ok("null"));
-    return swing;
+    const std::string arm = armSensor();
+    EXPECT_EQ(answer("SensorArm", "PUT", arm, "", "true"), ok("null"));
+    return arm;
   }
   std::string request(const std::string& sensor) {
     clearJournal();

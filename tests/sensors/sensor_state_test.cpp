@@ -19,17 +19,17 @@ TEST_F(SensorStateTest, SensorGetDescribesIdentityAndCapabilities) {
   const std::pair<std::string, const char*> rows[] = {
       {colorimeter(),
        R"({"deviceID":33,"hasArm":false,"hasMultipleSensorPosition":true,"hasTargetMarker":false,)"
-       R"("name":"Lumetra C3 Colorimeter","needsCalibration":false,"serial":"C3-0042117",)"
+       R"("name":"QS-10 colorimeter","needsCalibration":false,"serial":"QS10-0042117",)"
        R"("supportsAmbient":true,"supportsReflectance":false})"},
       {spectrophotometer(),
        R"({"deviceID":48,"hasArm":false,"hasMultipleSensorPosition":true,"hasTargetMarker":true,)"
-       R"("name":"Lumetra S5 Spectrophotometer","needsCalibration":true,"serial":"S5-240117",)"
+       R"("name":"QS-20 spectrophotometer","needsCalibration":true,"serial":"QS20-240117",)"
        R"("spectrum":{"bandWidth":10,"count":36,"max":730,"min":380},"supportsAmbient":true,)"
        R"("supportsReflectance":true})"},
-      {swingSensor(),
+      {armSensor(),
        R"({"deviceID":4144,"hasArm":true,"hasMultipleSensorPosition":false,)"
-       R"("hasTargetMarker":false,"name":"CX Swing Sensor","needsCalibration":false,)"
-       R"("serial":"SW-27Q00451","supportsAmbient":false,"supportsReflectance":false})"},
+       R"("hasTargetMarker":false,"name":"QM arm sensor","needsCalibration":false,)"
+       R"("serial":"ARM-QM7A0451","supportsAmbient":false,"supportsReflectance":false})"},
   };
   for (const auto& [sensor, description] : rows) {
     EXPECT_EQ(answer("Sensor", "GET", sensor), ok(description));
@@ -81,10 +81,10 @@ TEST_F(SensorStateTest, QueryDemandingGetsRequireTheirKeyAndIgnoreItsValue) {
   };
   const Row rows[] = {
       {"SensorMode", "supports", colorimeter(), R"({"ambient":true,"reflectance":false})"},
-      {"SensorMode", "supports", swingSensor(), R"({"ambient":false,"reflectance":false})"},
+      {"SensorMode", "supports", armSensor(), R"({"ambient":false,"reflectance":false})"},
       {"SensorCalibration", "needs", spectrophotometer(), "true"},
       {"SensorCalibration", "needs", colorimeter(), "false"},
-      {"SensorArm", "supports", swingSensor(), "true"},
+      {"SensorArm", "supports", armSensor(), "true"},
       {"SensorArm", "supports", colorimeter(), "false"},
   };
   for (const Row& row : rows) {
@@ -107,7 +107,7 @@ TEST_F(SensorStateTest, QueryDemandingGetsRequireTheirKeyAndIgnoreItsValue) {
 TEST_F(SensorStateTest, PositionIsReadUnlessSupportsIsAsked) {
   const std::string sensor = colorimeter();
   EXPECT_EQ(answer("SensorPosition", "GET", sensor, R"({"supports":false})"), ok("true"));
-  EXPECT_EQ(answer("SensorPosition", "GET", swingSensor(), R"({"supports":0})"), ok("false"));
+  EXPECT_EQ(answer("SensorPosition", "GET", armSensor(), R"({"supports":0})"), ok("false"));
   EXPECT_EQ(answer("SensorPosition", "GET", sensor), ok("0"));
   // The head turns to the ambient position with the mode.
   ASSERT_EQ(answer("SensorMode", "PUT", sensor, "", R"({"mode":1,"observerKey":0})"), ok("null"));
@@ -139,7 +139,7 @@ TEST_F(SensorStateTest, ModePutPassesRoundedNumbersThrough) {
 }
 
 TEST_F(SensorStateTest, PutsRefuseBodiesOfTheWrongKind) {
-  const std::string sensor = swingSensor();
+  const std::string sensor = armSensor();
   // Refused before the library is asked; only a built-in sensor's HID handle is looked up first.
   const auto refused = [&](const char* resource, const char* body, const char* message) {
     clearJournal();
@@ -171,18 +171,18 @@ TEST_F(SensorStateTest, PutsRefuseBodiesOfTheWrongKind) {
 }
 
 TEST_F(SensorStateTest, PutsCalibrateWhateverTheBodyAndMoveTheArmByBooleans) {
-  const std::string sensor = spectrophotometer(), swing = swingSensor();
+  const std::string sensor = spectrophotometer(), arm = armSensor();
   clearJournal();
   EXPECT_EQ(answer("SensorCalibration", "PUT", sensor, "", "\"ignored\""), ok("null"));
   EXPECT_EQ(answer("SensorCalibration", "GET", sensor, R"({"needs":1})"), ok("false"));
-  EXPECT_EQ(answer("SensorArm", "PUT", swing, "", "true"), ok("null"));
-  EXPECT_EQ(answer("SensorArm", "PUT", swing, "", "false"), ok("null"));
+  EXPECT_EQ(answer("SensorArm", "PUT", arm, "", "true"), ok("null"));
+  EXPECT_EQ(answer("SensorArm", "PUT", arm, "", "false"), ok("null"));
   EXPECT_EQ(deviceCalls(), (std::vector<std::string>{"MDCalibrate", "MDIsCalibrationNecessary",
                                                      "MDTakeOutArm", "MDTakeInArm"}));
 }
 
 TEST_F(SensorStateTest, PresenceIsReadAsIntegersAndSetFromNumbers) {
-  const std::string sensor = swingSensor();
+  const std::string sensor = armSensor();
   // Sets `body` through `resource`, which then reads `value`, the one given to `function`.
   const auto set = [&](const char* resource, const char* function, const char* body,
                        long long value) {
@@ -213,15 +213,15 @@ TEST_F(SensorStateTest, PresenceIsReadAsIntegersAndSetFromNumbers) {
 class MeasurementsTest : public RegistryTest {};
 
 TEST_F(MeasurementsTest, XYZAndRawDataFollowTheShownColour) {
-  const std::string sensor = colorimeter(), swing = swingSensor();
+  const std::string sensor = colorimeter(), arm = armSensor();
   const cairnjson::Value raw = call("SensorRawData", "GET", sensor).value["rawData"];
   ASSERT_EQ(raw.size(), 3u);
   for (const cairnjson::Value& channel : raw.elements()) EXPECT_GT(channel.toDouble(0.0), 0.0);
-  // The swing sensor's nine-point correction makes the corrected record differ from the raw one;
+  // The arm sensor's nine-point correction makes the corrected record differ from the raw one;
   // neither is read inside the monitor's critical section.
-  ASSERT_EQ(answer("SensorArm", "PUT", swing, "", "true"), ok("null"));
+  ASSERT_EQ(answer("SensorArm", "PUT", arm, "", "true"), ok("null"));
   clearJournal();
-  const cairnjson::Value reading = call("SensorXYZ", "GET", swing).value;
+  const cairnjson::Value reading = call("SensorXYZ", "GET", arm).value;
   const double rawY = reading["rawXYZ"]["Y"].toDouble(0.0);
   EXPECT_GT(rawY, 1.0);
   EXPECT_NEAR(reading["XYZ"]["Y"].toDouble(0.0), rawY * 0.997, 1e-9 * rawY) << compact(reading);

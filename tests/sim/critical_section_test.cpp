@@ -92,10 +92,10 @@ TEST_F(MonitorSectionTest, JournalTellsWhetherThisProcessHeldTheSection) {
   EmCtrlLockMonitor(kStudioSerial, kStudioProduct);
   CSSG2H_MeasureNotCorrelatedXYZCount(kStudioHid, &X, &Y, &Z);
   EmCtrlUnlockMonitor(kStudioSerial, kStudioProduct);
-  MDHandle swing = openBuiltIn(kStudioHid);
+  MDHandle armSensor = openBuiltIn(kStudioHid);
   QuilbySimHoldMonitor(kStudioSerial, kStudioProduct, 1);
-  MDGetHIDHandle(swing);
-  MDOpen(kColorimeter, &swing);
+  MDGetHIDHandle(armSensor);
+  MDOpen(kColorimeter, &armSensor);
 
   const Value entries = journal();
   ASSERT_EQ(entries.size(), 7u);
@@ -120,9 +120,9 @@ TEST_F(MonitorSectionTest, ResetFreesEverySection) {
   ASSERT_EQ(QuilbySimHoldMonitor(kOfficeSerial, kOfficeProduct, 1), 0);
   ASSERT_EQ(QuilbySimReset(), 0);
   EXPECT_EQ(controlText(QuilbySimCriticalSections),
-            R"([{"owner":null,"product":"CX271-Studio","serial":"27Q00451"},)"
-            R"({"owner":null,"product":"CX271-Studio","serial":"27U00912"},)"
-            R"({"owner":null,"product":"CS240-Office","serial":"24S10088"}])");
+            R"([{"owner":null,"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
+            R"({"owner":null,"product":"QM-27-Studio-Lab","serial":"QM7B0912"},)"
+            R"({"owner":null,"product":"QM-24-Office","serial":"QM4C0088"}])");
 }
 
 }  // namespace

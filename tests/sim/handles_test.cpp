@@ -84,9 +84,9 @@ TEST_F(HandlesTest, HandlesThatAreNotOpenFailEveryCall) {
   };
   MDHandle closed = open(kColorimeter), copy = closed, beforeReset = open(kColorimeter);
   // Open handles get answers from every function, so the refusals below are the handles' doing.
-  const auto swing = answers(openBuiltIn(kStudioHid));
+  const auto armSensor = answers(openBuiltIn(kStudioHid));
   for (const auto& [function, answered] : answers(open(kSpectrometer))) {
-    EXPECT_TRUE(answered || swing.at(function)) << function;
+    EXPECT_TRUE(answered || armSensor.at(function)) << function;
   }
   ASSERT_EQ(MDClose(&closed), EMERR_OK);
   EXPECT_EQ(closed, nullptr);
@@ -106,10 +106,10 @@ TEST_F(HandlesTest, EachOpenGivesANewHandleAndAbsentSensorsNone) {
   const char* name = MDGetName(second);
   ASSERT_EQ(MDClose(&first), EMERR_OK);
   EXPECT_EQ(MDIsValidConnection(second), 1);
-  EXPECT_STREQ(name, "Lumetra C3 Colorimeter") << "a name stays valid until its handle closes";
+  EXPECT_STREQ(name, "QS-10 colorimeter") << "a name stays valid until its handle closes";
 
   EXPECT_EQ(MDOpen(9999, &handle), EMERR_SENSOR_CONNECTION_ERROR);
-  EXPECT_EQ(MDOpen(kSwingSensor, &handle), EMERR_SENSOR_CONNECTION_ERROR) << "built-in: by HID";
+  EXPECT_EQ(MDOpen(kArmSensor, &handle), EMERR_SENSOR_CONNECTION_ERROR) << "built-in: by HID";
   EXPECT_EQ(MDOpenWithHIDHandle(reinterpret_cast<void*>(uintptr_t{77}), &handle),
             EMERR_MONITOR_CONNECTION_ERROR);
   EXPECT_EQ(MDOpenWithHIDHandle(nullptr, &handle), EMERR_INVALID_ARGUMENT);
@@ -135,7 +135,7 @@ TEST_F(HandlesTest, LibrariesAgreeOnHidHandlesAndUsbNamesUntilTheSnapshotIsRelea
   for (uint32_t index = 0; void* device = HvxEnumUSBDevice(snapshot, index); ++index) {
     names.insert(HvxGetUSBDeviceName(device));
   }
-  EXPECT_EQ(names.count("Lumetra R2 Serial Bridge"), 1u);
+  EXPECT_EQ(names.count("QS-30 serial bridge"), 1u);
   EXPECT_EQ(names.size(), 3u);
   void* device = HvxEnumUSBDevice(snapshot, 0);
   HvxReleaseSnapshot(snapshot);
@@ -146,11 +146,11 @@ TEST_F(HandlesTest, LibrariesAgreeOnHidHandlesAndUsbNamesUntilTheSnapshotIsRelea
 
 // Each enumeration lists its elements at 0, 1, ... and then answers its end.
 TEST_F(HandlesTest, EnumerationsEndWithNoMoreData) {
-  MDHandle swing = openBuiltIn(kStudioHid);
+  MDHandle armSensor = openBuiltIn(kStudioHid);
   EXPECT_EQ(length(MDEnumConnectedDevices), 2u);
   EXPECT_EQ(length(EmCtrlGetSerialProduct), 3u);
-  EXPECT_EQ(length(MDEnumCorrelationCorrection, swing), 2u);
-  EXPECT_EQ(length(MDEnumCorrelationMatrix, swing, kStudioProduct, 3), 2u);
+  EXPECT_EQ(length(MDEnumCorrelationCorrection, armSensor), 2u);
+  EXPECT_EQ(length(MDEnumCorrelationMatrix, armSensor, kStudioProduct, 3), 2u);
   EXPECT_EQ(length(MDEnumCorrelationInfo), 3u);
   EXPECT_EQ(length(MDEnumCorrelationMatrixInfo, kOfficeProduct, 1), 1u);
 }

@@ -30,10 +30,10 @@ TEST_F(JournalTest, RecordsEveryCallInOrderWithArgumentsAndResults) {
   const std::string handleText = journal()[1ul]["handle"].toString("");
   ASSERT_EQ(handleText.rfind("md:", 0), 0u) << handleText;
   const std::string expected = R"([
-{"arguments":["27Q00451","CX271-Studio"],"function":"EmCtrlGetHIDHandle",$M,"status":0},
+{"arguments":["QM7A0451","QM-27-Studio-Lab"],"function":"EmCtrlGetHIDHandle",$M,"status":0},
 {"arguments":["hid:0x1001"],"function":"MDOpenWithHIDHandle","handle":"$H",$M,"status":0},
 {"arguments":["$H",1,0],"function":"MDSetMode",$M,"status":2147483655},
-{"arguments":["$H"],"function":"MDGetName",$M,"status":"CX Swing Sensor"},
+{"arguments":["$H"],"function":"MDGetName",$M,"status":"QM arm sensor"},
 {"arguments":["$H"],"function":"MDGetHIDHandle",$M,"status":"hid:0x1001"},
 {"arguments":[[33,48],2],"function":"MDSupportsSubprocess","status":1},
 {"arguments":[null,0],"function":"MDSupportsSubprocess","status":0},
@@ -41,7 +41,7 @@ TEST_F(JournalTest, RecordsEveryCallInOrderWithArgumentsAndResults) {
 {"arguments":["$H"],"function":"MDClose",$M,"status":0}
 ])";
   const std::string monitor =
-      R"("monitor":{"product":"CX271-Studio","serial":"27Q00451"},"sectionHeld":false)";
+      R"("monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},"sectionHeld":false)";
   const std::string text = std::regex_replace(expected, std::regex("\n"), "");
   EXPECT_EQ(controlText(QuilbySimJournal),
             std::regex_replace(std::regex_replace(text, std::regex("\\$H"), handleText),
@@ -52,7 +52,7 @@ TEST_F(JournalTest, RecordsInputRecordsAndOmitsOutputs) {
   MDCSSG2CriterionSensorDescription description{};
   description.date = MDDate{2024, 3, 14, 9, 26};
   description.deviceID = 48;
-  std::strcpy(description.serial, "S5-240117");
+  std::strcpy(description.serial, "QS20-240117");
   ASSERT_EQ(CSSG2H_SetCriterionSensorDescription(kStudioHid, &description), EMERR_OK);
   MDCSSG2CriterionSensorDescription read{};
   ASSERT_EQ(CSSG2H_GetCriterionSensorDescription(kStudioHid, &read, &read.deviceID), EMERR_OK);
@@ -64,7 +64,7 @@ TEST_F(JournalTest, RecordsInputRecordsAndOmitsOutputs) {
   ASSERT_EQ(entries.size(), 3u);
   EXPECT_EQ(compact(entries[0ul]["arguments"]),
             R"(["hid:0x1001",{"date":{"day":14,"hour":9,"minute":26,"month":3,"year":2024},)"
-            R"("deviceID":48,"serial":"S5-240117"}])");
+            R"("deviceID":48,"serial":"QS20-240117"}])");
   EXPECT_EQ(compact(entries[1ul]["arguments"]), R"(["hid:0x1001"])");
   EXPECT_EQ(compact(entries[2ul]["arguments"]),
             R"(["hid:0x1001",[1,0.0,0.0,0.0,1,0.0,0.0,0.0,0.5]])");
@@ -81,7 +81,7 @@ TEST_F(JournalTest, NonFiniteInputsAreNamedAndStoredNowhere) {
   MDCSSG2CorrelationDataEx correlation{};
   correlation.luminanceLevelCorrection.brightness = nan;
   int64_t id = 0;
-  EXPECT_EQ(MDAddCSSG2CorrelationDataEx(kStudioSerial, kStudioProduct, 48, "S5-240117",
+  EXPECT_EQ(MDAddCSSG2CorrelationDataEx(kStudioSerial, kStudioProduct, 48, "QS20-240117",
                                         &correlation, &id),
             EMERR_INVALID_DATA);
 
@@ -148,7 +148,7 @@ TEST_F(FaultInjectionTest, FailsTheNextCallsWithoutActingThenWorksAgain) {
 
 // Functions without a status fail with their own "nothing", each once only.
 TEST_F(FaultInjectionTest, FunctionsWithoutStatusAnswerNothing) {
-  MDHandle swing = openBuiltIn(kStudioHid);
+  MDHandle armSensor = openBuiltIn(kStudioHid);
   for (const char* function :
        {"MDGetHIDHandle", "MDGetDeviceID", "MDGetName", "MDIsValidConnection",
         "CSSG2H_SetColorSensorDataIndex", "EmCtrlGetPanelRevision", "HvxCreateUSBDeviceSnapshot",
@@ -156,16 +156,16 @@ TEST_F(FaultInjectionTest, FunctionsWithoutStatusAnswerNothing) {
     QuilbySimFailNext(function, 1, EMERR_FAILED);
   }
   const MDDeviceID subprocessDevice = kSpectrometer;
-  EXPECT_EQ(MDGetHIDHandle(swing), nullptr);
-  EXPECT_EQ(MDGetDeviceID(swing), 0u);
-  EXPECT_EQ(MDGetName(swing), nullptr);
-  EXPECT_EQ(MDIsValidConnection(swing), 0);
+  EXPECT_EQ(MDGetHIDHandle(armSensor), nullptr);
+  EXPECT_EQ(MDGetDeviceID(armSensor), 0u);
+  EXPECT_EQ(MDGetName(armSensor), nullptr);
+  EXPECT_EQ(MDIsValidConnection(armSensor), 0);
   EXPECT_LT(CSSG2H_SetColorSensorDataIndex(kStudioHid, 3, 0), 0);
   EXPECT_EQ(EmCtrlGetPanelRevision(kStudioSerial, kStudioProduct), 0);
   EXPECT_EQ(HvxCreateUSBDeviceSnapshot(), nullptr);
   EXPECT_EQ(mirelto_get_logger(), nullptr);
   EXPECT_EQ(MDSupportsSubprocess(&subprocessDevice, 1), 0);
-  EXPECT_EQ(MDGetHIDHandle(swing), kStudioHid);
+  EXPECT_EQ(MDGetHIDHandle(armSensor), kStudioHid);
   EXPECT_EQ(EmCtrlGetPanelRevision(kStudioSerial, kStudioProduct), 3);
   EXPECT_EQ(MDSupportsSubprocess(&subprocessDevice, 1), 1);
 }

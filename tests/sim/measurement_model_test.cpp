@@ -32,11 +32,11 @@ class MeasurementModelTest : public SimTest {
     const char* clock = R"({"year": 2024, "month": 7, "day": 1, "hour": 12, "minute": 30})";
     ASSERT_EQ(loadWorld(worldWith({{"noise.amplitude", "0.0"}, {"clock", clock}})), "");
   }
-  // The studio monitor's swing sensor with its arm out.
-  static MDHandle swingOut() {
-    MDHandle swing = openBuiltIn(kStudioHid);
-    EXPECT_EQ(MDTakeOutArm(swing), EMERR_OK);
-    return swing;
+  // The studio monitor's arm sensor with its arm out.
+  static MDHandle armSensorOut() {
+    MDHandle armSensor = openBuiltIn(kStudioHid);
+    EXPECT_EQ(MDTakeOutArm(armSensor), EMERR_OK);
+    return armSensor;
   }
 };
 
@@ -60,7 +60,7 @@ struct Shown {
   double red, green, blue, Y, x, y;
 };
 
-// The swing sensor's factory matrix undoes its response, so its raw reading is the panel's light.
+// The arm sensor's factory matrix undoes its response, so its raw reading is the panel's light.
 TEST_F(MeasurementModelTest, ReadingFollowsTheShownColourAndPrimariesAddUpToWhite) {
   const Shown kShown[] = {
       {"Red", 1, 0, 0, -1, 0.680, 0.320},
@@ -69,12 +69,12 @@ TEST_F(MeasurementModelTest, ReadingFollowsTheShownColourAndPrimariesAddUpToWhit
       {"Black", 0, 0, 0, 0.0, -1, -1},
       {"HalfGreyFollowsGamma", 0.5, 0.5, 0.5, 160.0 * 0.21764, 0.3127, 0.3290},  // 0.5^2.2
   };
-  MDHandle swing = swingOut(), colorimeter = open(kColorimeter);
+  MDHandle armSensor = armSensorOut(), colorimeter = open(kColorimeter);
   double primaries = 0;
   for (const Shown& row : kShown) {
     SCOPED_TRACE(row.name);
     show(row.red, row.green, row.blue);
-    const MDColor reading = measure(swing).raw;
+    const MDColor reading = measure(armSensor).raw;
     if (row.Y >= 0) {
       EXPECT_NEAR(reading.Y, row.Y, 0.003 * row.Y + 0.05);
     }
@@ -86,7 +86,7 @@ TEST_F(MeasurementModelTest, ReadingFollowsTheShownColourAndPrimariesAddUpToWhit
   }
   show(1, 1, 1);
   EXPECT_NEAR(primaries, measure(colorimeter).raw.Y, 1e-9);
-  const MDColor white = measure(swing).raw;
+  const MDColor white = measure(armSensor).raw;
   EXPECT_NEAR(white.Y, 160.0, 0.5);
   EXPECT_NEAR(white.x, 0.3127, 0.001);
   EXPECT_NEAR(white.y, 0.3290, 0.001);
@@ -117,36 +117,36 @@ TEST_F(MeasurementModelTest, EachCorrectionChangesCorrectedOnlyUntilTakenAway) {
       {"ExtraCorrection", [](MDHandle h) { return MDSetExCorrection(h, kExtraMatrix); },
        [](MDHandle h) { return MDSetExCorrection(h, kIdentity); }},
   };
-  MDHandle swing = swingOut();
-  ASSERT_EQ(MDClear9PointsCorrelationCorrection(swing), EMERR_OK);
-  const Pair before = measure(swing);
+  MDHandle armSensor = armSensorOut();
+  ASSERT_EQ(MDClear9PointsCorrelationCorrection(armSensor), EMERR_OK);
+  const Pair before = measure(armSensor);
   EXPECT_EQ(bits(before.raw), bits(before.corrected));
   for (const Correction& row : kCorrections) {
     SCOPED_TRACE(row.name);
-    ASSERT_EQ(row.apply(swing), EMERR_OK);
-    const Pair applied = measure(swing);
+    ASSERT_EQ(row.apply(armSensor), EMERR_OK);
+    const Pair applied = measure(armSensor);
     EXPECT_EQ(bits(applied.raw), bits(before.raw));
     EXPECT_GT(std::fabs(applied.corrected.X - applied.raw.X) +
                   std::fabs(applied.corrected.Y - applied.raw.Y) +
                   std::fabs(applied.corrected.Z - applied.raw.Z),
               0.5);
-    ASSERT_EQ(row.release(swing), EMERR_OK);
-    EXPECT_EQ(bits(measure(swing).corrected), bits(before.corrected));
+    ASSERT_EQ(row.release(armSensor), EMERR_OK);
+    EXPECT_EQ(bits(measure(armSensor).corrected), bits(before.corrected));
   }
 }
 
 // The matrix of the selected data set acts on the sensor's own reading; 3 rows clear the other 5.
 TEST_F(MeasurementModelTest, MatrixOfTheSelectedDataSetActsOnTheReading) {
-  MDHandle swing = swingOut();
-  const double factory = measure(swing).raw.Y;
+  MDHandle armSensor = armSensorOut();
+  const double factory = measure(armSensor).raw.Y;
   double doubled[24] = {2, 0, 0, 0, 2, 0, 0, 0, 2};
   ASSERT_EQ(CSSG2H_SetXYZCorrectionMatrix(kStudioHid, doubled), EMERR_OK);  // index 3
   // Y = 0.01 X + 0.98 Y of the white (X = 152.07), doubled.
-  EXPECT_NEAR(measure(swing).raw.Y, 2 * (0.01 * 152.07 + 0.98 * 160.0), 0.01);
+  EXPECT_NEAR(measure(armSensor).raw.Y, 2 * (0.01 * 152.07 + 0.98 * 160.0), 0.01);
   ASSERT_EQ(CSSG2H_GetXYZCorrectionMatrix8DXT(kStudioHid, doubled), EMERR_OK);
   for (int i = 9; i < 24; ++i) EXPECT_EQ(doubled[i], 0.0) << i;
   ASSERT_EQ(CSSG2H_SetColorSensorDataIndex(kStudioHid, 0, 0), 0);
-  EXPECT_EQ(measure(swing).raw.Y, factory);
+  EXPECT_EQ(measure(armSensor).raw.Y, factory);
   ASSERT_EQ(CSSG2H_GetXYZCorrectionMatrix8DXT(kStudioHid, doubled), EMERR_OK);
   EXPECT_NE(doubled[9], 0.0) << "the factory set has 8 rows";
   EXPECT_EQ(CSSG2H_SupportedXYZCorrectionMatrix8DXT(kOfficeHid), 0);
@@ -168,7 +168,7 @@ TEST_F(MeasurementModelTest, ObserverAndAmbientModeChangeTheReading) {
 }
 
 TEST_F(MeasurementModelTest, BuiltInChannelsAreConsistent) {
-  MDHandle swing = swingOut();
+  MDHandle armSensor = armSensorOut();
   show(0, 1, 0);
   double R = 0, G = 0, B = 0, ir = 0, raw[3] = {};
   uint64_t extra = 0;
@@ -177,7 +177,7 @@ TEST_F(MeasurementModelTest, BuiltInChannelsAreConsistent) {
   ASSERT_EQ(CSSG2H_GetIRValue(kStudioHid, &ir, &extra), EMERR_OK);
   EXPECT_GT(ir, 0.0);
   EXPECT_EQ(extra, 2u) << "the measurement count";
-  ASSERT_EQ(MDMeasureRaw(swing, raw), EMERR_OK);
+  ASSERT_EQ(MDMeasureRaw(armSensor, raw), EMERR_OK);
   EXPECT_GT(raw[1], 1000.0);
 }
 
@@ -196,21 +196,21 @@ TEST_F(MeasurementModelTest, SensorNeedingCalibrationMeasuresOnlyAfterIt) {
 }
 
 TEST_F(MeasurementModelTest, ArmMustBeOutToMeasureAndInToCalibrateAndCountsAreTheSensors) {
-  MDHandle swing = openBuiltIn(kStudioHid);
+  MDHandle armSensor = openBuiltIn(kStudioHid);
   double X, Y, Z;
-  EXPECT_EQ(measureStatus(swing), EMERR_SENSOR_POSITION_ERROR);
+  EXPECT_EQ(measureStatus(armSensor), EMERR_SENSOR_POSITION_ERROR);
   EXPECT_EQ(CSSG2H_MeasureNotCorrelatedXYZCount(kStudioHid, &X, &Y, &Z),
             EMERR_SENSOR_POSITION_ERROR);
-  ASSERT_EQ(MDTakeOutArm(swing), EMERR_OK);
-  EXPECT_EQ(MDCalibrate(swing), EMERR_ZERO_CALIBRATION_ERROR);
-  const MDColor white = measure(swing).raw;
+  ASSERT_EQ(MDTakeOutArm(armSensor), EMERR_OK);
+  EXPECT_EQ(MDCalibrate(armSensor), EMERR_ZERO_CALIBRATION_ERROR);
+  const MDColor white = measure(armSensor).raw;
   // The uncorrelated counts are the sensor's own, further from the panel's light.
   ASSERT_EQ(CSSG2H_MeasureNotCorrelatedXYZCount(kStudioHid, &X, &Y, &Z), EMERR_OK);
   EXPECT_NEAR(Y / 250.0, 160.0, 3.0);
   EXPECT_GT(std::fabs(Z / 250.0 - white.Z), 1.0);
   EXPECT_EQ(Y, std::round(Y));
-  ASSERT_EQ(MDTakeInArm(swing), EMERR_OK);
-  EXPECT_EQ(MDCalibrate(swing), EMERR_OK);
+  ASSERT_EQ(MDTakeInArm(armSensor), EMERR_OK);
+  EXPECT_EQ(MDCalibrate(armSensor), EMERR_OK);
 }
 
 // A world may leave a sensor's head where its mode does not measure.
@@ -229,19 +229,19 @@ TEST_F(MeasurementModelTest, ModesThatDoNotFitAreRefused) {
 }
 
 TEST_F(MeasurementModelTest, RecalculationSetsTheLuminanceLevelOfTheMonitor) {
-  MDHandle swing = openBuiltIn(kStudioHid);
+  MDHandle armSensor = openBuiltIn(kStudioHid);
   MDColor target{};
   target.x = 0.3127;
   target.y = 0.329;
   target.Y = 80.0;
-  ASSERT_EQ(MDApplyCorrelationCorrectionWithRecalcLuminanceLevelCorrection(swing, 1, target),
+  ASSERT_EQ(MDApplyCorrelationCorrectionWithRecalcLuminanceLevelCorrection(armSensor, 1, target),
             EMERR_OK);
   MDCSSG2LuminanceLevelCorrectionParams level{};
   ASSERT_EQ(CSSG2H_GetLuminanceLevelCorrectionParams(kStudioHid, &level), EMERR_OK);
   EXPECT_EQ(level.brightness, 80.0);
   EXPECT_EQ(level.dimmerOut, 512);
   target.y = 0.0;
-  EXPECT_EQ(MDApplyCorrelationCorrectionWithRecalcLuminanceLevelCorrection(swing, 1, target),
+  EXPECT_EQ(MDApplyCorrelationCorrectionWithRecalcLuminanceLevelCorrection(armSensor, 1, target),
             EMERR_OUT_OF_DOMAIN);
   target.y = 0.329;
   EXPECT_EQ(MDApplyCorrelationCorrectionWithRecalcLuminanceLevelCorrection(openBuiltIn(kOfficeHid),
@@ -261,7 +261,7 @@ TEST_F(CorrectionDatabaseTest, AddedCorrelationIsListedReadBackAndApplicable) {
   data.calibrationData.calibration.b[1] = 0.25;
   data.correctionData.step[7] = 0.25;
   int64_t id = 0;
-  ASSERT_EQ(MDAddCSSG2CorrelationDataEx(kOfficeSerial, kOfficeProduct, 48, "S5-240117", &data, &id),
+  ASSERT_EQ(MDAddCSSG2CorrelationDataEx(kOfficeSerial, kOfficeProduct, 48, "QS20-240117", &data, &id),
             EMERR_OK);
   EXPECT_EQ(id, 4);
   MDCSSG2CorrelationDataEx read{};
@@ -311,7 +311,7 @@ TEST_F(CorrectionDatabaseTest, RefusesWhatItCannotStoreAndDatesWhatItStores) {
   // The latest matrix is the newest one.
   ASSERT_EQ(MDGetLatestCorrelationMatrixID(kStudioProduct, 3, &id), EMERR_OK);
   EXPECT_EQ(id, 2);
-  ASSERT_EQ(MDAddCorrelationMatrix(kStudioProduct, 3, 33, "C3-0042117", rows, 8, &added), EMERR_OK);
+  ASSERT_EQ(MDAddCorrelationMatrix(kStudioProduct, 3, 33, "QS10-0042117", rows, 8, &added), EMERR_OK);
   ASSERT_EQ(MDGetLatestCorrelationMatrixID(kStudioProduct, 3, &id), EMERR_OK);
   EXPECT_EQ(id, added);
   EXPECT_EQ(MDGetLatestCorrelationMatrixID(kStudioProduct, 4, &id), EMERR_NO_MORE_DATA);

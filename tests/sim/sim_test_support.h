@@ -30,14 +30,14 @@ using quilby_test::compact;
 using quilby_test::parsed;
 
 // The default world.
-inline constexpr const char* kStudioSerial = "27Q00451";  // built-in swing sensor, 8x3, DUE 2
-inline constexpr const char* kStudioProduct = "CX271-Studio";
+inline constexpr const char* kStudioSerial = "QM7A0451";  // built-in arm sensor, 8x3, DUE 2
+inline constexpr const char* kStudioProduct = "QM-27-Studio-Lab";
 inline void* const kStudioHid = reinterpret_cast<void*>(uintptr_t{4097});
-inline constexpr const char* kUnlinkedSerial = "27U00912";  // no HID handle
-inline constexpr const char* kOfficeSerial = "24S10088";    // built-in front sensor, index by flags
-inline constexpr const char* kOfficeProduct = "CS240-Office";
+inline constexpr const char* kUnlinkedSerial = "QM7B0912";  // no HID handle
+inline constexpr const char* kOfficeSerial = "QM4C0088";    // built-in panel sensor, index by flags
+inline constexpr const char* kOfficeProduct = "QM-24-Office";
 inline void* const kOfficeHid = reinterpret_cast<void*>(uintptr_t{4098});
-inline constexpr MDDeviceID kSwingSensor = 4144;
+inline constexpr MDDeviceID kArmSensor = 4144;
 inline constexpr MDDeviceID kColorimeter = 33;      // usb, ambient, several positions
 inline constexpr MDDeviceID kSpectrometer = 48;     // usb, needs calibration, reflectance
 inline constexpr MDDeviceID kSerialReference = 82;  // serial link, needs calibration

@@ -231,12 +231,12 @@ export function mountSensors(root, { store, refreshWorld }) {
   });
   const serialInput = h('input', {
     type: 'text',
-    placeholder: '27Q00451',
+    placeholder: 'QM7A0451',
     id: 'open-monitor-serial',
   });
   const productInput = h('input', {
     type: 'text',
-    placeholder: 'CX271-Studio',
+    placeholder: 'QM-27-Studio-Lab',
     id: 'open-monitor-product',
   });
   const byHand = h(
