@@ -5,7 +5,9 @@
 #   make test    all tests in the normal build, then again under AddressSanitizer and
 #                UndefinedBehaviorSanitizer (build-asan/), then the registry stress test under
 #                ThreadSanitizer (test-tsan); the web console's browser test runs between them
-#   make test-tsan  the registry stress test alone under ThreadSanitizer (build-tsan/)
+#   make test-tsan  the registry's thread tests alone under ThreadSanitizer (build-tsan/)
+#   make test-thread-safety  the plug-in built with clang's thread-safety analysis as errors
+#                (build-clang/)
 #   make test-browser  the web console in headless Chromium against build/quilby-host
 #   make bench   the benchmarks, optimised build (build-bench/)
 #   make fuzz    the libFuzzer targets for FUZZ_SECONDS each (clang, build-fuzz/)
@@ -21,7 +23,8 @@ CONFIGURE = cmake -S . -G Ninja -Wno-dev
 export ASAN_OPTIONS ?= halt_on_error=1:abort_on_error=1:detect_leaks=1
 export UBSAN_OPTIONS ?= halt_on_error=1:print_stacktrace=1
 
-.PHONY: build test test-normal test-asan test-tsan test-browser bench fuzz demo clean
+.PHONY: build test test-normal test-asan test-tsan test-thread-safety test-browser bench fuzz demo \
+	clean
 
 build:
 	@scripts/install-deps build
@@ -30,6 +33,7 @@ build:
 
 # The ThreadSanitizer run comes last, after both other runs have passed.
 test: test-normal test-asan
+	$(MAKE) test-thread-safety
 	$(MAKE) test-browser
 	$(MAKE) test-tsan
 
@@ -52,6 +56,13 @@ test-tsan:
 	$(CONFIGURE) -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILBY_SANITIZER=thread
 	cmake --build build-tsan -j $(JOBS) --target registry_stress_tests
 	TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/registry/registry_stress_tests
+
+# The locking discipline of the plug-in's shared structures, proven by clang at compile time.
+test-thread-safety:
+	@scripts/install-deps test
+	$(CONFIGURE) -B build-clang -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+	  -DCMAKE_CXX_COMPILER=clang++ -DQUILBY_THREAD_SAFETY_ANALYSIS=ON -DQUILBY_BUILD_TESTS=OFF
+	cmake --build build-clang -j $(JOBS) --target quilby
 
 # The console in Chromium: Playwright (tests/browser/package-lock.json) drives Debian's chromium
 # against build/quilby-host on a free loopback port; the screenshots go to build/browser/.
@@ -90,4 +101,4 @@ demo:
 	build/quilby-host $(DEMO_FLAGS)
 
 clean:
-	rm -rf build build-asan build-tsan build-bench build-fuzz
+	rm -rf build build-asan build-tsan build-clang build-bench build-fuzz

@@ -3,7 +3,19 @@
 #include "quilby/measurement_device.h"
 #include "util/uuid.h"
 
+#include <algorithm>
+
 namespace vesk::device {
+
+SensorInUse::SensorInUse(SensorInUse&& other) noexcept
+    : cache_(other.cache_), handle_(other.handle_) {
+  other.cache_ = nullptr;
+  other.handle_ = nullptr;
+}
+
+SensorInUse::~SensorInUse() {
+  if (cache_ && handle_) cache_->release(handle_);
+}
 
 SensorCache& SensorCache::Instance() {
   static SensorCache cache;
@@ -11,7 +23,7 @@ SensorCache& SensorCache::Instance() {
 }
 
 SensorCache::~SensorCache() {
-  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  const MutexLock<RecursiveMutex> lock(mutex_);
   clear();
 }
 
@@ -31,13 +43,45 @@ std::string SensorCache::registerHandle(MDHandle handle, const std::string& seri
 void SensorCache::unregisterHandle(const std::string& id) { entries_.erase(id); }
 
 MDHandle SensorCache::handle(const std::string& id) const {
-  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  const MutexLock<RecursiveMutex> lock(mutex_);
   const auto found = entries_.find(id);
   return found == entries_.end() ? nullptr : found->second.handle;
 }
 
+SensorInUse SensorCache::use(const std::string& id) {
+  const MutexLock<RecursiveMutex> lock(mutex_);
+  const auto found = entries_.find(id);
+  if (found == entries_.end() || !found->second.handle) return SensorInUse();
+  const MDHandle handle = found->second.handle;
+  {
+    const MutexLock<Mutex> users(usersMutex_);
+    inUse_.push_back(handle);
+  }
+  return SensorInUse(this, handle);
+}
+
+void SensorCache::release(MDHandle handle) {
+  const MutexLock<Mutex> users(usersMutex_);
+  const auto found = std::find(inUse_.begin(), inUse_.end(), handle);
+  if (found == inUse_.end()) return;
+  // Order does not matter; the vector keeps its capacity, so later uses do not allocate.
+  *found = inUse_.back();
+  inUse_.pop_back();
+  usersReleased_.notify_all();
+}
+
+bool SensorCache::isInUse(MDHandle handle) const {
+  return std::find(inUse_.begin(), inUse_.end(), handle) != inUse_.end();
+}
+
+void SensorCache::waitUntilUnused(MDHandle handle) {
+  if (!handle) return;
+  const MutexLock<Mutex> users(usersMutex_);
+  while (isInUse(handle)) usersMutex_.wait(usersReleased_);
+}
+
 std::string SensorCache::idForHandle(MDHandle handle) const {
-  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  const MutexLock<RecursiveMutex> lock(mutex_);
   for (const auto& [id, entry] : entries_) {
     if (entry.handle == handle) return id;
   }
@@ -54,6 +98,10 @@ bool SensorCache::containsHandle(MDHandle handle) const {
 bool SensorCache::containsHandle(const std::string& id) const { return entries_.count(id) != 0; }
 
 void SensorCache::clear() {
+  {
+    const MutexLock<Mutex> users(usersMutex_);
+    while (!inUse_.empty()) usersMutex_.wait(usersReleased_);
+  }
   for (const auto& entry : entries_) {
     // A copy, so that the library never changes the stored value.
     MDHandle handle = entry.second.handle;

@@ -11,6 +11,7 @@ SerialUSBConnection& SerialUSBConnection::Instance() {
 }
 
 void SerialUSBConnection::setDeviceIDMappings(const cairnjson::Value& mappings) {
+  const MutexLock<RecursiveMutex> lock(mutex_);
   mappings_.clear();
   for (const auto& [name, id] : mappings.members()) {
     // Every rule of the table is the 64-bit conversion followed by truncation to 32 bits.
@@ -19,7 +20,7 @@ void SerialUSBConnection::setDeviceIDMappings(const cairnjson::Value& mappings) 
 }
 
 void SerialUSBConnection::update() {
-  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  const MutexLock<RecursiveMutex> lock(mutex_);
   connected_.clear();
   if (mappings_.empty()) return;
   // Each function is resolved right before its call, so the library is opened on first need.
@@ -40,7 +41,7 @@ void SerialUSBConnection::update() {
 
 cairnjson::Value SerialUSBConnection::connectedDeviceIDs() const {
   cairnjson::Value list(cairnjson::Type::Array);
-  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  const MutexLock<RecursiveMutex> lock(mutex_);
   for (const MDDeviceID id : connected_) {
     cairnjson::Value entry;
     entry["deviceID"].setInteger(id);
@@ -50,14 +51,14 @@ cairnjson::Value SerialUSBConnection::connectedDeviceIDs() const {
 }
 
 EmError SerialUSBConnection::enumerate(std::uint64_t index, MDDeviceID* deviceID) const {
-  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  const MutexLock<RecursiveMutex> lock(mutex_);
   if (index >= connected_.size()) return EMERR_NO_MORE_DATA;
   if (deviceID) *deviceID = connected_[index];
   return EMERR_EXISTS_MORE_DATA;
 }
 
 MDDeviceID SerialUSBConnection::operator[](std::uint64_t index) const {
-  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  const MutexLock<RecursiveMutex> lock(mutex_);
   return connected_[index];
 }
 

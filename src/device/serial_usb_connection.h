@@ -4,10 +4,10 @@
 
 #include "json/value.h"
 #include "quilby/device_types.h"
+#include "util/mutex.h"
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -17,10 +17,9 @@ namespace vesk::device {
 // device id each USB device name stands for, and on request a snapshot of the USB devices yields
 // the ids of those present. One instance per process.
 //
-// Locking: update, connectedDeviceIDs, enumerate and operator[] take the recursive mutex;
-// setDeviceIDMappings, size and empty do not (the mappings are set from the request thread only).
-// update reads the mappings under the mutex, so a refresh from another thread must not overlap
-// the page's replacing them: nothing orders the two.
+// Locking: update, connectedDeviceIDs, enumerate, operator[] and setDeviceIDMappings take the
+// recursive mutex; size and empty do not. The mappings are set from the request thread while
+// another host component may be refreshing the list from them, so they are guarded too.
 class SerialUSBConnection {
  public:
   static SerialUSBConnection& Instance();
@@ -48,18 +47,18 @@ class SerialUSBConnection {
 
   // The id at `index`, without a bounds check.
   MDDeviceID operator[](std::uint64_t index) const;
-  std::size_t size() const noexcept { return connected_.size(); }
-  bool empty() const noexcept { return connected_.empty(); }
+  // Unlocked: only for a caller that knows no other thread refreshes the list meanwhile.
+  std::size_t size() const noexcept QUILBY_NO_THREAD_SAFETY_ANALYSIS { return connected_.size(); }
+  bool empty() const noexcept QUILBY_NO_THREAD_SAFETY_ANALYSIS { return connected_.empty(); }
 
-  std::recursive_mutex& mutex() const noexcept { return mutex_; }
+  RecursiveMutex& mutex() const noexcept QUILBY_RETURN_CAPABILITY(mutex_) { return mutex_; }
 
  private:
   SerialUSBConnection() = default;
 
-  std::map<std::string, MDDeviceID> mappings_;
-  std::vector<MDDeviceID> connected_;
-  // Guards connected_.
-  mutable std::recursive_mutex mutex_;
+  std::map<std::string, MDDeviceID> mappings_ QUILBY_GUARDED_BY(mutex_);
+  std::vector<MDDeviceID> connected_ QUILBY_GUARDED_BY(mutex_);
+  mutable RecursiveMutex mutex_;
 };
 
 }  // namespace vesk::device

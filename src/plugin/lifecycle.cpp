@@ -48,7 +48,7 @@ void setUp() {
 
 void tearDown() {
   // No lock here: the host calls TearDown when nothing else uses the plug-in any more.
-  vesk::device::SensorCache::Instance().clear();
+  vesk::device::SensorCache::Instance().clearAtTeardown();
   // The subprocess decision is made afresh from the file, so set-up and tear-down pair up only
   // when both see the same "did.json".
   if (!vesk::device::SupportsSubprocess(vesk::device::LoadDeviceIDs())) return;

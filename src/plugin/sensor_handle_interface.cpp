@@ -3,6 +3,10 @@
 // recursive mutex, and nothing but QuilbyLockSensors' std::system_error reaches the caller: any
 // other failure (a lock that cannot be taken, lack of memory) becomes the function's documented
 // "not found" or EMERR_FAILED answer.
+//
+// The page's requests use their sensor's handle without the mutex (see SensorCache). Closing a
+// built-in sensor before a HID change and removing a sensor end the request thread's right to the
+// handle, so both first wait, under the mutex, until no request uses it.
 #include "quilby/plugin.h"
 
 #include "bridge/logger.h"
@@ -12,14 +16,15 @@
 #include "quilby/measurement_device.h"
 #include "quilby/monitor_control.h"
 
-#include <mutex>
+#include "util/mutex.h"
+
 #include <string>
 #include <system_error>
 
 namespace {
 
 using vesk::device::SensorCache;
-using CacheLock = std::lock_guard<std::recursive_mutex>;
+using CacheLock = vesk::MutexLock<vesk::RecursiveMutex>;
 
 // The first entry, in identifier order, whose handle `matches`; EMERR_NOT_REGISTERED when none.
 template <class Predicate>
@@ -49,25 +54,50 @@ EmError monitorHIDHandle(const char* serial, const char* product, void*& hid) {
       "EmCtrlGetHIDHandle", serial, product, &hid);
 }
 
-// Runs `refresh` (entry, HID handle) on every registered sensor built into the monitor (serial,
-// product), under the cache's lock, once the monitor-control library reports the monitor's HID
-// handle. Without one, its status is handed back unchanged: a success that found no HID handle
-// does nothing and succeeds.
-template <class Refresh>
-EmError refreshBuiltInSensors(const char* serial, const char* product, Refresh refresh) {
+void logLine(MireltoLevel level, const char* text) {
+  vesk::QuilbyLogger::Instance().log(level, text);
+}
+
+// Before the monitor's HID handle changes: closes the sensor, keeping its entry and identifier so
+// that the page's requests survive the change. A handle that would not close stays in place until
+// the update replaces it.
+void closeInPlace(SensorCache& cache, vesk::device::SensorHandle& sensor, void* /*hid*/)
+    QUILBY_REQUIRES(cache.mutex()) {
+  cache.waitUntilUnused(sensor.handle);
+  if (EMERR_IS_FAILURE(MDClose(&sensor.handle))) {
+    logLine(vesk::kLogFailure, "Failed to close sensor on pre update built-in sensor handle.");
+  } else {
+    sensor.handle = nullptr;
+    logLine(vesk::kLogInformation, "Close sensor on pre update built-in sensor handle.");
+  }
+}
+
+// After the change: opens the sensor anew through the monitor's new HID handle.
+void reopenInPlace(SensorCache& /*cache*/, vesk::device::SensorHandle& sensor, void* hid) {
+  MDHandle reopened = nullptr;
+  if (EMERR_IS_FAILURE(MDOpenWithHIDHandle(hid, &reopened))) {
+    logLine(vesk::kLogFailure, "Failed to open sensor on update built-in sensor handle.");
+  } else {
+    sensor.handle = reopened;
+    logLine(vesk::kLogInformation, "Reopen sensor on update built-in sensor handle.");
+  }
+}
+
+// Runs `refresh` on every registered sensor built into the monitor (serial, product), under the
+// cache's lock, once the monitor-control library reports the monitor's HID handle. Without one,
+// its status is handed back unchanged: a success that found no HID handle does nothing and
+// succeeds.
+EmError refreshBuiltInSensors(const char* serial, const char* product,
+                              void (*refresh)(SensorCache&, vesk::device::SensorHandle&, void*)) {
   void* hid = nullptr;
   const EmError status = monitorHIDHandle(serial, product, hid);
   if (EMERR_IS_FAILURE(status) || !hid) return status;
   SensorCache& cache = SensorCache::Instance();
   const CacheLock lock(cache.mutex());
   for (auto& entry : cache.handles()) {
-    if (isBuiltInto(entry.second, serial, product)) refresh(entry.second, hid);
+    if (isBuiltInto(entry.second, serial, product)) refresh(cache, entry.second, hid);
   }
   return EMERR_OK;
-}
-
-void logLine(MireltoLevel level, const char* text) {
-  vesk::QuilbyLogger::Instance().log(level, text);
 }
 
 }  // namespace
@@ -108,10 +138,13 @@ QUILBY_EXPORT EmError QuilbyRemoveSensor(MDHandle handle) {
   if (!handle) return EMERR_NOT_REGISTERED;
   try {
     SensorCache& cache = SensorCache::Instance();
+    // Finding and removing under one hold of the lock, so that the page's own DELETE cannot
+    // come between them and close the handle this caller is about to own. The request thread
+    // may still be using the handle: the caller owns it, and may close it, only once it is done.
+    const CacheLock lock(cache.mutex());
     const std::string id = cache.idForHandle(handle);
     if (id.empty()) return EMERR_NOT_REGISTERED;
-    // Deliberately outside the lock, which idForHandle has already released: a caller on another
-    // thread than the page's requests holds QuilbyLockSensors around this call.
+    cache.waitUntilUnused(handle);
     cache.unregisterHandle(id);
     return EMERR_OK;
   } catch (...) {
@@ -121,16 +154,7 @@ QUILBY_EXPORT EmError QuilbyRemoveSensor(MDHandle handle) {
 
 QUILBY_EXPORT EmError QuilbyPreUpdateBuiltInSensorHandle(const char* serial, const char* product) {
   try {
-    return refreshBuiltInSensors(serial, product, [](vesk::device::SensorHandle& sensor, void*) {
-      // The entry keeps its identifier either way, so that the page's requests survive the
-      // change; a handle that would not close stays in place until the update replaces it.
-      if (EMERR_IS_FAILURE(MDClose(&sensor.handle))) {
-        logLine(vesk::kLogFailure, "Failed to close sensor on pre update built-in sensor handle.");
-      } else {
-        sensor.handle = nullptr;
-        logLine(vesk::kLogInformation, "Close sensor on pre update built-in sensor handle.");
-      }
-    });
+    return refreshBuiltInSensors(serial, product, closeInPlace);
   } catch (...) {
     return EMERR_FAILED;
   }
@@ -138,15 +162,7 @@ QUILBY_EXPORT EmError QuilbyPreUpdateBuiltInSensorHandle(const char* serial, con
 
 QUILBY_EXPORT EmError QuilbyUpdateBuiltInSensorHandle(const char* serial, const char* product) {
   try {
-    return refreshBuiltInSensors(serial, product, [](vesk::device::SensorHandle& sensor, void* hid) {
-      MDHandle reopened = nullptr;
-      if (EMERR_IS_FAILURE(MDOpenWithHIDHandle(hid, &reopened))) {
-        logLine(vesk::kLogFailure, "Failed to open sensor on update built-in sensor handle.");
-      } else {
-        sensor.handle = reopened;
-        logLine(vesk::kLogInformation, "Reopen sensor on update built-in sensor handle.");
-      }
-    });
+    return refreshBuiltInSensors(serial, product, reopenInPlace);
   } catch (...) {
     return EMERR_FAILED;
   }
@@ -163,7 +179,9 @@ QUILBY_EXPORT EmError QuilbyEnumConnectedSerialSensors(uint32_t index, MDDeviceI
   }
 }
 
-QUILBY_EXPORT void QuilbyLockSensors(void) {
+// The lock taken here is released by QuilbyUnlockSensors, a later call: beyond what the
+// compiler's per-function analysis can follow.
+QUILBY_EXPORT void QuilbyLockSensors(void) QUILBY_NO_THREAD_SAFETY_ANALYSIS {
   try {
     SensorCache::Instance().mutex().lock();
   } catch (const std::system_error&) {
@@ -173,7 +191,7 @@ QUILBY_EXPORT void QuilbyLockSensors(void) {
   }
 }
 
-QUILBY_EXPORT void QuilbyUnlockSensors(void) {
+QUILBY_EXPORT void QuilbyUnlockSensors(void) QUILBY_NO_THREAD_SAFETY_ANALYSIS {
   try {
     SensorCache::Instance().mutex().unlock();
   } catch (...) {

@@ -53,8 +53,8 @@ MDCSSG2CriterionSensorDescription descriptionFromJson(const cairnjson::Value& js
 }
 
 // What Get, Put and Delete share: the built-in sensor's monitor, with the user data set selected.
-void* descriptionMonitor(const BridgeData& data, std::string* uri) {
-  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, uri, kDescriptionWord));
+void* descriptionMonitor(MDHandle handle) {
+  void* hid = BuiltInSensorHIDHandle(handle);
   ApplyBuiltinSensorDataIndex(hid, nullptr, false);
   return hid;
 }
@@ -179,7 +179,7 @@ std::uint64_t CorrelationIdFromJson(const cairnjson::Value& value) {
 }
 
 BridgeResult SensorCorrelation::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), kCorrelationWord);
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kCorrelationWord);
   BridgeCheckRequestCondition(HasQueryKey(data, "available"), "requires 'available' query.");
 
   cairnjson::Value corrections(cairnjson::Type::Array);
@@ -208,7 +208,7 @@ BridgeResult SensorCorrelation::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelation::Put(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), kCorrelationWord);
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kCorrelationWord);
   const cairnjson::Value& body = data.data;
   BridgeCheckRequestCondition(body["id"].isNumber(), "data must have id.");
   const std::uint64_t id = CorrelationIdFromJson(body["id"]);
@@ -230,7 +230,7 @@ BridgeResult SensorCorrelation::Put(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelation::Delete(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), kCorrelationWord);
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kCorrelationWord);
   if (HasQueryKey(data, "swingSensor")) {
     clearNinePoints(handle);
   } else {
@@ -240,12 +240,14 @@ BridgeResult SensorCorrelation::Delete(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelation9Points::Delete(const BridgeData& data) {
-  clearNinePoints(GetMDHandle(data, &uri(), "Correlation/9Points"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "Correlation/9Points");
+  clearNinePoints(handle);
   return BridgeResultOK(cairnjson::Value());
 }
 
 BridgeResult SensorCorrelationDescription::Get(const BridgeData& data) {
-  void* hid = descriptionMonitor(data, &uri());
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kDescriptionWord);
+  void* hid = descriptionMonitor(handle);
   MonitorLock section(hid);
   section.lock();
   MDCSSG2CriterionSensorDescription description{};
@@ -260,19 +262,22 @@ BridgeResult SensorCorrelationDescription::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelationDescription::Put(const BridgeData& data) {
-  void* hid = descriptionMonitor(data, &uri());
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kDescriptionWord);
+  void* hid = descriptionMonitor(handle);
   writeDescription(hid, data.data);
   return BridgeResultOK(cairnjson::Value());
 }
 
 BridgeResult SensorCorrelationDescription::Delete(const BridgeData& data) {
-  void* hid = descriptionMonitor(data, &uri());
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kDescriptionWord);
+  void* hid = descriptionMonitor(handle);
   writeDescription(hid, cairnjson::Value());
   return BridgeResultOK(cairnjson::Value());
 }
 
 BridgeResult SensorCorrelationData::Get(const BridgeData& data) {
-  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), kDataWord));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kDataWord);
+  void* hid = BuiltInSensorHIDHandle(handle);
   ApplyBuiltinSensorDataIndex(hid, nullptr, false);
   MonitorLock section(hid);
   section.lock();
@@ -292,7 +297,7 @@ BridgeResult SensorCorrelationData::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelationData::Put(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), kDataWord);
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kDataWord);
   const cairnjson::Value& body = data.data;
   checkRecordsBody(body);
   void* hid = BuiltInSensorHIDHandle(handle);

@@ -196,7 +196,7 @@ std::vector<double> sensorMatrix(void* hid) {
 }  // namespace
 
 BridgeResult SensorCorrelationDatabase::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), kDatabaseWord);
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kDatabaseWord);
   const bool byId = HasQueryKey(data, "id");
   const std::int64_t id = byId ? queryId(data) : 0;
   const Monitor monitor = monitorOf(handle);
@@ -205,7 +205,7 @@ BridgeResult SensorCorrelationDatabase::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelationDatabase::Post(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), kDatabaseWord);
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kDatabaseWord);
   const cairnjson::Value& body = data.data;
   const ReferenceSensor reference = referenceSensorFromBody(body);
   const RecordKind kind =
@@ -252,7 +252,8 @@ BridgeResult SensorCorrelationDatabase::Post(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelationMatrixDatabase::Get(const BridgeData& data) {
-  const Monitor monitor = monitorOf(GetMDHandle(data, &uri(), kMatrixDatabaseWord));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kMatrixDatabaseWord);
+  const Monitor monitor = monitorOf(handle);
   const std::uint16_t revision = panelRevision(monitor);
 
   const libmdcorrectorLoader& corrector = libmdcorrectorLoader::loader();
@@ -284,7 +285,7 @@ BridgeResult SensorCorrelationMatrixDatabase::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelationMatrixDatabase::Post(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), kMatrixDatabaseWord);
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kMatrixDatabaseWord);
   const ReferenceSensor reference = referenceSensorFromBody(data.data);
   const Monitor monitor = monitorOf(handle);
   const std::uint16_t revision = panelRevision(monitor);

@@ -85,8 +85,8 @@ void writeMatrix(void* hid, const cairnjson::Value& rows) {
 }
 
 // What Get and Put of the matrix data share: the built-in sensor's monitor, user set selected.
-void* matrixDataMonitor(const BridgeData& data, std::string* uri) {
-  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, uri, "CorrelationMatrix/Data"));
+void* matrixDataMonitor(MDHandle handle) {
+  void* hid = BuiltInSensorHIDHandle(handle);
   ApplyBuiltinSensorDataIndex(hid, nullptr, false);
   return hid;
 }
@@ -112,7 +112,7 @@ std::vector<double> ReadSensorCorrectionMatrix(void* hid) {
 }
 
 BridgeResult SensorCorrelationMatrix::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), kMatrixWord);
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kMatrixWord);
   BridgeCheckRequestCondition(HasQueryKey(data, "available"), "requires 'available' query.");
   void* hid = BuiltInSensorHIDHandle(handle);
   char serial[EMCTRL_SERIAL_SIZE] = {};
@@ -143,7 +143,7 @@ BridgeResult SensorCorrelationMatrix::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelationMatrix::Put(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), kMatrixWord);
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kMatrixWord);
   BridgeCheckRequestCondition(data.data.isNumber(), "data must be number.");
   const std::uint64_t id = CorrelationIdFromJson(data.data);
   const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
@@ -154,7 +154,7 @@ BridgeResult SensorCorrelationMatrix::Put(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelationMatrix::Delete(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), kMatrixWord);
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), kMatrixWord);
   const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
   BridgeCheckEmError(library.call<decltype(MDReleaseCorrelationMatrix)>(
                          "MDReleaseCorrelationMatrix", handle),
@@ -163,7 +163,8 @@ BridgeResult SensorCorrelationMatrix::Delete(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelationMatrixData::Get(const BridgeData& data) {
-  void* hid = matrixDataMonitor(data, &uri());
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "CorrelationMatrix/Data");
+  void* hid = matrixDataMonitor(handle);
   const cairnjson::Value matrix = readMatrix(hid);
   cairnjson::Value answer(cairnjson::Type::Object);
   answer["matrix"] = matrix;
@@ -181,7 +182,8 @@ BridgeResult SensorCorrelationMatrixData::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrelationMatrixData::Put(const BridgeData& data) {
-  void* hid = matrixDataMonitor(data, &uri());
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "CorrelationMatrix/Data");
+  void* hid = matrixDataMonitor(handle);
   writeMatrix(hid, data.data["matrix"]);
   return BridgeResultOK(cairnjson::Value());
 }

@@ -33,7 +33,7 @@ cairnjson::Value answerWith(const char* key, const cairnjson::Value& member) {
 }  // namespace
 
 BridgeResult SensorXYZ::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "XYZ");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "XYZ");
   MDColor raw{};
   MDColor corrected{};
   BridgeCheckEmError(MDMeasureXYZ2(handle, &raw, &corrected), "Measure XYZ.");
@@ -44,7 +44,7 @@ BridgeResult SensorXYZ::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorRawData::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "RawData");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "RawData");
   double raw[3] = {};
   BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDMeasureRaw)>(
                          "MDMeasureRaw", handle, raw),
@@ -55,7 +55,8 @@ BridgeResult SensorRawData::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorRGB::Get(const BridgeData& data) {
-  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "RGB"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "RGB");
+  void* hid = BuiltInSensorHIDHandle(handle);
   MonitorLock section(hid);
   section.lock();
   double red = 0.0, green = 0.0, blue = 0.0;
@@ -66,7 +67,8 @@ BridgeResult SensorRGB::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorIR::Get(const BridgeData& data) {
-  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "IR"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "IR");
+  void* hid = BuiltInSensorHIDHandle(handle);
   MonitorLock section(hid);
   section.lock();
   double infrared = 0.0;
@@ -78,7 +80,8 @@ BridgeResult SensorIR::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorXYZWithoutCorrelation::Get(const BridgeData& data) {
-  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "XYZWithoutCorrelation"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "XYZWithoutCorrelation");
+  void* hid = BuiltInSensorHIDHandle(handle);
   MonitorLock section(hid);
   section.lock();
   double x = 0.0, y = 0.0, z = 0.0;

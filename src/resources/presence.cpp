@@ -11,7 +11,8 @@
 namespace vesk::bridge {
 
 BridgeResult SensorAmbraSense::Get(const BridgeData& data) {
-  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "AmbraSense"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "AmbraSense");
+  void* hid = BuiltInSensorHIDHandle(handle);
   MonitorLock section(hid);
   section.lock();
   std::uint8_t onOff = 0;
@@ -22,7 +23,8 @@ BridgeResult SensorAmbraSense::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorAmbraSense::Put(const BridgeData& data) {
-  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "AmbraSense"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "AmbraSense");
+  void* hid = BuiltInSensorHIDHandle(handle);
   BridgeCheckRequestCondition(data.data.isNumber() || data.data.isBool(),
                               "data must be number or boolean.");
   const std::uint8_t onOff = data.data.toDouble(0.0) != 0.0 ? 1 : 0;
@@ -35,7 +37,8 @@ BridgeResult SensorAmbraSense::Put(const BridgeData& data) {
 }
 
 BridgeResult SensorAmbraSenseLevel::Get(const BridgeData& data) {
-  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "AmbraSense/Level"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "AmbraSense/Level");
+  void* hid = BuiltInSensorHIDHandle(handle);
   MonitorLock section(hid);
   section.lock();
   std::uint32_t mode = 0;
@@ -46,7 +49,8 @@ BridgeResult SensorAmbraSenseLevel::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorAmbraSenseLevel::Put(const BridgeData& data) {
-  void* hid = BuiltInSensorHIDHandle(GetMDHandle(data, &uri(), "AmbraSense/Level"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "AmbraSense/Level");
+  void* hid = BuiltInSensorHIDHandle(handle);
   BridgeCheckRequestCondition(data.data.isNumber(), "data must be number.");
   const auto mode = static_cast<std::uint32_t>(data.data.toLLong(0));
   MonitorLock section(hid);

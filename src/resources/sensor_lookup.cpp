@@ -15,13 +15,13 @@ bool HasQueryKey(const BridgeData& data, const std::string& key) {
   return data.query.contains(key);
 }
 
-MDHandle GetMDHandle(const BridgeData& data, std::string* uri, const std::string& word) {
+device::SensorInUse GetMDHandle(const BridgeData& data, std::string* uri, const std::string& word) {
   const std::string id = ParameterText(data, "id");
   *uri += "Sensors/" + id;
   if (!word.empty()) *uri += "/" + word;
   BridgeCheckRequestCondition(!id.empty(), "URI is invalid.");
-  const MDHandle handle = device::SensorCache::Instance().handle(id);
-  if (!handle) throw BridgeResultError(BridgeStatusCode::NotFound, "Error", "Not found.");
+  device::SensorInUse handle = device::SensorCache::Instance().use(id);
+  if (!handle.get()) throw BridgeResultError(BridgeStatusCode::NotFound, "Error", "Not found.");
   return handle;
 }
 

@@ -3,6 +3,7 @@
 #define QUILBY_RESOURCES_SENSOR_LOOKUP_H
 
 #include "bridge/bridge_data.h"
+#include "device/sensor_cache.h"
 #include "quilby/device_types.h"
 
 #include <string>
@@ -13,8 +14,13 @@ namespace vesk::bridge {
 // when `word` is not empty, to `*uri` (the request's logged URI) before anything else. Throws 400
 // "BadRequestError" "URI is invalid." for a missing or empty id and 404 "Error" "Not found." for
 // an id the sensor cache does not know (or whose sensor is closed in place). Takes the cache's
-// lock for the lookup only.
-MDHandle GetMDHandle(const BridgeData& data, std::string* uri, const std::string& word);
+// lock for the lookup only; the handle stays in use, so that no other host component closes it
+// or takes it over, until the result is destroyed. Keep the result in a named variable for the
+// whole handler:
+//
+//   const device::SensorInUse handle = GetMDHandle(data, &uri(), "Mode");
+[[nodiscard]] device::SensorInUse GetMDHandle(const BridgeData& data, std::string* uri,
+                                              const std::string& word);
 
 // The HID handle of the monitor a built-in sensor belongs to. A sensor without one fails with
 // the library-status error of 0x80000000 ("Failed.") under "Get HID handle.".

@@ -6,10 +6,10 @@
 #include "quilby/measurement_device.h"
 #include "quilby/monitor_control.h"
 #include "resources/sensor_lookup.h"
+#include "util/mutex.h"
 #include "util/string_conversion.h"
 
 #include <cstdint>
-#include <mutex>
 
 namespace vesk::bridge {
 
@@ -17,7 +17,7 @@ namespace {
 
 // The cache's lock is held from before the open until the answer is built, so that no other
 // component sees the cache between opening and registering.
-using CacheLock = std::lock_guard<std::recursive_mutex>;
+using CacheLock = MutexLock<RecursiveMutex>;
 
 BridgeResult identifierAnswer(const std::string& id) {
   cairnjson::Value value;

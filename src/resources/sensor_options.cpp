@@ -92,15 +92,17 @@ long long optionNumber(const cairnjson::Value& value) {
 }  // namespace
 
 BridgeResult SensorExteriorLight::Get(const BridgeData& data) {
-  return getSwitch(kExteriorLight, data, GetMDHandle(data, &uri(), "ExteriorLight"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "ExteriorLight");
+  return getSwitch(kExteriorLight, data, handle);
 }
 
 BridgeResult SensorExteriorLight::Put(const BridgeData& data) {
-  return putSwitch(kExteriorLight, data, GetMDHandle(data, &uri(), "ExteriorLight"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "ExteriorLight");
+  return putSwitch(kExteriorLight, data, handle);
 }
 
 BridgeResult SensorParameterDescription::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "ParameterDescription");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "ParameterDescription");
   char description[MD_PARAMETER_DESCRIPTION_SIZE] = {};
   BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDGetParameterDescription)>(
                          "MDGetParameterDescription", handle, description),
@@ -111,7 +113,7 @@ BridgeResult SensorParameterDescription::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorParameterDescription::Put(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "ParameterDescription");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "ParameterDescription");
   BridgeCheckRequestCondition(data.data.isString(), "data must be string.");
   const std::string& description = data.data.stringRef();
   BridgeCheckRequestCondition(description.size() < MD_PARAMETER_DESCRIPTION_SIZE,
@@ -123,7 +125,7 @@ BridgeResult SensorParameterDescription::Put(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrection::Put(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "Correction");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "Correction");
   double matrix[9];
   BridgeCheckRequestCondition(readMatrix(data.data, matrix), "data must be 3x3 matrix.");
   BridgeCheckEmError(MDSetCorrection(handle, matrix), "Set correction.");
@@ -131,19 +133,20 @@ BridgeResult SensorCorrection::Put(const BridgeData& data) {
 }
 
 BridgeResult SensorCorrection::Delete(const BridgeData& data) {
-  BridgeCheckEmError(MDClearCorrection(GetMDHandle(data, &uri(), "Correction")), "Clear correction.");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "Correction");
+  BridgeCheckEmError(MDClearCorrection(handle), "Clear correction.");
   return nothing();
 }
 
 BridgeResult SensorExCorrection::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "ExCorrection");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "ExCorrection");
   double matrix[9] = {};
   BridgeCheckEmError(MDGetExCorrection(handle, matrix), "Get extra correction.");
   return BridgeResultOK(matrixJson(matrix));
 }
 
 BridgeResult SensorExCorrection::Put(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "ExCorrection");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "ExCorrection");
   double matrix[9];
   BridgeCheckRequestCondition(readMatrix(data.data, matrix), "data must be 3x3 matrix.");
   BridgeCheckEmError(MDSetExCorrection(handle, matrix), "Set extra correction.");
@@ -151,15 +154,17 @@ BridgeResult SensorExCorrection::Put(const BridgeData& data) {
 }
 
 BridgeResult SensorTargetMarker::Get(const BridgeData& data) {
-  return getSwitch(kTargetMarker, data, GetMDHandle(data, &uri(), "TargetMarker"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "TargetMarker");
+  return getSwitch(kTargetMarker, data, handle);
 }
 
 BridgeResult SensorTargetMarker::Put(const BridgeData& data) {
-  return putSwitch(kTargetMarker, data, GetMDHandle(data, &uri(), "TargetMarker"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "TargetMarker");
+  return putSwitch(kTargetMarker, data, handle);
 }
 
 BridgeResult SensorIFSTempCorrectParam::Post(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "IFSTempCorrectParam");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "IFSTempCorrectParam");
   BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDCalcIFSTempCorrectParam)>(
                          "MDCalcIFSTempCorrectParam", handle),
                      "Calculate IFS temperature correction parameter.");
@@ -167,17 +172,17 @@ BridgeResult SensorIFSTempCorrectParam::Post(const BridgeData& data) {
 }
 
 BridgeResult SensorIFSBrightCorrectParamUpdate::Get(const BridgeData& data) {
-  return getSwitch(kBrightCorrectionUpdate, data,
-                   GetMDHandle(data, &uri(), "IFSBrightCorrectParamUpdate"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "IFSBrightCorrectParamUpdate");
+  return getSwitch(kBrightCorrectionUpdate, data, handle);
 }
 
 BridgeResult SensorIFSBrightCorrectParamUpdate::Put(const BridgeData& data) {
-  return putSwitch(kBrightCorrectionUpdate, data,
-                   GetMDHandle(data, &uri(), "IFSBrightCorrectParamUpdate"));
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "IFSBrightCorrectParamUpdate");
+  return putSwitch(kBrightCorrectionUpdate, data, handle);
 }
 
 BridgeResult SensorDeviceOption::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "DeviceOption");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "DeviceOption");
   BridgeCheckRequestCondition(HasQueryKey(data, "option"), "requires 'option' query.");
   const long long option = optionNumber(data.query["option"]);
   BridgeCheckRequestCondition(option >= 0, "option must be number.");
@@ -189,7 +194,7 @@ BridgeResult SensorDeviceOption::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorDeviceOption::Put(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "DeviceOption");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "DeviceOption");
   const long long option = optionNumber(data.data["option"]);
   BridgeCheckRequestCondition(data.data["option"].isNumber() && option >= 0,
                               "data requires 'option'.");

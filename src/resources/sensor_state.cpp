@@ -5,9 +5,9 @@
 #include "loader/loaders.h"
 #include "quilby/measurement_device.h"
 #include "resources/sensor_lookup.h"
+#include "util/mutex.h"
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 namespace vesk::bridge {
@@ -31,7 +31,7 @@ long long requiredNumber(const BridgeData& data, const char* key, const std::str
 }  // namespace
 
 BridgeResult Sensor::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "");
   if (HasQueryKey(data, "connection")) {
     return BridgeResultOK(cairnjson::Value::makeBool(MDIsValidConnection(handle)));
   }
@@ -67,21 +67,25 @@ BridgeResult Sensor::Get(const BridgeData& data) {
 }
 
 BridgeResult Sensor::Delete(const BridgeData& data) {
-  MDHandle handle = GetMDHandle(data, &uri(), "");
-  if (handle) {
+  MDHandle handle = nullptr;
+  {
+    // The cache's lock is held from the lookup until the id is forgotten, so the handle closed
+    // below is the one this id held when it was forgotten: a component that takes the sensor
+    // over on another thread (under the lock) either comes first, and the lookup finds nothing,
+    // or comes after, and finds nothing to take.
+    device::SensorCache& cache = device::SensorCache::Instance();
+    const MutexLock<RecursiveMutex> lock(cache.mutex());
+    const device::SensorInUse sensor = GetMDHandle(data, &uri(), "");
+    handle = sensor;
     // Forgotten before closing, so that no other component finds the id of a closed sensor.
-    {
-      device::SensorCache& cache = device::SensorCache::Instance();
-      const std::lock_guard<std::recursive_mutex> lock(cache.mutex());
-      cache.unregisterHandle(ParameterText(data, "id"));
-    }
-    (void)MDClose(&handle);
+    cache.unregisterHandle(ParameterText(data, "id"));
   }
+  (void)MDClose(&handle);
   return BridgeResultOK(cairnjson::Value());
 }
 
 BridgeResult SensorMode::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "Mode");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "Mode");
   BridgeCheckRequestCondition(HasQueryKey(data, "supports"), "requires 'supports' query.");
   cairnjson::Value modes(cairnjson::Type::Object);
   modes["ambient"] = cairnjson::Value::makeBool(MDSupportsAmbient(handle));
@@ -90,7 +94,7 @@ BridgeResult SensorMode::Get(const BridgeData& data) {
 }
 
 BridgeResult SensorMode::Put(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "Mode");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "Mode");
   const long long mode = requiredNumber(data, "mode", "data requires 'mode'.");
   const long long observerKey = requiredNumber(data, "observerKey", "data requires 'observerKey'.");
   BridgeCheckEmError(MDSetMode(handle, static_cast<std::uint32_t>(mode),
@@ -100,25 +104,25 @@ BridgeResult SensorMode::Put(const BridgeData& data) {
 }
 
 BridgeResult SensorCalibration::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "Calibration");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "Calibration");
   BridgeCheckRequestCondition(HasQueryKey(data, "needs"), "requires 'needs' query.");
   return BridgeResultOK(cairnjson::Value::makeBool(MDIsCalibrationNecessary(handle)));
 }
 
 BridgeResult SensorCalibration::Put(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "Calibration");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "Calibration");
   BridgeCheckEmError(MDCalibrate(handle), "Calibrate sensor.");
   return BridgeResultOK(cairnjson::Value());
 }
 
 BridgeResult SensorArm::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "Arm");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "Arm");
   BridgeCheckRequestCondition(HasQueryKey(data, "supports"), "requires 'supports' query.");
   return BridgeResultOK(cairnjson::Value::makeBool(MDHasArm(handle)));
 }
 
 BridgeResult SensorArm::Put(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "Arm");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "Arm");
   BridgeCheckRequestCondition(data.data.isBool(), "data must be boolean.");
   if (data.data.toLLong(0) != 0) {
     BridgeCheckEmError(MDTakeOutArm(handle), "Open sensor arm.");
@@ -129,7 +133,7 @@ BridgeResult SensorArm::Put(const BridgeData& data) {
 }
 
 BridgeResult SensorPosition::Get(const BridgeData& data) {
-  const MDHandle handle = GetMDHandle(data, &uri(), "Position");
+  const device::SensorInUse handle = GetMDHandle(data, &uri(), "Position");
   if (HasQueryKey(data, "supports")) {
     return BridgeResultOK(cairnjson::Value::makeBool(MDHasMultipleSensorPosition(handle)));
   }

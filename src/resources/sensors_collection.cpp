@@ -5,18 +5,18 @@
 #include "device/serial_usb_connection.h"
 #include "quilby/measurement_device.h"
 #include "resources/sensor_lookup.h"
+#include "util/mutex.h"
 #include "util/string_conversion.h"
 
 #include <cstdint>
 #include <cstdio>
-#include <mutex>
 #include <string>
 
 namespace vesk::bridge {
 
 namespace {
 
-using CacheLock = std::lock_guard<std::recursive_mutex>;
+using CacheLock = MutexLock<RecursiveMutex>;
 
 BridgeResult emptyAnswer() { return BridgeResultOK(cairnjson::Value()); }
 
@@ -48,7 +48,8 @@ cairnjson::Value connectedDevices() {
   return list;
 }
 
-cairnjson::Value openedSensorIdentifiers(const device::SensorCache& cache) {
+cairnjson::Value openedSensorIdentifiers(const device::SensorCache& cache)
+    QUILBY_REQUIRES(cache.mutex()) {
   cairnjson::Value list(cairnjson::Type::Array);
   for (const auto& entry : cache.handles()) {
     cairnjson::Value id;

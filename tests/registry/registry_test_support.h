@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -80,6 +81,43 @@ inline std::string journalText(const cairnjson::Value& value) {
   return value.isNull() ? "null" : value.toString("<not text>");
 }
 
+// What a replay of the journal's opens and closes finds wrong with the handles (at most `limit`
+// findings): a call naming a sensor handle that is not open at that moment (a use after close,
+// a second close, a handle never opened), and a handle opened twice. `open` holds, per handle,
+// whether it is open: pass the result of an earlier audit to go on from there.
+struct HandleAudit {
+  std::map<std::string, bool> open;
+  std::vector<std::string> findings;
+};
+inline HandleAudit auditHandles(const cairnjson::Value& entries, HandleAudit audit = {},
+                                std::size_t limit = 20) {
+  const auto finding = [&](const std::string& what) {
+    if (audit.findings.size() < limit) audit.findings.push_back(what);
+  };
+  for (const cairnjson::Value& entry : entries.elements()) {
+    const std::string& function = entry["function"].stringRef();
+    if (entry.contains("handle") && !entry["handle"].isNull()) {
+      const std::string handle = journalText(entry["handle"]);
+      if (audit.open.count(handle)) finding(function + " gave " + handle + " a second time");
+      audit.open[handle] = true;
+      continue;
+    }
+    for (const cairnjson::Value& argument : entry["arguments"].elements()) {
+      if (!argument.isString() || argument.stringRef().rfind("md:", 0) != 0) continue;
+      const std::string& handle = argument.stringRef();
+      const auto found = audit.open.find(handle);
+      if (found == audit.open.end()) {
+        finding(function + " on " + handle + ", never opened");
+      } else if (!found->second) {
+        finding(function + " on " + handle + " after it was closed");
+      } else if (function == "MDClose" && entry["status"].toLLong(-1) == EMERR_OK) {
+        found->second = false;
+      }
+    }
+  }
+  return audit;
+}
+
 inline std::vector<std::string> sorted(std::vector<std::string> texts) {
   std::sort(texts.begin(), texts.end());
   return texts;
@@ -134,7 +172,7 @@ class RegistryTest : public PluginTest {
   std::string colorimeter() { return named(openByDeviceID(kColorimeter)); }
   std::string spectrophotometer() { return named(openByDeviceID(kSpectrophotometer)); }
   std::string armSensor() { return named(openMonitor(kStudioSerial, kStudioProduct)); }
-  std::string frontSensor() { return named(openMonitor(kOfficeSerial, kOfficeProduct)); }
+  std::string panelSensor() { return named(openMonitor(kOfficeSerial, kOfficeProduct)); }
 
   // The handle registered under `id` (NULL when unknown or closed in place).
   MDHandle handleOf(const std::string& id) {

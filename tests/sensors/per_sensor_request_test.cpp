@@ -74,7 +74,7 @@ class PerSensorRequestTest : public RegistryTest, public testing::WithParamInter
  protected:
   // The office monitor's panel sensor for its requests, else the arm sensor with its arm out.
   std::string sensor() {
-    if (serial == kOfficeSerial) return frontSensor();
+    if (serial == kOfficeSerial) return panelSensor();
     const std::string arm = armSensor();
     EXPECT_EQ(answer("SensorArm", "PUT", arm, "", "true"), ok("null"));
     return arm;
@@ -194,7 +194,7 @@ class MonitorSectionWithoutFunctionTest : public RegistryTest {};
 // Only the IR reading's function is missing from the variant colour-sensor library.
 TEST_F(MonitorSectionWithoutFunctionTest, MissingColourSensorFunctionLeavesTheSection) {
   reloadWith("libmSensor_x64.so");
-  const std::string sensor = frontSensor();
+  const std::string sensor = panelSensor();
   clearJournal();
   EXPECT_EQ(answer("SensorIR", "GET", sensor), functionNotFound("libmSensor"));
   EXPECT_EQ(calls("EmCtrlLockMonitor").size(), 1u);

@@ -234,7 +234,7 @@ TEST_F(MeasurementsTest, XYZAndRawDataFollowTheShownColour) {
 }
 
 TEST_F(MeasurementsTest, BuiltInSensorReadingsFollowTheShownColour) {
-  const std::string sensor = frontSensor();
+  const std::string sensor = panelSensor();
   // Green shows in the green channel, and in Y most.
   ASSERT_EQ(QuilbySimSetShownColor(kOfficeSerial, kOfficeProduct, 0.0, 1.0, 0.0), 0);
   const cairnjson::Value rgb = call("SensorRGB", "GET", sensor).value["RGB"];
