@@ -22,6 +22,7 @@
 #define QUILBY_PLUGIN_H
 
 #include "quilby/device_types.h"
+#include "quilby/resource_list.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -29,27 +30,14 @@ extern "C" {
 
 #define QUILBY_EXPORT __attribute__((visibility("default")))
 
-/* Resource entry point: returns the promise id. All four texts are non-NULL ("" when absent). */
+/* Resource entry point: returns the promise id. All four texts are non-NULL ("" when absent).
+ * One per resource of quilby/resource_list.h, which gives each one's methods and path. */
 #define QUILBY_RESOURCE(Name) \
     QUILBY_EXPORT int Name(const char* request, const char* parameters, \
                            const char* query, const char* data)
-QUILBY_RESOURCE(Sensors);                       QUILBY_RESOURCE(SensorsName);
-QUILBY_RESOURCE(DeviceID);                      QUILBY_RESOURCE(IndividualID);
-QUILBY_RESOURCE(Monitors);                      QUILBY_RESOURCE(Sensor);
-QUILBY_RESOURCE(SensorMode);                    QUILBY_RESOURCE(SensorCalibration);
-QUILBY_RESOURCE(SensorXYZ);                     QUILBY_RESOURCE(SensorRawData);
-QUILBY_RESOURCE(SensorRGB);                     QUILBY_RESOURCE(SensorIR);
-QUILBY_RESOURCE(SensorXYZWithoutCorrelation);   QUILBY_RESOURCE(SensorArm);
-QUILBY_RESOURCE(SensorPosition);                QUILBY_RESOURCE(SensorExteriorLight);
-QUILBY_RESOURCE(SensorParameterDescription);    QUILBY_RESOURCE(SensorCorrection);
-QUILBY_RESOURCE(SensorExCorrection);            QUILBY_RESOURCE(SensorTargetMarker);
-QUILBY_RESOURCE(XRiteControlPanel);             QUILBY_RESOURCE(SensorCorrelation);
-QUILBY_RESOURCE(SensorCorrelation9Points);      QUILBY_RESOURCE(SensorCorrelationDescription);
-QUILBY_RESOURCE(SensorCorrelationData);         QUILBY_RESOURCE(SensorCorrelationDatabase);
-QUILBY_RESOURCE(SensorCorrelationMatrix);       QUILBY_RESOURCE(SensorCorrelationMatrixData);
-QUILBY_RESOURCE(SensorCorrelationMatrixDatabase); QUILBY_RESOURCE(SensorAmbraSense);
-QUILBY_RESOURCE(SensorAmbraSenseLevel);         QUILBY_RESOURCE(SensorIFSTempCorrectParam);
-QUILBY_RESOURCE(SensorIFSBrightCorrectParamUpdate); QUILBY_RESOURCE(SensorDeviceOption);
+#define QUILBY_DECLARE_RESOURCE(Name, Methods, Path) QUILBY_RESOURCE(Name);
+QUILBY_RESOURCES(QUILBY_DECLARE_RESOURCE)
+#undef QUILBY_DECLARE_RESOURCE
 
 /* Initialises the device libraries' directory and, when the devices listed in the web page's
  * "did.json" want it, launches the measurement subprocess. */
@@ -69,11 +57,13 @@ QUILBY_EXPORT EmError QuilbyGetHandleForHIDHandle(void* hid, MDHandle* handle);
 QUILBY_EXPORT EmError QuilbyGetHandleForDeviceID(MDDeviceID deviceID, MDHandle* handle);
 /* Drops `handle` from the registry without closing it; the caller owns it from then on.
  * EMERR_OK, EMERR_NOT_REGISTERED for an unknown or NULL handle, EMERR_FAILED on an internal
- * failure. Only the search takes the registry's lock; a caller on another thread than the page's
- * requests holds QuilbyLockSensors around this call. */
+ * failure. Finds and drops it under one hold of the registry's lock, after any page request
+ * using the handle has answered (it may wait for one): on return nothing else uses the handle.
+ * To find a handle and remove it as one step, hold QuilbyLockSensors around both calls. */
 QUILBY_EXPORT EmError QuilbyRemoveSensor(MDHandle handle);
 /* Before the HID handle of the monitor (serial, product) changes: closes the built-in sensors
- * opened through it, keeping their identifiers. Returns the monitor-control library's status when
+ * opened through it, keeping their identifiers. A sensor a page request is using is closed once
+ * that request has answered. Returns the monitor-control library's status when
  * it finds no HID handle, EMERR_FAILED on an internal failure, else EMERR_OK. */
 QUILBY_EXPORT EmError QuilbyPreUpdateBuiltInSensorHandle(const char* serial, const char* product);
 /* After the change: reopens those sensors under their old identifiers. Status as above. */

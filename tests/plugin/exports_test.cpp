@@ -1,5 +1,7 @@
 // The built libquilby.so exports exactly its C interface, needs only the measurement library at
 // load time, and finds it beside itself.
+#include "quilby/resource_list.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -38,21 +40,15 @@ std::set<std::string> dynamicSymbols(const std::string& filter) {
   return names;
 }
 
-const std::set<std::string> kExports = {
-    "Sensors", "SensorsName", "DeviceID", "IndividualID", "Monitors", "Sensor", "SensorMode",
-    "SensorCalibration", "SensorXYZ", "SensorRawData", "SensorRGB", "SensorIR",
-    "SensorXYZWithoutCorrelation", "SensorArm", "SensorPosition", "SensorExteriorLight",
-    "SensorParameterDescription", "SensorCorrection", "SensorExCorrection", "SensorTargetMarker",
-    "XRiteControlPanel", "SensorCorrelation", "SensorCorrelation9Points",
-    "SensorCorrelationDescription", "SensorCorrelationData", "SensorCorrelationDatabase",
-    "SensorCorrelationMatrix", "SensorCorrelationMatrixData", "SensorCorrelationMatrixDatabase",
-    "SensorAmbraSense", "SensorAmbraSenseLevel", "SensorIFSTempCorrectParam",
-    "SensorIFSBrightCorrectParamUpdate", "SensorDeviceOption", "Setup", "TearDown",
-    "SensorControlGetHandleForID", "QuilbyGetHandleForHIDHandle", "QuilbyGetHandleForDeviceID",
-    "QuilbyRemoveSensor", "QuilbyPreUpdateBuiltInSensorHandle", "QuilbyUpdateBuiltInSensorHandle",
-    "QuilbyEnumConnectedSerialSensors", "QuilbyLockSensors", "QuilbyUnlockSensors"};
+#define QUILBY_TEST_RESOURCE_NAME(Name, Methods, Path) #Name,
+#define QUILBY_TEST_NAME(Name) #Name,
+const std::set<std::string> kExports = {QUILBY_RESOURCES(QUILBY_TEST_RESOURCE_NAME)
+                                            QUILBY_OTHER_EXPORTS(QUILBY_TEST_NAME)};
 
+// The export map is made from the resource list; the list's 34 resources and the eleven other
+// functions are what a host can find, and nothing else.
 TEST(ExportsTest, ExportsExactlyTheCInterface) {
+  EXPECT_EQ(kExports.size(), 45u);
   EXPECT_EQ(dynamicSymbols("--defined-only"), kExports);
 }
 
