@@ -13,8 +13,8 @@ void GetSerialProductWithHIDHandle(void* hid, char* serial, char* product, bool 
   for (std::uint32_t index = 0;; ++index) {
     char monitorSerial[EMCTRL_SERIAL_SIZE] = {};
     char monitorProduct[EMCTRL_PRODUCT_SIZE] = {};
-    const EmError listed = library.call<decltype(EmCtrlGetSerialProduct)>(
-        "EmCtrlGetSerialProduct", index, monitorSerial, monitorProduct);
+    const EmError listed = library.call(QUILBY_DEVICE_FUNCTION(EmCtrlGetSerialProduct), index,
+                                        monitorSerial, monitorProduct);
     if (listed != EMERR_OK) {
       if (failIfNotFound) {
         throw BridgeResultError(BridgeStatusCode::NotFound, "Error", "HID handle is not found.");
@@ -22,8 +22,8 @@ void GetSerialProductWithHIDHandle(void* hid, char* serial, char* product, bool 
       return;
     }
     void* monitorHid = nullptr;
-    const EmError found = library.call<decltype(EmCtrlGetHIDHandle)>(
-        "EmCtrlGetHIDHandle", monitorSerial, monitorProduct, &monitorHid);
+    const EmError found = library.call(QUILBY_DEVICE_FUNCTION(EmCtrlGetHIDHandle), monitorSerial,
+                                       monitorProduct, &monitorHid);
     if (EMERR_IS_FAILURE(found) && found != EMERR_UNKNOWN) BridgeCheckEmError(found, "Get HID handle.");
     if (monitorHid == hid) {
       std::memcpy(serial, monitorSerial, EMCTRL_SERIAL_SIZE);
@@ -56,16 +56,16 @@ void MonitorLock::lock() {
   if (locked_ || serial_.empty() || product_.empty()) return;
   // The critical section is optional: a library without it just leaves the work unguarded.
   libemcLoader& library = libemcLoader::loader();
-  if (!library.lookup("EmCtrlLockMonitor")) return;
-  const EmError status = library.call<decltype(EmCtrlLockMonitor)>(
-      "EmCtrlLockMonitor", serial_.c_str(), product_.c_str());
+  if (!library.lookup(QUILBY_DEVICE_FUNCTION(EmCtrlLockMonitor))) return;
+  const EmError status =
+      library.call(QUILBY_DEVICE_FUNCTION(EmCtrlLockMonitor), serial_.c_str(), product_.c_str());
   if (EMERR_IS_SUCCESS(status)) locked_ = true;
 }
 
 void MonitorLock::unlock() {
   if (!locked_) return;
-  const EmError status = libemcLoader::loader().call<decltype(EmCtrlUnlockMonitor)>(
-      "EmCtrlUnlockMonitor", serial_.c_str(), product_.c_str());
+  const EmError status = libemcLoader::loader().call(QUILBY_DEVICE_FUNCTION(EmCtrlUnlockMonitor),
+                                                     serial_.c_str(), product_.c_str());
   if (EMERR_IS_SUCCESS(status)) locked_ = false;
 }
 

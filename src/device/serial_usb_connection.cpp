@@ -25,18 +25,18 @@ void SerialUSBConnection::update() {
   if (mappings_.empty()) return;
   // Each function is resolved right before its call, so the library is opened on first need.
   halvexLoader& library = halvexLoader::loader();
-  void* snapshot = library.call<decltype(HvxCreateUSBDeviceSnapshot)>("HvxCreateUSBDeviceSnapshot");
+  void* snapshot = library.call(QUILBY_DEVICE_FUNCTION(HvxCreateUSBDeviceSnapshot));
   if (!snapshot) return;
   for (std::uint32_t index = 0;; ++index) {
-    void* device = halvexLoader::loader().call<decltype(HvxEnumUSBDevice)>("HvxEnumUSBDevice",
-                                                                           snapshot, index);
+    void* device =
+        halvexLoader::loader().call(QUILBY_DEVICE_FUNCTION(HvxEnumUSBDevice), snapshot, index);
     if (!device) break;
     const char* name =
-        halvexLoader::loader().call<decltype(HvxGetUSBDeviceName)>("HvxGetUSBDeviceName", device);
+        halvexLoader::loader().call(QUILBY_DEVICE_FUNCTION(HvxGetUSBDeviceName), device);
     const auto mapped = mappings_.find(name ? name : "");
     if (mapped != mappings_.end()) connected_.push_back(mapped->second);
   }
-  halvexLoader::loader().call<decltype(HvxReleaseSnapshot)>("HvxReleaseSnapshot", snapshot);
+  halvexLoader::loader().call(QUILBY_DEVICE_FUNCTION(HvxReleaseSnapshot), snapshot);
 }
 
 cairnjson::Value SerialUSBConnection::connectedDeviceIDs() const {

@@ -11,6 +11,17 @@
 
 namespace vesk {
 
+// A function of a device library, known by its name and typed by its declaration. Make one with
+// QUILBY_DEVICE_FUNCTION, so that the name and the type come from the same token: a misspelt name
+// does not compile, and a function cannot be called as another's type. `decltype` creates no
+// reference to the symbol, so the plug-in never links the function it calls by name.
+template <class Function>
+struct DeviceFunction {
+  const char* name;
+};
+
+#define QUILBY_DEVICE_FUNCTION(function) (::vesk::DeviceFunction<decltype(function)>{#function})
+
 // While the library is not open, lookups search the process's global scope, so a function that
 // another loaded object exports is still found. Thread-safe.
 class DynamicLibrary {
@@ -35,15 +46,19 @@ class DynamicLibrary {
   Result execThrows(const std::string& name, Args... args) const;
 
   // The same, typed by the function's declaration, which converts the arguments to the declared
-  // parameter types. `decltype` creates no reference to the symbol itself:
-  //   loader.call<decltype(MDMeasureRaw)>("MDMeasureRaw", handle, raw)
+  // parameter types:
+  //   loader.call(QUILBY_DEVICE_FUNCTION(MDMeasureRaw), handle, raw)
   template <class Function, class... CallArgs>
-  decltype(auto) call(const std::string& name, CallArgs&&... args) const {
-    return callAs(static_cast<Function*>(nullptr), name, std::forward<CallArgs>(args)...);
+  decltype(auto) call(DeviceFunction<Function> function, CallArgs&&... args) const {
+    return callAs(static_cast<Function*>(nullptr), function.name, std::forward<CallArgs>(args)...);
   }
 
   // The address of `name`, or null. Opens nothing.
   void* lookup(const std::string& name) const;
+  template <class Function>
+  void* lookup(DeviceFunction<Function> function) const {
+    return lookup(function.name);
+  }
 
   bool isOpen() const;
   // The file that was opened (empty before).

@@ -50,8 +50,8 @@ bool isBuiltInto(const vesk::device::SensorHandle& entry, const char* serial, co
 // (left null when the library gives none).
 EmError monitorHIDHandle(const char* serial, const char* product, void*& hid) {
   hid = nullptr;
-  return vesk::libemcLoader::loader().call<decltype(EmCtrlGetHIDHandle)>(
-      "EmCtrlGetHIDHandle", serial, product, &hid);
+  return vesk::libemcLoader::loader().call(QUILBY_DEVICE_FUNCTION(EmCtrlGetHIDHandle), serial,
+                                           product, &hid);
 }
 
 void logLine(MireltoLevel level, const char* text) {

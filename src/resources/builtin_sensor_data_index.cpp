@@ -30,12 +30,11 @@ void ApplyBuiltinSensorDataIndex(void* hid, EmCtrlDUEPriority* priorityOut, bool
 
   const libemcLoader& monitors = libemcLoader::loader();
   bool priorityIs2 = false;
-  if (monitors.call<decltype(EmCtrlSupportedDUEPriority)>("EmCtrlSupportedDUEPriority", serial,
-                                                          product) != 0) {
+  if (monitors.call(QUILBY_DEVICE_FUNCTION(EmCtrlSupportedDUEPriority), serial, product) != 0) {
     EmCtrlDUEPriority priority = 0;
-    BridgeCheckEmError(monitors.call<decltype(EmCtrlGetDUEPriority)>(
-                           "EmCtrlGetDUEPriority", serial, product, &priority),
-                       "Get DUE priority.");
+    BridgeCheckEmError(
+        monitors.call(QUILBY_DEVICE_FUNCTION(EmCtrlGetDUEPriority), serial, product, &priority),
+        "Get DUE priority.");
     if (priorityOut) *priorityOut = priority;
     priorityIs2 = priority == kPriorityWithOwnSet;
   }
@@ -44,14 +43,13 @@ void ApplyBuiltinSensorDataIndex(void* hid, EmCtrlDUEPriority* priorityOut, bool
   const std::uint32_t index =
       !flag ? kUserIndex : (priorityIs2 ? kFactoryIndexForPriority2 : kFactoryIndex);
   const libmSensorLoader& sensor = libmSensorLoader::loader();
-  if (sensor.call<decltype(CSSG2H_SetColorSensorDataIndex)>("CSSG2H_SetColorSensorDataIndex", hid,
-                                                            index, 0u) >= 0) {
+  if (sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_SetColorSensorDataIndex), hid, index, 0u) >= 0) {
     return;
   }
   // Firmware that refuses an index by number still takes the same choice by flags.
   const std::uint32_t inverted = flag ? 0u : 1u;
-  BridgeCheckEmError(sensor.call<decltype(CSSG2H_SetColorSensorDataIndex2)>(
-                         "CSSG2H_SetColorSensorDataIndex2", hid, inverted, priorityIs2 ? 1u : 0u),
+  BridgeCheckEmError(sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_SetColorSensorDataIndex2), hid,
+                                 inverted, priorityIs2 ? 1u : 0u),
                      "Set color sensor data index.");
 }
 

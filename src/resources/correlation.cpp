@@ -64,9 +64,9 @@ void writeDescription(void* hid, const cairnjson::Value& json) {
   MonitorLock section(hid);
   section.lock();
   const libmSensorLoader& sensor = libmSensorLoader::loader();
-  BridgeCheckEmError(sensor.call<decltype(CSSG2H_SetCriterionSensorDescription)>(
-                         "CSSG2H_SetCriterionSensorDescription", hid, &description),
-                     "Set criterion sensor descripction.");
+  BridgeCheckEmError(
+      sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_SetCriterionSensorDescription), hid, &description),
+      "Set criterion sensor descripction.");
 }
 
 // ---- Corrections --------------------------------------------------------------------------------
@@ -88,20 +88,20 @@ constexpr const char* kRecordKeys[] = {"calibrationData",       "correctionData"
                                        "reference",             "referenceTone",
                                        "toneCorrection"};
 
-// Reads one record through the colour-sensor function `function`, typed by its declaration.
+// Reads one record through the colour-sensor function `function`.
 template <class Function, class Record>
-void getRecord(void* hid, const char* function, Record& record, const char* step) {
-  BridgeCheckEmError(libmSensorLoader::loader().call<Function>(function, hid, &record), step);
+void getRecord(void* hid, DeviceFunction<Function> function, Record& record, const char* step) {
+  BridgeCheckEmError(libmSensorLoader::loader().call(function, hid, &record), step);
 }
 
 // Writes the record under `key` of `body`, if there is one.
 template <class Function, class Record>
 void putRecord(void* hid, const cairnjson::Value& body, const char* key,
-               Record (*fromJson)(const cairnjson::Value&), const char* function,
+               Record (*fromJson)(const cairnjson::Value&), DeviceFunction<Function> function,
                const char* step) {
   if (!body.contains(key)) return;
   const Record record = fromJson(body[key]);
-  BridgeCheckEmError(libmSensorLoader::loader().call<Function>(function, hid, &record), step);
+  BridgeCheckEmError(libmSensorLoader::loader().call(function, hid, &record), step);
 }
 
 void checkRecordsBody(const cairnjson::Value& body) {
@@ -123,19 +123,16 @@ void checkRecordsBody(const cairnjson::Value& body) {
 MDCSSG2CorrelationDataEx ReadColorSensorCorrelationDataEx(void* hid,
                                                           bool* hasLuminanceLevelCorrection) {
   MDCSSG2CorrelationDataEx record{};
-  getRecord<decltype(CSSG2H_GetColorSensorCalibData)>(hid, "CSSG2H_GetColorSensorCalibData",
-                                                      record.calibrationData,
-                                                      "Get color sensor calib data.");
-  getRecord<decltype(CSSG2H_GetColorSensorCorrectionData)>(
-      hid, "CSSG2H_GetColorSensorCorrectionData", record.correctionData,
-      "Get color sensor correction data.");
+  getRecord(hid, QUILBY_DEVICE_FUNCTION(CSSG2H_GetColorSensorCalibData), record.calibrationData,
+            "Get color sensor calib data.");
+  getRecord(hid, QUILBY_DEVICE_FUNCTION(CSSG2H_GetColorSensorCorrectionData), record.correctionData,
+            "Get color sensor correction data.");
   const bool supported =
-      libmSensorLoader::loader().call<decltype(CSSG2H_SupportedLuminanceLevelCorrectionParams)>(
-          "CSSG2H_SupportedLuminanceLevelCorrectionParams", hid) != 0;
+      libmSensorLoader::loader().call(
+          QUILBY_DEVICE_FUNCTION(CSSG2H_SupportedLuminanceLevelCorrectionParams), hid) != 0;
   if (supported) {
-    getRecord<decltype(CSSG2H_GetLuminanceLevelCorrectionParams)>(
-        hid, "CSSG2H_GetLuminanceLevelCorrectionParams", record.luminanceLevelCorrection,
-        "Get luminance level correction params.");
+    getRecord(hid, QUILBY_DEVICE_FUNCTION(CSSG2H_GetLuminanceLevelCorrectionParams),
+              record.luminanceLevelCorrection, "Get luminance level correction params.");
   }
   if (hasLuminanceLevelCorrection) *hasLuminanceLevelCorrection = supported;
   return record;
@@ -143,16 +140,14 @@ MDCSSG2CorrelationDataEx ReadColorSensorCorrelationDataEx(void* hid,
 
 MDIFSv3CorrelationData ReadColorSensorIFSv3CorrelationData(void* hid) {
   MDIFSv3CorrelationData record{};
-  getRecord<decltype(CSSG2H_R2XCGetNormalizedMeasurementValue)>(
-      hid, "CSSG2H_R2XCGetNormalizedMeasurementValue", record.normalizedMeasurement,
-      "Get normalized measurement value.");
-  getRecord<decltype(CSSG2H_R2XCGetRefParam)>(hid, "CSSG2H_R2XCGetRefParam", record.reference,
-                                              "Get ref param.");
-  getRecord<decltype(CSSG2H_R2XCGetRefToneParam)>(hid, "CSSG2H_R2XCGetRefToneParam",
-                                                  record.referenceTone, "Get ref tone param.");
-  getRecord<decltype(CSSG2H_R2XCGetToneCorrectionParam)>(
-      hid, "CSSG2H_R2XCGetToneCorrectionParam", record.toneCorrection,
-      "Get tone correction param.");
+  getRecord(hid, QUILBY_DEVICE_FUNCTION(CSSG2H_R2XCGetNormalizedMeasurementValue),
+            record.normalizedMeasurement, "Get normalized measurement value.");
+  getRecord(hid, QUILBY_DEVICE_FUNCTION(CSSG2H_R2XCGetRefParam), record.reference,
+            "Get ref param.");
+  getRecord(hid, QUILBY_DEVICE_FUNCTION(CSSG2H_R2XCGetRefToneParam), record.referenceTone,
+            "Get ref tone param.");
+  getRecord(hid, QUILBY_DEVICE_FUNCTION(CSSG2H_R2XCGetToneCorrectionParam), record.toneCorrection,
+            "Get tone correction param.");
   return record;
 }
 
@@ -254,9 +249,8 @@ BridgeResult SensorCorrelationDescription::Get(const BridgeData& data) {
   // The library fills the record and then stores the same id through the third argument, so
   // pointing it into the record is harmless.
   const libmSensorLoader& sensor = libmSensorLoader::loader();
-  BridgeCheckEmError(sensor.call<decltype(CSSG2H_GetCriterionSensorDescription)>(
-                         "CSSG2H_GetCriterionSensorDescription", hid, &description,
-                         &description.deviceID),
+  BridgeCheckEmError(sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_GetCriterionSensorDescription), hid,
+                                 &description, &description.deviceID),
                      "Get criterion sensor descripction.");
   return BridgeResultOK(descriptionToJson(description));
 }
@@ -307,35 +301,33 @@ BridgeResult SensorCorrelationData::Put(const BridgeData& data) {
   MonitorLock section(hid);
   section.lock();
   if (send) {
-    putRecord<decltype(CSSG2H_SendColorSensorCalibData)>(
-        hid, body, "calibrationData", MDCSSG2CalibrationDataFromJson,
-        "CSSG2H_SendColorSensorCalibData", "Send color sensor calib data.");
-    putRecord<decltype(CSSG2H_SendColorSensorCorrectionData)>(
-        hid, body, "correctionData", MDCSSG2CorrectionDataFromJson,
-        "CSSG2H_SendColorSensorCorrectionData", "Send color sensor correction data.");
+    putRecord(hid, body, "calibrationData", MDCSSG2CalibrationDataFromJson,
+              QUILBY_DEVICE_FUNCTION(CSSG2H_SendColorSensorCalibData),
+              "Send color sensor calib data.");
+    putRecord(hid, body, "correctionData", MDCSSG2CorrectionDataFromJson,
+              QUILBY_DEVICE_FUNCTION(CSSG2H_SendColorSensorCorrectionData),
+              "Send color sensor correction data.");
   } else {
-    putRecord<decltype(CSSG2H_SetColorSensorCalibData)>(
-        hid, body, "calibrationData", MDCSSG2CalibrationDataFromJson,
-        "CSSG2H_SetColorSensorCalibData", "Set color sensor calib data.");
-    putRecord<decltype(CSSG2H_SetColorSensorCorrectionData)>(
-        hid, body, "correctionData", MDCSSG2CorrectionDataFromJson,
-        "CSSG2H_SetColorSensorCorrectionData", "Set color sensor correction data.");
+    putRecord(hid, body, "calibrationData", MDCSSG2CalibrationDataFromJson,
+              QUILBY_DEVICE_FUNCTION(CSSG2H_SetColorSensorCalibData),
+              "Set color sensor calib data.");
+    putRecord(hid, body, "correctionData", MDCSSG2CorrectionDataFromJson,
+              QUILBY_DEVICE_FUNCTION(CSSG2H_SetColorSensorCorrectionData),
+              "Set color sensor correction data.");
   }
-  putRecord<decltype(CSSG2H_SetLuminanceLevelCorrectionParams)>(
-      hid, body, "luminanceLevelCorrection", MDCSSG2LuminanceLevelCorrectionParamsFromJson,
-      "CSSG2H_SetLuminanceLevelCorrectionParams", "Set luminance level correction params.");
-  putRecord<decltype(CSSG2H_R2XCSetNormalizedMeasurementValue)>(
-      hid, body, "normalizedMeasurement", R2XC_ValueRGBKFromJson,
-      "CSSG2H_R2XCSetNormalizedMeasurementValue", "Set normalized measurement value.");
-  putRecord<decltype(CSSG2H_R2XCSetRefParam)>(hid, body, "reference", R2XC_RefParamFromJson,
-                                              "CSSG2H_R2XCSetRefParam", "Set ref param.");
-  putRecord<decltype(CSSG2H_R2XCSetRefToneParam)>(hid, body, "referenceTone",
-                                                  R2XC_RefToneParamFromJson,
-                                                  "CSSG2H_R2XCSetRefToneParam",
-                                                  "Set ref tone param.");
-  putRecord<decltype(CSSG2H_R2XCSetToneCorrectionParam)>(
-      hid, body, "toneCorrection", R2XC_ToneCorrectionParamFromJson,
-      "CSSG2H_R2XCSetToneCorrectionParam", "Set tone correction param.");
+  putRecord(hid, body, "luminanceLevelCorrection", MDCSSG2LuminanceLevelCorrectionParamsFromJson,
+            QUILBY_DEVICE_FUNCTION(CSSG2H_SetLuminanceLevelCorrectionParams),
+            "Set luminance level correction params.");
+  putRecord(hid, body, "normalizedMeasurement", R2XC_ValueRGBKFromJson,
+            QUILBY_DEVICE_FUNCTION(CSSG2H_R2XCSetNormalizedMeasurementValue),
+            "Set normalized measurement value.");
+  putRecord(hid, body, "reference", R2XC_RefParamFromJson,
+            QUILBY_DEVICE_FUNCTION(CSSG2H_R2XCSetRefParam), "Set ref param.");
+  putRecord(hid, body, "referenceTone", R2XC_RefToneParamFromJson,
+            QUILBY_DEVICE_FUNCTION(CSSG2H_R2XCSetRefToneParam), "Set ref tone param.");
+  putRecord(hid, body, "toneCorrection", R2XC_ToneCorrectionParamFromJson,
+            QUILBY_DEVICE_FUNCTION(CSSG2H_R2XCSetToneCorrectionParam),
+            "Set tone correction param.");
   return BridgeResultOK(cairnjson::Value());
 }
 

@@ -45,8 +45,8 @@ Monitor monitorOf(MDHandle handle) {
 }
 
 std::uint16_t panelRevision(const Monitor& monitor) {
-  return libemcLoader::loader().call<decltype(EmCtrlGetPanelRevision)>(
-      "EmCtrlGetPanelRevision", monitor.serial, monitor.product);
+  return libemcLoader::loader().call(QUILBY_DEVICE_FUNCTION(EmCtrlGetPanelRevision), monitor.serial,
+                                     monitor.product);
 }
 
 // The reference instrument named by a Post body, checked before any library call.
@@ -91,13 +91,13 @@ struct Listed {
 };
 
 template <class DateFunction>
-cairnjson::Value datedEntries(const std::vector<Listed>& listed, const char* dateFunction,
-                              const char* step) {
+cairnjson::Value datedEntries(const std::vector<Listed>& listed,
+                              DeviceFunction<DateFunction> dateFunction, const char* step) {
   const libmdcorrectorLoader& corrector = libmdcorrectorLoader::loader();
   cairnjson::Value entries(cairnjson::Type::Array);
   for (const Listed& item : listed) {
     MDDate date{};
-    BridgeCheckEmError(corrector.call<DateFunction>(dateFunction, item.id, &date), step);
+    BridgeCheckEmError(corrector.call(dateFunction, item.id, &date), step);
     entries.push_back(storedEntry(item.id, date, item.referenceDeviceID, item.referenceSerial));
   }
   return entries;
@@ -139,9 +139,9 @@ cairnjson::Value listCorrelations(const Monitor& monitor) {
     char monitorProduct[MD_CORRELATION_PRODUCT_SIZE] = {};
     char monitorSerial[MD_CORRELATION_SERIAL_SIZE] = {};
     // Whatever ends the listing (past the end, or a failure) is the library's to explain.
-    if (corrector.call<decltype(MDEnumCorrelationInfo)>(
-            "MDEnumCorrelationInfo", index, &item.referenceDeviceID, item.referenceSerial,
-            monitorProduct, monitorSerial, &item.id) != EMERR_OK) {
+    if (corrector.call(QUILBY_DEVICE_FUNCTION(MDEnumCorrelationInfo), index,
+                       &item.referenceDeviceID, item.referenceSerial, monitorProduct, monitorSerial,
+                       &item.id) != EMERR_OK) {
       break;
     }
     if (string::fromFixedBuffer(monitorSerial, sizeof monitorSerial) ==
@@ -151,8 +151,8 @@ cairnjson::Value listCorrelations(const Monitor& monitor) {
       listed.push_back(item);
     }
   }
-  return datedEntries<decltype(MDGetCorrelationDataDate)>(listed, "MDGetCorrelationDataDate",
-                                                          "Get correlation data date.");
+  return datedEntries(listed, QUILBY_DEVICE_FUNCTION(MDGetCorrelationDataDate),
+                      "Get correlation data date.");
 }
 
 cairnjson::Value storedCorrelation(void* hid, std::int64_t id) {
@@ -160,14 +160,14 @@ cairnjson::Value storedCorrelation(void* hid, std::int64_t id) {
   RecordKind kind = RecordKind::CSSG2;
   cairnjson::Value stored;
   MDCSSG2CorrelationDataEx cssg2{};
-  const EmError status = corrector.call<decltype(MDGetCSSG2CorrelationDataEx)>(
-      "MDGetCSSG2CorrelationDataEx", id, &cssg2);
+  const EmError status =
+      corrector.call(QUILBY_DEVICE_FUNCTION(MDGetCSSG2CorrelationDataEx), id, &cssg2);
   if (status == EMERR_INVALID_DATA) {
     kind = RecordKind::IFSv3;
     MDIFSv3CorrelationData ifsv3{};
-    BridgeCheckEmError(corrector.call<decltype(MDGetIFSv3CorrelationData)>(
-                           "MDGetIFSv3CorrelationData", id, &ifsv3),
-                       "Get IFSv3 correlation data.");
+    BridgeCheckEmError(
+        corrector.call(QUILBY_DEVICE_FUNCTION(MDGetIFSv3CorrelationData), id, &ifsv3),
+        "Get IFSv3 correlation data.");
     stored = ToJson(ifsv3);
   } else {
     BridgeCheckEmError(status, "Get CSSG2 correlation data.");
@@ -231,22 +231,21 @@ BridgeResult SensorCorrelationDatabase::Post(const BridgeData& data) {
   const libmdcorrectorLoader& corrector = libmdcorrectorLoader::loader();
   std::int64_t id = 0;
   if (kind == RecordKind::IFSv3) {
-    BridgeCheckEmError(corrector.call<decltype(MDAddIFSv3CorrelationData)>(
-                           "MDAddIFSv3CorrelationData", monitor.serial, monitor.product,
-                           reference.deviceID, reference.serial.c_str(), &ifsv3, &id),
-                       "Add IFSv3 correlation data.");
+    BridgeCheckEmError(
+        corrector.call(QUILBY_DEVICE_FUNCTION(MDAddIFSv3CorrelationData), monitor.serial,
+                       monitor.product, reference.deviceID, reference.serial.c_str(), &ifsv3, &id),
+        "Add IFSv3 correlation data.");
   } else if (dated) {
     const MDDate date = MDDateFromJson(body["date"]);
-    BridgeCheckEmError(corrector.call<decltype(MDAddCSSG2CorrelationDataWithDateEx)>(
-                           "MDAddCSSG2CorrelationDataWithDateEx", monitor.serial,
-                           monitor.product, reference.deviceID, reference.serial.c_str(),
-                           &cssg2, &date, &id),
+    BridgeCheckEmError(corrector.call(QUILBY_DEVICE_FUNCTION(MDAddCSSG2CorrelationDataWithDateEx),
+                                      monitor.serial, monitor.product, reference.deviceID,
+                                      reference.serial.c_str(), &cssg2, &date, &id),
                        "Add CSSG2 correlation data with date.");
   } else {
-    BridgeCheckEmError(corrector.call<decltype(MDAddCSSG2CorrelationDataEx)>(
-                           "MDAddCSSG2CorrelationDataEx", monitor.serial, monitor.product,
-                           reference.deviceID, reference.serial.c_str(), &cssg2, &id),
-                       "Add CSSG2 correlation data.");
+    BridgeCheckEmError(
+        corrector.call(QUILBY_DEVICE_FUNCTION(MDAddCSSG2CorrelationDataEx), monitor.serial,
+                       monitor.product, reference.deviceID, reference.serial.c_str(), &cssg2, &id),
+        "Add CSSG2 correlation data.");
   }
   return BridgeResultOK(cairnjson::Value::makeInteger(id));
 }
@@ -261,22 +260,22 @@ BridgeResult SensorCorrelationMatrixDatabase::Get(const BridgeData& data) {
   for (std::uint32_t index = 0;; ++index) {
     Listed item;
     // Whatever ends the listing (past the end, or a failure) is the library's to explain.
-    if (corrector.call<decltype(MDEnumCorrelationMatrixInfo)>(
-            "MDEnumCorrelationMatrixInfo", monitor.product, revision, index,
-            &item.referenceDeviceID, item.referenceSerial, &item.id) != EMERR_OK) {
+    if (corrector.call(QUILBY_DEVICE_FUNCTION(MDEnumCorrelationMatrixInfo), monitor.product,
+                       revision, index, &item.referenceDeviceID, item.referenceSerial,
+                       &item.id) != EMERR_OK) {
       break;
     }
     listed.push_back(item);
   }
 
   cairnjson::Value answer(cairnjson::Type::Object);
-  answer["matrices"] = datedEntries<decltype(MDGetCorrelationMatrixDate)>(
-      listed, "MDGetCorrelationMatrixDate", "Get correlation matrix date.");
+  answer["matrices"] = datedEntries(listed, QUILBY_DEVICE_FUNCTION(MDGetCorrelationMatrixDate),
+                                    "Get correlation matrix date.");
   cairnjson::Value latest;
   if (!listed.empty()) {
     std::int64_t latestID = 0;
-    BridgeCheckEmError(corrector.call<decltype(MDGetLatestCorrelationMatrixID)>(
-                           "MDGetLatestCorrelationMatrixID", monitor.product, revision, &latestID),
+    BridgeCheckEmError(corrector.call(QUILBY_DEVICE_FUNCTION(MDGetLatestCorrelationMatrixID),
+                                      monitor.product, revision, &latestID),
                        "Get latest correlation matrix id.");
     latest.setInteger(latestID);
   }
@@ -292,12 +291,11 @@ BridgeResult SensorCorrelationMatrixDatabase::Post(const BridgeData& data) {
   const std::vector<double> matrix = sensorMatrix(monitor.hid);
 
   std::int64_t id = 0;
-  BridgeCheckEmError(
-      libmdcorrectorLoader::loader().call<decltype(MDAddCorrelationMatrix)>(
-          "MDAddCorrelationMatrix", monitor.product, revision, reference.deviceID,
-          reference.serial.c_str(), matrix.data(),
-          static_cast<std::uint32_t>(matrix.size() / kColumns), &id),
-      "Add correlation matrix.");
+  BridgeCheckEmError(libmdcorrectorLoader::loader().call(
+                         QUILBY_DEVICE_FUNCTION(MDAddCorrelationMatrix), monitor.product, revision,
+                         reference.deviceID, reference.serial.c_str(), matrix.data(),
+                         static_cast<std::uint32_t>(matrix.size() / kColumns), &id),
+                     "Add correlation matrix.");
   return BridgeResultOK(cairnjson::Value::makeInteger(id));
 }
 

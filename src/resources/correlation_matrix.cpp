@@ -50,8 +50,7 @@ void rowsFromJson(const cairnjson::Value& json, std::size_t rows, double* matrix
 }
 
 bool supports8x3(const libmSensorLoader& sensor, void* hid) {
-  return sensor.call<decltype(CSSG2H_SupportedXYZCorrectionMatrix8DXT)>(
-             "CSSG2H_SupportedXYZCorrectionMatrix8DXT", hid) != 0;
+  return sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_SupportedXYZCorrectionMatrix8DXT), hid) != 0;
 }
 
 // The matrix of the selected data set, in the form the sensor supports.
@@ -72,16 +71,16 @@ void writeMatrix(void* hid, const cairnjson::Value& rows) {
   if (rows.size() >= kTermRows && supports8x3(sensor, hid)) {
     double matrix[kTermRows * kColumns] = {};
     rowsFromJson(rows, kTermRows, matrix);
-    BridgeCheckEmError(sensor.call<decltype(CSSG2H_SetXYZCorrectionMatrix8DXT)>(
-                           "CSSG2H_SetXYZCorrectionMatrix8DXT", hid, matrix),
-                       "Set color sensor correction matrix 8x3.");
+    BridgeCheckEmError(
+        sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_SetXYZCorrectionMatrix8DXT), hid, matrix),
+        "Set color sensor correction matrix 8x3.");
     return;
   }
   double matrix[kSquareRows * kColumns] = {};
   rowsFromJson(rows, kSquareRows, matrix);
-  BridgeCheckEmError(sensor.call<decltype(CSSG2H_SetXYZCorrectionMatrix)>(
-                         "CSSG2H_SetXYZCorrectionMatrix", hid, matrix),
-                     "Set color sensor correction matrix 3x3.");
+  BridgeCheckEmError(
+      sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_SetXYZCorrectionMatrix), hid, matrix),
+      "Set color sensor correction matrix 3x3.");
 }
 
 // What Get and Put of the matrix data share: the built-in sensor's monitor, user set selected.
@@ -99,15 +98,15 @@ std::vector<double> ReadSensorCorrectionMatrix(void* hid) {
   const libmSensorLoader& sensor = libmSensorLoader::loader();
   if (!supports8x3(sensor, hid)) {
     std::vector<double> matrix(kSquareRows * kColumns, 0.0);
-    BridgeCheckEmError(sensor.call<decltype(CSSG2H_GetXYZCorrectionMatrix)>(
-                           "CSSG2H_GetXYZCorrectionMatrix", hid, matrix.data()),
-                       "Get color sensor correction matrix 3x3.");
+    BridgeCheckEmError(
+        sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_GetXYZCorrectionMatrix), hid, matrix.data()),
+        "Get color sensor correction matrix 3x3.");
     return matrix;
   }
   std::vector<double> matrix(kTermRows * kColumns, 0.0);
-  BridgeCheckEmError(sensor.call<decltype(CSSG2H_GetXYZCorrectionMatrix8DXT)>(
-                         "CSSG2H_GetXYZCorrectionMatrix8DXT", hid, matrix.data()),
-                     "Get color sensor correction matrix 8x3.");
+  BridgeCheckEmError(
+      sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_GetXYZCorrectionMatrix8DXT), hid, matrix.data()),
+      "Get color sensor correction matrix 8x3.");
   return matrix;
 }
 
@@ -118,8 +117,8 @@ BridgeResult SensorCorrelationMatrix::Get(const BridgeData& data) {
   char serial[EMCTRL_SERIAL_SIZE] = {};
   char product[EMCTRL_PRODUCT_SIZE] = {};
   GetSerialProductWithHIDHandle(hid, serial, product, true);
-  const std::uint16_t panelRevision = libemcLoader::loader().call<decltype(EmCtrlGetPanelRevision)>(
-      "EmCtrlGetPanelRevision", serial, product);
+  const std::uint16_t panelRevision =
+      libemcLoader::loader().call(QUILBY_DEVICE_FUNCTION(EmCtrlGetPanelRevision), serial, product);
 
   const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
   cairnjson::Value matrices(cairnjson::Type::Array);
@@ -128,9 +127,8 @@ BridgeResult SensorCorrelationMatrix::Get(const BridgeData& data) {
     char referenceSerial[MD_REFERENCE_SERIAL_SIZE] = {};
     std::int64_t id = 0;
     // Whatever ends the listing (past the end, or a failure) is the library's to explain.
-    if (library.call<decltype(MDEnumCorrelationMatrix)>("MDEnumCorrelationMatrix", handle, product,
-                                                        panelRevision, index, &referenceDeviceID,
-                                                        referenceSerial, &id) != EMERR_OK) {
+    if (library.call(QUILBY_DEVICE_FUNCTION(MDEnumCorrelationMatrix), handle, product,
+                     panelRevision, index, &referenceDeviceID, referenceSerial, &id) != EMERR_OK) {
       break;
     }
     cairnjson::Value matrix(cairnjson::Type::Object);
@@ -147,8 +145,7 @@ BridgeResult SensorCorrelationMatrix::Put(const BridgeData& data) {
   BridgeCheckRequestCondition(data.data.isNumber(), "data must be number.");
   const std::uint64_t id = CorrelationIdFromJson(data.data);
   const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
-  BridgeCheckEmError(library.call<decltype(MDApplyCorrelationMatrix)>(
-                         "MDApplyCorrelationMatrix", handle, id),
+  BridgeCheckEmError(library.call(QUILBY_DEVICE_FUNCTION(MDApplyCorrelationMatrix), handle, id),
                      "Apply correlation matrix.");
   return BridgeResultOK(cairnjson::Value());
 }
@@ -156,8 +153,7 @@ BridgeResult SensorCorrelationMatrix::Put(const BridgeData& data) {
 BridgeResult SensorCorrelationMatrix::Delete(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), kMatrixWord);
   const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
-  BridgeCheckEmError(library.call<decltype(MDReleaseCorrelationMatrix)>(
-                         "MDReleaseCorrelationMatrix", handle),
+  BridgeCheckEmError(library.call(QUILBY_DEVICE_FUNCTION(MDReleaseCorrelationMatrix), handle),
                      "Release correlation matrix.");
   return BridgeResultOK(cairnjson::Value());
 }

@@ -46,9 +46,9 @@ BridgeResult SensorXYZ::Get(const BridgeData& data) {
 BridgeResult SensorRawData::Get(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "RawData");
   double raw[3] = {};
-  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDMeasureRaw)>(
-                         "MDMeasureRaw", handle, raw),
-                     "Measure raw data.");
+  BridgeCheckEmError(
+      libmeasurementdeviceLoader::loader().call(QUILBY_DEVICE_FUNCTION(MDMeasureRaw), handle, raw),
+      "Measure raw data.");
   cairnjson::Value channels(cairnjson::Type::Array);
   for (const double channel : raw) channels.push_back(cairnjson::Value::makeDouble(channel));
   return BridgeResultOK(answerWith("rawData", channels));
@@ -60,8 +60,8 @@ BridgeResult SensorRGB::Get(const BridgeData& data) {
   MonitorLock section(hid);
   section.lock();
   double red = 0.0, green = 0.0, blue = 0.0;
-  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_MeasureRGB)>(
-                         "CSSG2H_MeasureRGB", hid, &red, &green, &blue),
+  BridgeCheckEmError(libmSensorLoader::loader().call(QUILBY_DEVICE_FUNCTION(CSSG2H_MeasureRGB), hid,
+                                                     &red, &green, &blue),
                      "Measure RGB.");
   return BridgeResultOK(answerWith("RGB", floatingMembers({{"R", red}, {"G", green}, {"B", blue}})));
 }
@@ -73,8 +73,8 @@ BridgeResult SensorIR::Get(const BridgeData& data) {
   section.lock();
   double infrared = 0.0;
   std::uint64_t unused = 0;
-  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_GetIRValue)>(
-                         "CSSG2H_GetIRValue", hid, &infrared, &unused),
+  BridgeCheckEmError(libmSensorLoader::loader().call(QUILBY_DEVICE_FUNCTION(CSSG2H_GetIRValue), hid,
+                                                     &infrared, &unused),
                      "Get IR value.");
   return BridgeResultOK(answerWith("IR", cairnjson::Value::makeDouble(infrared)));
 }
@@ -85,9 +85,10 @@ BridgeResult SensorXYZWithoutCorrelation::Get(const BridgeData& data) {
   MonitorLock section(hid);
   section.lock();
   double x = 0.0, y = 0.0, z = 0.0;
-  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_MeasureNotCorrelatedXYZCount)>(
-                         "CSSG2H_MeasureNotCorrelatedXYZCount", hid, &x, &y, &z),
-                     "Measure not correlated XYZ count.");
+  BridgeCheckEmError(
+      libmSensorLoader::loader().call(QUILBY_DEVICE_FUNCTION(CSSG2H_MeasureNotCorrelatedXYZCount),
+                                      hid, &x, &y, &z),
+      "Measure not correlated XYZ count.");
   return BridgeResultOK(answerWith("XYZ", floatingMembers({{"X", x}, {"Y", y}, {"Z", z}})));
 }
 

@@ -16,8 +16,8 @@ BridgeResult SensorAmbraSense::Get(const BridgeData& data) {
   MonitorLock section(hid);
   section.lock();
   std::uint8_t onOff = 0;
-  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_GetHumanDetectOnOff)>(
-                         "CSSG2H_GetHumanDetectOnOff", hid, &onOff),
+  BridgeCheckEmError(libmSensorLoader::loader().call(
+                         QUILBY_DEVICE_FUNCTION(CSSG2H_GetHumanDetectOnOff), hid, &onOff),
                      "Get human detect on off.");
   return BridgeResultOK(cairnjson::Value::makeInteger(onOff));
 }
@@ -30,8 +30,8 @@ BridgeResult SensorAmbraSense::Put(const BridgeData& data) {
   const std::uint8_t onOff = data.data.toDouble(0.0) != 0.0 ? 1 : 0;
   MonitorLock section(hid);
   section.lock();
-  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_SetHumanDetectOnOff)>(
-                         "CSSG2H_SetHumanDetectOnOff", hid, onOff),
+  BridgeCheckEmError(libmSensorLoader::loader().call(
+                         QUILBY_DEVICE_FUNCTION(CSSG2H_SetHumanDetectOnOff), hid, onOff),
                      "Set human detect on off.");
   return BridgeResultOK(cairnjson::Value());
 }
@@ -42,8 +42,8 @@ BridgeResult SensorAmbraSenseLevel::Get(const BridgeData& data) {
   MonitorLock section(hid);
   section.lock();
   std::uint32_t mode = 0;
-  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_GetHumanDetectMode)>(
-                         "CSSG2H_GetHumanDetectMode", hid, &mode),
+  BridgeCheckEmError(libmSensorLoader::loader().call(
+                         QUILBY_DEVICE_FUNCTION(CSSG2H_GetHumanDetectMode), hid, &mode),
                      "Get human detect mode.");
   return BridgeResultOK(cairnjson::Value::makeInteger(mode));
 }
@@ -55,9 +55,9 @@ BridgeResult SensorAmbraSenseLevel::Put(const BridgeData& data) {
   const auto mode = static_cast<std::uint32_t>(data.data.toLLong(0));
   MonitorLock section(hid);
   section.lock();
-  BridgeCheckEmError(libmSensorLoader::loader().call<decltype(CSSG2H_SetHumanDetectMode)>(
-                         "CSSG2H_SetHumanDetectMode", hid, mode),
-                     "Set human detect mode.");
+  BridgeCheckEmError(
+      libmSensorLoader::loader().call(QUILBY_DEVICE_FUNCTION(CSSG2H_SetHumanDetectMode), hid, mode),
+      "Set human detect mode.");
   return BridgeResultOK(cairnjson::Value());
 }
 

@@ -62,8 +62,8 @@ BridgeResult Monitors::Post(const BridgeData& data) {
   device::SensorCache& cache = device::SensorCache::Instance();
   const CacheLock lock(cache.mutex());
   void* hid = nullptr;
-  BridgeCheckEmError(libemcLoader::loader().call<decltype(EmCtrlGetHIDHandle)>(
-                         "EmCtrlGetHIDHandle", serial.c_str(), product.c_str(), &hid),
+  BridgeCheckEmError(libemcLoader::loader().call(QUILBY_DEVICE_FUNCTION(EmCtrlGetHIDHandle),
+                                                 serial.c_str(), product.c_str(), &hid),
                      "Get HID handle.");
   MDHandle handle = nullptr;
   BridgeCheckEmError(MDOpenWithHIDHandle(hid, &handle), "Open sensor with HID handle.");

@@ -17,47 +17,46 @@ BridgeResult nothing() { return BridgeResultOK(cairnjson::Value()); }
 
 // An on/off setting read and written through run-time functions of the measurement library
 // that share one shape: Get(handle, uint32_t*), Set(handle, uint32_t), and optionally
-// Has(handle) for the "supports" query.
+// Has(handle) for the "supports" query. A function of another shape does not fit its member.
 struct Switch {
-  const char* has;  // null: the query is not offered
-  const char* get;
-  const char* set;
+  DeviceFunction<int(MDHandle)> has;  // null name: the query is not offered
+  DeviceFunction<EmError(MDHandle, std::uint32_t*)> get;
+  DeviceFunction<EmError(MDHandle, std::uint32_t)> set;
   const char* getText;
   const char* setText;
 };
 
-using HasFunction = decltype(MDHasExteriorLight);
-using GetFunction = decltype(MDGetExteriorLightingState);
-using SetFunction = decltype(MDSetExteriorLightingState);
-
 BridgeResult getSwitch(const Switch& setting, const BridgeData& data, MDHandle handle) {
   libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
-  if (setting.has && HasQueryKey(data, "supports")) {
-    return BridgeResultOK(
-        cairnjson::Value::makeBool(library.call<HasFunction>(setting.has, handle) != 0));
+  if (setting.has.name && HasQueryKey(data, "supports")) {
+    return BridgeResultOK(cairnjson::Value::makeBool(library.call(setting.has, handle) != 0));
   }
   std::uint32_t state = 0;
-  BridgeCheckEmError(library.call<GetFunction>(setting.get, handle, &state), setting.getText);
+  BridgeCheckEmError(library.call(setting.get, handle, &state), setting.getText);
   return BridgeResultOK(cairnjson::Value::makeBool(state != 0));
 }
 
 BridgeResult putSwitch(const Switch& setting, const BridgeData& data, MDHandle handle) {
   BridgeCheckRequestCondition(data.data.isBool(), "data must be boolean.");
   const std::uint32_t state = data.data.toInt(0) != 0 ? 1 : 0;
-  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<SetFunction>(setting.set, handle, state),
+  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call(setting.set, handle, state),
                      setting.setText);
   return nothing();
 }
 
-constexpr Switch kExteriorLight{"MDHasExteriorLight", "MDGetExteriorLightingState",
-                                "MDSetExteriorLightingState", "Get exterior lighting state.",
-                                "Set exterior lighting state."};
-constexpr Switch kTargetMarker{"MDHasTargetMarker", "MDGetTargetMarker", "MDSetTargetMarker",
-                               "Get target marker.", "Set target marker."};
-constexpr Switch kBrightCorrectionUpdate{nullptr, "MDGetIFSBrightCorrectParamUpdateEnabled",
-                                         "MDSetIFSBrightCorrectParamUpdateEnabled",
-                                         "Get IFS bright correct param update enabled.",
-                                         "Set IFS bright correct param update enabled."};
+constexpr Switch kExteriorLight{QUILBY_DEVICE_FUNCTION(MDHasExteriorLight),
+                                QUILBY_DEVICE_FUNCTION(MDGetExteriorLightingState),
+                                QUILBY_DEVICE_FUNCTION(MDSetExteriorLightingState),
+                                "Get exterior lighting state.", "Set exterior lighting state."};
+constexpr Switch kTargetMarker{
+    QUILBY_DEVICE_FUNCTION(MDHasTargetMarker), QUILBY_DEVICE_FUNCTION(MDGetTargetMarker),
+    QUILBY_DEVICE_FUNCTION(MDSetTargetMarker), "Get target marker.", "Set target marker."};
+constexpr Switch kBrightCorrectionUpdate{
+    {nullptr},
+    QUILBY_DEVICE_FUNCTION(MDGetIFSBrightCorrectParamUpdateEnabled),
+    QUILBY_DEVICE_FUNCTION(MDSetIFSBrightCorrectParamUpdateEnabled),
+    "Get IFS bright correct param update enabled.",
+    "Set IFS bright correct param update enabled."};
 
 // A 3x3 matrix from three rows of three numbers, row-major; false for anything else.
 bool readMatrix(const cairnjson::Value& json, double matrix[9]) {
@@ -104,8 +103,8 @@ BridgeResult SensorExteriorLight::Put(const BridgeData& data) {
 BridgeResult SensorParameterDescription::Get(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "ParameterDescription");
   char description[MD_PARAMETER_DESCRIPTION_SIZE] = {};
-  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDGetParameterDescription)>(
-                         "MDGetParameterDescription", handle, description),
+  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call(
+                         QUILBY_DEVICE_FUNCTION(MDGetParameterDescription), handle, description),
                      "Get parameter description.");
   cairnjson::Value value;
   value.setString(string::fromFixedBuffer(description, sizeof description));
@@ -118,9 +117,10 @@ BridgeResult SensorParameterDescription::Put(const BridgeData& data) {
   const std::string& description = data.data.stringRef();
   BridgeCheckRequestCondition(description.size() < MD_PARAMETER_DESCRIPTION_SIZE,
                               "data must be 255 bytes or less.");
-  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDSetParameterDescription)>(
-                         "MDSetParameterDescription", handle, description.c_str()),
-                     "Set parameter description.");
+  BridgeCheckEmError(
+      libmeasurementdeviceLoader::loader().call(QUILBY_DEVICE_FUNCTION(MDSetParameterDescription),
+                                                handle, description.c_str()),
+      "Set parameter description.");
   return nothing();
 }
 
@@ -165,8 +165,8 @@ BridgeResult SensorTargetMarker::Put(const BridgeData& data) {
 
 BridgeResult SensorIFSTempCorrectParam::Post(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "IFSTempCorrectParam");
-  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDCalcIFSTempCorrectParam)>(
-                         "MDCalcIFSTempCorrectParam", handle),
+  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call(
+                         QUILBY_DEVICE_FUNCTION(MDCalcIFSTempCorrectParam), handle),
                      "Calculate IFS temperature correction parameter.");
   return nothing();
 }
@@ -187,9 +187,10 @@ BridgeResult SensorDeviceOption::Get(const BridgeData& data) {
   const long long option = optionNumber(data.query["option"]);
   BridgeCheckRequestCondition(option >= 0, "option must be number.");
   std::int32_t value = 0;
-  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDGetDeviceOptionValue)>(
-                         "MDGetDeviceOptionValue", handle, static_cast<std::uint32_t>(option), &value),
-                     "Get device option value.");
+  BridgeCheckEmError(
+      libmeasurementdeviceLoader::loader().call(QUILBY_DEVICE_FUNCTION(MDGetDeviceOptionValue),
+                                                handle, static_cast<std::uint32_t>(option), &value),
+      "Get device option value.");
   return BridgeResultOK(cairnjson::Value::makeInteger(value));
 }
 
@@ -202,10 +203,11 @@ BridgeResult SensorDeviceOption::Put(const BridgeData& data) {
   BridgeCheckRequestCondition(value.isNumber() && value.toLLong(LLONG_MIN) >= INT32_MIN &&
                                   value.toLLong(LLONG_MAX) <= INT32_MAX,
                               "data requires 'value'.");
-  BridgeCheckEmError(libmeasurementdeviceLoader::loader().call<decltype(MDSetDeviceOptionValue)>(
-                         "MDSetDeviceOptionValue", handle, static_cast<std::uint32_t>(option),
-                         static_cast<std::int32_t>(value.toLLong(0))),
-                     "Set device option value.");
+  BridgeCheckEmError(
+      libmeasurementdeviceLoader::loader().call(QUILBY_DEVICE_FUNCTION(MDSetDeviceOptionValue),
+                                                handle, static_cast<std::uint32_t>(option),
+                                                static_cast<std::int32_t>(value.toLLong(0))),
+      "Set device option value.");
   return nothing();
 }
 

@@ -48,9 +48,9 @@ BridgeResult Sensor::Get(const BridgeData& data) {
       cairnjson::Value::makeBool(MDHasMultipleSensorPosition(handle));
   // Older measurement libraries lack this query; the key is then left out rather than guessed.
   libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
-  if (library.lookup("MDHasTargetMarker")) {
-    sensor["hasTargetMarker"] = cairnjson::Value::makeBool(
-        library.call<decltype(MDHasTargetMarker)>("MDHasTargetMarker", handle));
+  if (library.lookup(QUILBY_DEVICE_FUNCTION(MDHasTargetMarker))) {
+    sensor["hasTargetMarker"] =
+        cairnjson::Value::makeBool(library.call(QUILBY_DEVICE_FUNCTION(MDHasTargetMarker), handle));
   }
   std::uint64_t min = 0, max = 0, bandWidth = 0, count = 0;
   // A sensor without spectral data answers a failure here; the zero count already says so.

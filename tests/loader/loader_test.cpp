@@ -56,18 +56,27 @@ TEST(LoaderTest, LibraryPlacedAfterAFailedOpenIsUsedNext) {
   const char* const missing = "fixture does not have a requested function.";
 
   EXPECT_FALSE(FixtureLoader::loader().isOpen());
-  EXPECT_EQ(notFoundMessage([] { FixtureLoader::loader().call<Answer>("QuilbyFixtureAnswer", 1); }),
+  EXPECT_EQ(notFoundMessage([] {
+              FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"QuilbyFixtureAnswer"}, 1);
+            }),
             missing);
   // While the library is not open, the process's global scope is searched.
-  EXPECT_EQ(FixtureLoader::loader().call<Answer>("QuilbyLoaderTestGlobal", 21), 42);
+  EXPECT_EQ(
+      FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"QuilbyLoaderTestGlobal"}, 21), 42);
 
   fsys::copy_file(QUILBY_FIXTURE_LIBRARY, directory / "libfixture_x64.so");
-  EXPECT_EQ(FixtureLoader::loader().call<Answer>("QuilbyFixtureAnswer", 41), 42);
+  EXPECT_EQ(FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"QuilbyFixtureAnswer"}, 41),
+            42);
   EXPECT_EQ(FixtureLoader::loader().path().text(), (directory / "libfixture_x64.so").string());
-  EXPECT_EQ(notFoundMessage([] { FixtureLoader::loader().call<Answer>("NoSuchFunction", 1); }),
+  EXPECT_EQ(notFoundMessage([] {
+              FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"NoSuchFunction"}, 1);
+            }),
             missing);
   // An open library is searched alone.
-  EXPECT_EQ(notFoundMessage([] { FixtureLoader::loader().call<Answer>("QuilbyLoaderTestGlobal", 1); }),
+  EXPECT_EQ(notFoundMessage([] {
+              FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"QuilbyLoaderTestGlobal"},
+                                           1);
+            }),
             missing);
 
   // Released and with its file gone, the library is simply missing again.
@@ -75,22 +84,35 @@ TEST(LoaderTest, LibraryPlacedAfterAFailedOpenIsUsedNext) {
   loader.release();
   EXPECT_FALSE(loader.isOpen());
   fsys::remove(directory / "libfixture_x64.so");
-  EXPECT_EQ(notFoundMessage([] { FixtureLoader::loader().call<Answer>("QuilbyFixtureAnswer", 1); }),
+  EXPECT_EQ(notFoundMessage([] {
+              FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"QuilbyFixtureAnswer"}, 1);
+            }),
             missing);
   fsys::remove_all(directory);
 }
 
 TEST(LoaderTest, EachLoaderNamesItsLibraryWhenAFunctionIsMissing) {
   freshExportsDirectory("missing");
-  EXPECT_EQ(notFoundMessage([] { vesk::libmeasurementdeviceLoader::loader().call<Answer>("Absent", 0); }),
+  EXPECT_EQ(notFoundMessage([] {
+              vesk::libmeasurementdeviceLoader::loader().call(
+                  vesk::DeviceFunction<Answer>{"Absent"}, 0);
+            }),
             "libmeasurementdevice does not have a requested function.");
-  EXPECT_EQ(notFoundMessage([] { vesk::libemcLoader::loader().call<Answer>("Absent", 0); }),
+  EXPECT_EQ(notFoundMessage([] {
+              vesk::libemcLoader::loader().call(vesk::DeviceFunction<Answer>{"Absent"}, 0);
+            }),
             "libemc does not have a requested function.");
-  EXPECT_EQ(notFoundMessage([] { vesk::halvexLoader::loader().call<Answer>("Absent", 0); }),
+  EXPECT_EQ(notFoundMessage([] {
+              vesk::halvexLoader::loader().call(vesk::DeviceFunction<Answer>{"Absent"}, 0);
+            }),
             "halvex does not have a requested function.");
-  EXPECT_EQ(notFoundMessage([] { vesk::libmdcorrectorLoader::loader().call<Answer>("Absent", 0); }),
+  EXPECT_EQ(notFoundMessage([] {
+              vesk::libmdcorrectorLoader::loader().call(vesk::DeviceFunction<Answer>{"Absent"}, 0);
+            }),
             "libmdcorrector does not have a requested function.");
-  EXPECT_EQ(notFoundMessage([] { vesk::libmSensorLoader::loader().call<Answer>("Absent", 0); }),
+  EXPECT_EQ(notFoundMessage([] {
+              vesk::libmSensorLoader::loader().call(vesk::DeviceFunction<Answer>{"Absent"}, 0);
+            }),
             "libmSensor does not have a requested function.");
 }
 
