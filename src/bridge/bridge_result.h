@@ -34,8 +34,9 @@ struct BridgeResult {
   cairnjson::Value value;
 };
 
-// Success: status 200 with `value` as the payload.
+// Success: status 200 with `value` as the payload; without one, the payload is null.
 struct BridgeResultOK : BridgeResult {
+  BridgeResultOK() : BridgeResultOK(cairnjson::Value()) {}
   explicit BridgeResultOK(const cairnjson::Value& value);
 };
 

@@ -221,7 +221,7 @@ BridgeResult SensorCorrelation::Put(const BridgeData& data) {
   } else {
     BridgeCheckEmError(MDApplyCorrelationCorrection(handle, id), "Apply correlation correction.");
   }
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorCorrelation::Delete(const BridgeData& data) {
@@ -231,13 +231,13 @@ BridgeResult SensorCorrelation::Delete(const BridgeData& data) {
   } else {
     BridgeCheckEmError(MDReleaseCorrelationCorrection(handle), "Release correlation correction.");
   }
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorCorrelation9Points::Delete(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "Correlation/9Points");
   clearNinePoints(handle);
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorCorrelationDescription::Get(const BridgeData& data) {
@@ -259,14 +259,14 @@ BridgeResult SensorCorrelationDescription::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), kDescriptionWord);
   void* hid = descriptionMonitor(handle);
   writeDescription(hid, data.data);
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorCorrelationDescription::Delete(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), kDescriptionWord);
   void* hid = descriptionMonitor(handle);
   writeDescription(hid, cairnjson::Value());
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorCorrelationData::Get(const BridgeData& data) {
@@ -328,7 +328,7 @@ BridgeResult SensorCorrelationData::Put(const BridgeData& data) {
   putRecord(hid, body, "toneCorrection", R2XC_ToneCorrectionParamFromJson,
             QUILBY_DEVICE_FUNCTION(CSSG2H_R2XCSetToneCorrectionParam),
             "Set tone correction param.");
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 }  // namespace vesk::bridge

@@ -2,6 +2,7 @@
 
 #include "bridge/em_error.h"
 #include "calibration/correlation_json.h"
+#include "calibration/matrix_json.h"
 #include "device/monitor_lock.h"
 #include "json/serializer.h"
 #include "loader/loaders.h"
@@ -28,38 +29,17 @@ constexpr std::size_t kTermRows = 8;
 
 // ---- The built-in sensor's correction matrix ----------------------------------------------------
 
-// Row-major library form to rows of floating numbers.
-cairnjson::Value rowsToJson(const double* matrix, std::size_t rows) {
-  cairnjson::Value json(cairnjson::Type::Array);
-  for (std::size_t row = 0; row < rows; ++row) {
-    cairnjson::Value columns(cairnjson::Type::Array);
-    for (std::size_t column = 0; column < kColumns; ++column) {
-      columns.push_back(cairnjson::Value::makeDouble(matrix[row * kColumns + column]));
-    }
-    json.push_back(columns);
-  }
-  return json;
-}
-
-void rowsFromJson(const cairnjson::Value& json, std::size_t rows, double* matrix) {
-  for (std::size_t row = 0; row < rows; ++row) {
-    for (std::size_t column = 0; column < kColumns; ++column) {
-      matrix[row * kColumns + column] = json[row][column].toDouble(0.0);
-    }
-  }
-}
-
 bool supports8x3(const libmSensorLoader& sensor, void* hid) {
   return sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_SupportedXYZCorrectionMatrix8DXT), hid) != 0;
 }
 
 // The matrix of the selected data set, in the form the sensor supports.
-cairnjson::Value readMatrix(void* hid) {
+cairnjson::Value sensorMatrixJson(void* hid) {
   const std::vector<double> matrix = ReadSensorCorrectionMatrix(hid);
-  return rowsToJson(matrix.data(), matrix.size() / kColumns);
+  return MatrixToJson(matrix.data(), matrix.size() / kColumns);
 }
 
-void writeMatrix(void* hid, const cairnjson::Value& rows) {
+void writeSensorMatrix(void* hid, const cairnjson::Value& rows) {
   BridgeCheckRequestCondition(rows.isArray(), "matrix data type is not array.");
   // Fewer than 3 rows can only take the 3x3 path, which refuses them; refuse before locking.
   BridgeCheckRequestCondition(rows.size() >= kSquareRows, "matrix data size is invalid.");
@@ -70,14 +50,14 @@ void writeMatrix(void* hid, const cairnjson::Value& rows) {
   const libmSensorLoader& sensor = libmSensorLoader::loader();
   if (rows.size() >= kTermRows && supports8x3(sensor, hid)) {
     double matrix[kTermRows * kColumns] = {};
-    rowsFromJson(rows, kTermRows, matrix);
+    MatrixFromJson(rows, kTermRows, matrix);
     BridgeCheckEmError(
         sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_SetXYZCorrectionMatrix8DXT), hid, matrix),
         "Set color sensor correction matrix 8x3.");
     return;
   }
   double matrix[kSquareRows * kColumns] = {};
-  rowsFromJson(rows, kSquareRows, matrix);
+  MatrixFromJson(rows, kSquareRows, matrix);
   BridgeCheckEmError(
       sensor.call(QUILBY_DEVICE_FUNCTION(CSSG2H_SetXYZCorrectionMatrix), hid, matrix),
       "Set color sensor correction matrix 3x3.");
@@ -147,7 +127,7 @@ BridgeResult SensorCorrelationMatrix::Put(const BridgeData& data) {
   const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
   BridgeCheckEmError(library.call(QUILBY_DEVICE_FUNCTION(MDApplyCorrelationMatrix), handle, id),
                      "Apply correlation matrix.");
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorCorrelationMatrix::Delete(const BridgeData& data) {
@@ -155,18 +135,18 @@ BridgeResult SensorCorrelationMatrix::Delete(const BridgeData& data) {
   const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
   BridgeCheckEmError(library.call(QUILBY_DEVICE_FUNCTION(MDReleaseCorrelationMatrix), handle),
                      "Release correlation matrix.");
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorCorrelationMatrixData::Get(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "CorrelationMatrix/Data");
   void* hid = matrixDataMonitor(handle);
-  const cairnjson::Value matrix = readMatrix(hid);
+  const cairnjson::Value matrix = sensorMatrixJson(hid);
   cairnjson::Value answer(cairnjson::Type::Object);
   answer["matrix"] = matrix;
   if (HasQueryKey(data, "checksFactoryData")) {
     ApplyBuiltinSensorDataIndex(hid, nullptr, true);
-    const cairnjson::Value factoryMatrix = readMatrix(hid);
+    const cairnjson::Value factoryMatrix = sensorMatrixJson(hid);
     std::string user;
     std::string factory;
     const bool userSerialized = cairnjson::Serializer::compact(matrix, user);
@@ -180,8 +160,8 @@ BridgeResult SensorCorrelationMatrixData::Get(const BridgeData& data) {
 BridgeResult SensorCorrelationMatrixData::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "CorrelationMatrix/Data");
   void* hid = matrixDataMonitor(handle);
-  writeMatrix(hid, data.data["matrix"]);
-  return BridgeResultOK(cairnjson::Value());
+  writeSensorMatrix(hid, data.data["matrix"]);
+  return BridgeResultOK();
 }
 
 }  // namespace vesk::bridge

@@ -33,7 +33,7 @@ BridgeResult SensorAmbraSense::Put(const BridgeData& data) {
   BridgeCheckEmError(libmSensorLoader::loader().call(
                          QUILBY_DEVICE_FUNCTION(CSSG2H_SetHumanDetectOnOff), hid, onOff),
                      "Set human detect on off.");
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorAmbraSenseLevel::Get(const BridgeData& data) {
@@ -58,7 +58,7 @@ BridgeResult SensorAmbraSenseLevel::Put(const BridgeData& data) {
   BridgeCheckEmError(
       libmSensorLoader::loader().call(QUILBY_DEVICE_FUNCTION(CSSG2H_SetHumanDetectMode), hid, mode),
       "Set human detect mode.");
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 }  // namespace vesk::bridge

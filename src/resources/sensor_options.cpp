@@ -1,6 +1,7 @@
 #include "resources/sensor_options.h"
 
 #include "bridge/em_error.h"
+#include "calibration/matrix_json.h"
 #include "loader/loaders.h"
 #include "quilby/measurement_device.h"
 #include "resources/sensor_lookup.h"
@@ -13,7 +14,6 @@ namespace vesk::bridge {
 
 namespace {
 
-BridgeResult nothing() { return BridgeResultOK(cairnjson::Value()); }
 
 // An on/off setting read and written through run-time functions of the measurement library
 // that share one shape: Get(handle, uint32_t*), Set(handle, uint32_t), and optionally
@@ -41,7 +41,7 @@ BridgeResult putSwitch(const Switch& setting, const BridgeData& data, MDHandle h
   const std::uint32_t state = data.data.toInt(0) != 0 ? 1 : 0;
   BridgeCheckEmError(libmeasurementdeviceLoader::loader().call(setting.set, handle, state),
                      setting.setText);
-  return nothing();
+  return BridgeResultOK();
 }
 
 constexpr Switch kExteriorLight{QUILBY_DEVICE_FUNCTION(MDHasExteriorLight),
@@ -58,27 +58,10 @@ constexpr Switch kBrightCorrectionUpdate{
     "Get IFS bright correct param update enabled.",
     "Set IFS bright correct param update enabled."};
 
-// A 3x3 matrix from three rows of three numbers, row-major; false for anything else.
-bool readMatrix(const cairnjson::Value& json, double matrix[9]) {
-  if (!json.isArray() || json.size() != 3) return false;
-  for (std::size_t row = 0; row < 3; ++row) {
-    const cairnjson::Value& cells = json[row];
-    if (!cells.isArray() || cells.size() != 3) return false;
-    for (std::size_t column = 0; column < 3; ++column) {
-      if (!cells[column].isNumber()) return false;
-      matrix[row * 3 + column] = cells[column].toDouble(0.0);
-    }
-  }
-  return true;
-}
-
-cairnjson::Value matrixJson(const double matrix[9]) {
-  cairnjson::Value json(cairnjson::Type::Array);
-  for (std::size_t row = 0; row < 3; ++row) {
-    cairnjson::Value& cells = json[row];
-    for (std::size_t column = 0; column < 3; ++column) cells[column].setDouble(matrix[row * 3 + column]);
-  }
-  return json;
+// The 3x3 row-major matrix of a body that is exactly three rows of three numbers.
+void readSquareMatrix(const cairnjson::Value& body, double matrix[9]) {
+  BridgeCheckRequestCondition(IsSquareMatrixJson(body), "data must be 3x3 matrix.");
+  MatrixFromJson(body, 3, matrix);
 }
 
 // An unsigned 32-bit number given as a number or as its text, or -1.
@@ -121,36 +104,36 @@ BridgeResult SensorParameterDescription::Put(const BridgeData& data) {
       libmeasurementdeviceLoader::loader().call(QUILBY_DEVICE_FUNCTION(MDSetParameterDescription),
                                                 handle, description.c_str()),
       "Set parameter description.");
-  return nothing();
+  return BridgeResultOK();
 }
 
 BridgeResult SensorCorrection::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "Correction");
   double matrix[9];
-  BridgeCheckRequestCondition(readMatrix(data.data, matrix), "data must be 3x3 matrix.");
+  readSquareMatrix(data.data, matrix);
   BridgeCheckEmError(MDSetCorrection(handle, matrix), "Set correction.");
-  return nothing();
+  return BridgeResultOK();
 }
 
 BridgeResult SensorCorrection::Delete(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "Correction");
   BridgeCheckEmError(MDClearCorrection(handle), "Clear correction.");
-  return nothing();
+  return BridgeResultOK();
 }
 
 BridgeResult SensorExCorrection::Get(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "ExCorrection");
   double matrix[9] = {};
   BridgeCheckEmError(MDGetExCorrection(handle, matrix), "Get extra correction.");
-  return BridgeResultOK(matrixJson(matrix));
+  return BridgeResultOK(MatrixToJson(matrix, 3));
 }
 
 BridgeResult SensorExCorrection::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "ExCorrection");
   double matrix[9];
-  BridgeCheckRequestCondition(readMatrix(data.data, matrix), "data must be 3x3 matrix.");
+  readSquareMatrix(data.data, matrix);
   BridgeCheckEmError(MDSetExCorrection(handle, matrix), "Set extra correction.");
-  return nothing();
+  return BridgeResultOK();
 }
 
 BridgeResult SensorTargetMarker::Get(const BridgeData& data) {
@@ -168,7 +151,7 @@ BridgeResult SensorIFSTempCorrectParam::Post(const BridgeData& data) {
   BridgeCheckEmError(libmeasurementdeviceLoader::loader().call(
                          QUILBY_DEVICE_FUNCTION(MDCalcIFSTempCorrectParam), handle),
                      "Calculate IFS temperature correction parameter.");
-  return nothing();
+  return BridgeResultOK();
 }
 
 BridgeResult SensorIFSBrightCorrectParamUpdate::Get(const BridgeData& data) {
@@ -208,7 +191,7 @@ BridgeResult SensorDeviceOption::Put(const BridgeData& data) {
                                                 handle, static_cast<std::uint32_t>(option),
                                                 static_cast<std::int32_t>(value.toLLong(0))),
       "Set device option value.");
-  return nothing();
+  return BridgeResultOK();
 }
 
 }  // namespace vesk::bridge

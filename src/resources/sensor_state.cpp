@@ -81,7 +81,7 @@ BridgeResult Sensor::Delete(const BridgeData& data) {
     cache.unregisterHandle(ParameterText(data, "id"));
   }
   (void)MDClose(&handle);
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorMode::Get(const BridgeData& data) {
@@ -100,7 +100,7 @@ BridgeResult SensorMode::Put(const BridgeData& data) {
   BridgeCheckEmError(MDSetMode(handle, static_cast<std::uint32_t>(mode),
                                static_cast<std::uint32_t>(observerKey)),
                      "Set sensor mode.");
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorCalibration::Get(const BridgeData& data) {
@@ -112,7 +112,7 @@ BridgeResult SensorCalibration::Get(const BridgeData& data) {
 BridgeResult SensorCalibration::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "Calibration");
   BridgeCheckEmError(MDCalibrate(handle), "Calibrate sensor.");
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorArm::Get(const BridgeData& data) {
@@ -129,7 +129,7 @@ BridgeResult SensorArm::Put(const BridgeData& data) {
   } else {
     BridgeCheckEmError(MDTakeInArm(handle), "Close sensor arm.");
   }
-  return BridgeResultOK(cairnjson::Value());
+  return BridgeResultOK();
 }
 
 BridgeResult SensorPosition::Get(const BridgeData& data) {

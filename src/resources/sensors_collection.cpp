@@ -18,7 +18,6 @@ namespace {
 
 using CacheLock = MutexLock<RecursiveMutex>;
 
-BridgeResult emptyAnswer() { return BridgeResultOK(cairnjson::Value()); }
 
 cairnjson::Value textValue(const char* text) {
   cairnjson::Value value;
@@ -99,7 +98,7 @@ BridgeResult Sensors::Put(const BridgeData& data) {
   if (data.data.contains("serialMappings")) {
     device::SerialUSBConnection::Instance().setDeviceIDMappings(data.data["serialMappings"]);
   }
-  return emptyAnswer();
+  return BridgeResultOK();
 }
 
 BridgeResult Sensors::Delete(const BridgeData&) {
@@ -107,7 +106,7 @@ BridgeResult Sensors::Delete(const BridgeData&) {
   device::SensorCache& cache = device::SensorCache::Instance();
   const CacheLock lock(cache.mutex());
   cache.clear();
-  return emptyAnswer();
+  return BridgeResultOK();
 }
 
 BridgeResult SensorsName::Get(const BridgeData& data) {
@@ -125,7 +124,7 @@ BridgeResult SensorsName::Get(const BridgeData& data) {
 BridgeResult XRiteControlPanel::Put(const BridgeData&) {
   uri() += "XRite/ControlPanel";
   BridgeCheckEmError(MDOpenXRiteControlPanel(), "Open XRite Control Panel.");
-  return emptyAnswer();
+  return BridgeResultOK();
 }
 
 }  // namespace vesk::bridge
