@@ -1,8 +1,8 @@
 // libmSensor_x64.so: the built-in sensor of a monitor, reached through the monitor's HID handle.
-#include "implementations.h"
-#include "measurement.h"
-#include "records.h"
-#include "simulator.h"
+#include "src/implementations.h"
+#include "src/measurement.h"
+#include "src/records.h"
+#include "src/simulator.h"
 
 #include <algorithm>
 #include <cmath>

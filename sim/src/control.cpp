@@ -2,11 +2,11 @@
 #include "quilby_sim/control.h"
 
 #include "devices/device_functions.h"
-#include "records.h"
-#include "simulator.h"
-#include "status_names.h"
-#include "world_reader.h"
-#include "world_writer.h"
+#include "src/records.h"
+#include "src/simulator.h"
+#include "src/status_names.h"
+#include "src/world_reader.h"
+#include "src/world_writer.h"
 
 #include "json/serializer.h"
 

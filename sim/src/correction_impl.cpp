@@ -1,7 +1,7 @@
 // libmdcorrector_x64.so: the databases of correlation data and correlation matrices.
-#include "implementations.h"
-#include "records.h"
-#include "simulator.h"
+#include "src/implementations.h"
+#include "src/records.h"
+#include "src/simulator.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "default_world.h"
+#include "src/default_world.h"
 
 namespace quilbysim {
 

@@ -1,5 +1,5 @@
 // The table of device functions that libquilbysim.so hands to the six device libraries.
-#include "implementations.h"
+#include "src/implementations.h"
 
 #include <cstdint>
 #include <type_traits>

@@ -1,6 +1,6 @@
-#include "journal.h"
+#include "src/journal.h"
 
-#include "handles.h"
+#include "src/handles.h"
 
 #include <cinttypes>
 #include <cstdio>

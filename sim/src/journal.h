@@ -7,7 +7,7 @@
 #ifndef QUILBY_SIM_SRC_JOURNAL_H
 #define QUILBY_SIM_SRC_JOURNAL_H
 
-#include "records.h"
+#include "src/records.h"
 
 #include "quilby/device_types.h"
 

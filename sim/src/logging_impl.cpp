@@ -1,7 +1,7 @@
 // libmirelto2_x64.so: the logging library. Lines go to the file named by QUILBY_LOG, else to
 // standard error.
-#include "implementations.h"
-#include "simulator.h"
+#include "src/implementations.h"
+#include "src/simulator.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "measurement.h"
+#include "src/measurement.h"
 
 namespace quilbysim {
 namespace {

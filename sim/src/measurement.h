@@ -15,8 +15,8 @@
 #ifndef QUILBY_SIM_SRC_MEASUREMENT_H
 #define QUILBY_SIM_SRC_MEASUREMENT_H
 
-#include "colour_model.h"
-#include "world.h"
+#include "src/color_model.h"
+#include "src/world.h"
 
 namespace quilbysim {
 

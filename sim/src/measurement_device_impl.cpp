@@ -1,8 +1,8 @@
 // libmeasurementdevice_x64.so: sensors, their state and their measurements.
-#include "implementations.h"
-#include "measurement.h"
-#include "records.h"
-#include "simulator.h"
+#include "src/implementations.h"
+#include "src/measurement.h"
+#include "src/records.h"
+#include "src/simulator.h"
 
 #include <algorithm>
 #include <cmath>

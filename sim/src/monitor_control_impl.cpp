@@ -1,6 +1,6 @@
 // libemc_x64.so: monitor identities, HID handles and the monitors' critical sections.
-#include "implementations.h"
-#include "simulator.h"
+#include "src/implementations.h"
+#include "src/simulator.h"
 
 namespace quilbysim::impl {
 namespace {

@@ -1,4 +1,4 @@
-#include "records.h"
+#include "src/records.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
-#include "simulator.h"
+#include "src/simulator.h"
 
-#include "default_world.h"
-#include "handles.h"
-#include "records.h"
-#include "world_reader.h"
+#include "src/default_world.h"
+#include "src/handles.h"
+#include "src/records.h"
+#include "src/world_reader.h"
 
 #include <cstdlib>
 #include <cstring>

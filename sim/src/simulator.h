@@ -7,9 +7,9 @@
 #ifndef QUILBY_SIM_SRC_SIMULATOR_H
 #define QUILBY_SIM_SRC_SIMULATOR_H
 
-#include "colour_model.h"
-#include "journal.h"
-#include "world.h"
+#include "src/color_model.h"
+#include "src/journal.h"
+#include "src/world.h"
 
 #include "json/value.h"
 

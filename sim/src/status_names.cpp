@@ -1,4 +1,4 @@
-#include "status_names.h"
+#include "src/status_names.h"
 
 #include "devices/device_functions.h"
 #include "quilby/em_errors.h"

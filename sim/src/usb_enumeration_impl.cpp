@@ -1,7 +1,7 @@
 // libhalvex_x64.so: snapshots of the USB devices present.
-#include "implementations.h"
-#include "handles.h"
-#include "simulator.h"
+#include "src/implementations.h"
+#include "src/handles.h"
+#include "src/simulator.h"
 
 namespace quilbysim::impl {
 

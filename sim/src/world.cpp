@@ -1,4 +1,4 @@
-#include "world.h"
+#include "src/world.h"
 
 namespace quilbysim {
 

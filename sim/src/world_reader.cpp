@@ -1,8 +1,8 @@
-#include "world_reader.h"
+#include "src/world_reader.h"
 
-#include "colour_model.h"
-#include "records.h"
-#include "status_names.h"
+#include "src/color_model.h"
+#include "src/records.h"
+#include "src/status_names.h"
 
 #include "json/parser.h"
 

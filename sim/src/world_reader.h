@@ -4,7 +4,7 @@
 #ifndef QUILBY_SIM_SRC_WORLD_READER_H
 #define QUILBY_SIM_SRC_WORLD_READER_H
 
-#include "world.h"
+#include "src/world.h"
 
 #include <string>
 

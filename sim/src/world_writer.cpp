@@ -1,8 +1,8 @@
-#include "world_writer.h"
+#include "src/world_writer.h"
 
-#include "journal.h"
-#include "records.h"
-#include "status_names.h"
+#include "src/journal.h"
+#include "src/records.h"
+#include "src/status_names.h"
 
 namespace quilbysim {
 namespace {

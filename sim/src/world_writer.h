@@ -3,7 +3,7 @@
 #ifndef QUILBY_SIM_SRC_WORLD_WRITER_H
 #define QUILBY_SIM_SRC_WORLD_WRITER_H
 
-#include "world.h"
+#include "src/world.h"
 
 #include "json/value.h"
 

@@ -1,4 +1,4 @@
-#include "colour_model.h"
+#include "src/color_model.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,10 +1,10 @@
 // Colour arithmetic of the measurement model: how a monitor turns encoded RGB into light, how
 // matrices act on readings, and how a reading becomes the measurement library's colour record.
 // Pure functions, no state.
-#ifndef QUILBY_SIM_SRC_COLOUR_MODEL_H
-#define QUILBY_SIM_SRC_COLOUR_MODEL_H
+#ifndef QUILBY_SIM_SRC_COLOR_MODEL_H
+#define QUILBY_SIM_SRC_COLOR_MODEL_H
 
-#include "world.h"
+#include "src/world.h"
 
 #include "quilby/device_types.h"
 
@@ -53,4 +53,4 @@ class NoiseSource {
 
 }  // namespace quilbysim
 
-#endif  // QUILBY_SIM_SRC_COLOUR_MODEL_H
+#endif  // QUILBY_SIM_SRC_COLOR_MODEL_H
