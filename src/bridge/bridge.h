@@ -23,7 +23,7 @@ class Bridge : public BridgeTemplate {
 
   // The URI text, which handlers extend with the path they serve.
   std::string& uri() noexcept { return uri_; }
-  const std::string& uri() const noexcept { return uri_; }
+  [[nodiscard]] const std::string& uri() const noexcept { return uri_; }
 
  private:
   std::string uri_;

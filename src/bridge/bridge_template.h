@@ -42,6 +42,6 @@ class BridgeTemplate {
 // error (empty kind, message and extra members), else the extra members plus "name" and
 // "message"; "value" is the payload. Serialized compactly; false when the payload holds a NaN or
 // an infinity, which JSON cannot carry.
-bool BridgeEnvelopeText(const BridgeResult& result, std::string& text);
+[[nodiscard]] bool BridgeEnvelopeText(const BridgeResult& result, std::string& text);
 
 #endif  // QUILBY_BRIDGE_BRIDGE_TEMPLATE_H

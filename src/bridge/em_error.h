@@ -11,7 +11,7 @@ namespace vesk {
 // The library's text for any status word, success and warning codes included ("OK.",
 // "Exists more data.", "Failed.", "Monitor critical section is owned.", ...); "Undefined error."
 // for a code outside the table.
-std::string emerror_string(const EmError& error);
+[[nodiscard]] std::string emerror_string(const EmError& error);
 
 // Returns when `error` counts as success: bit 31 clear, or exactly 0x80000006 ("Unknown."), which
 // is let through on purpose. Otherwise throws BridgeResultError(500, "EmError", text of the code)

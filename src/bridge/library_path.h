@@ -11,10 +11,10 @@ namespace vesk {
 // The file of the library `stem` (for example "libemc") in the host's exports directory:
 // Plg_GetRegistryExportsPath() with one trailing "/" or "\" dropped, then stem + "_x64.so" as
 // one more path component.
-fs::Path LibraryPathInExports(const std::string& stem);
+[[nodiscard]] fs::Path LibraryPathInExports(const std::string& stem);
 
 // `directory` with one trailing "/" or "\" dropped.
-std::string WithoutTrailingSeparator(std::string directory);
+[[nodiscard]] std::string WithoutTrailingSeparator(std::string directory);
 
 }  // namespace vesk
 

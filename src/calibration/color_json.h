@@ -13,7 +13,7 @@ namespace vesk {
 // "Z" (tristimulus), "x", "y" (CIE 1931 chromaticity), "u", "v" (CIE 1976 u', v'); any other
 // letter adds nothing. The letters "CMYK" taken as a whole give "C", "M", "Y", "K" from the
 // record's cyan, magenta, yellow and black instead. Example: "XYZ" gives {"X", "Y", "Z"}.
-cairnjson::Value ColorToJson(const MDColor& color, const std::string& letters);
+[[nodiscard]] cairnjson::Value ColorToJson(const MDColor& color, const std::string& letters);
 
 // A zeroed record with the members named by `letters` read from `json` (floating conversion,
 // default 0.0). Example: "xyY" reads "x", "y" and "Y".

@@ -42,73 +42,73 @@
 namespace vesk {
 
 // {"X", "Y", "Z"}.
-cairnjson::Value ToJson(const KMCAL_G2XYZcnt& record);
+[[nodiscard]] cairnjson::Value ToJson(const KMCAL_G2XYZcnt& record);
 KMCAL_G2XYZcnt KMCAL_G2XYZcntFromJson(const cairnjson::Value& json);
 
 // {"R", "G", "B"}.
-cairnjson::Value ToJson(const KMCAL_G2RGBems& record);
+[[nodiscard]] cairnjson::Value ToJson(const KMCAL_G2RGBems& record);
 KMCAL_G2RGBems KMCAL_G2RGBemsFromJson(const cairnjson::Value& json);
 
 // {"XYZ0": XYZ, "XYZBlack": XYZ, "a": 3 rows of 3, "b": [3]}.
-cairnjson::Value ToJson(const KMCAL_CALDATA_USERPROOF& record);
+[[nodiscard]] cairnjson::Value ToJson(const KMCAL_CALDATA_USERPROOF& record);
 KMCAL_CALDATA_USERPROOF KMCAL_CALDATA_USERPROOFFromJson(const cairnjson::Value& json);
 
 // {"red", "green", "blue", "white", "black"}, each {"reference": XYZ, "XYZ": XYZ}.
-cairnjson::Value ToJson(const KMCAL_MEASDATA_USERPROOF& record);
+[[nodiscard]] cairnjson::Value ToJson(const KMCAL_MEASDATA_USERPROOF& record);
 KMCAL_MEASDATA_USERPROOF KMCAL_MEASDATA_USERPROOFFromJson(const cairnjson::Value& json);
 
 // {"reference": XYZ, "XYZ": XYZ}.
-cairnjson::Value ToJson(const KMCAL_CALDATA_CORRECT& record);
+[[nodiscard]] cairnjson::Value ToJson(const KMCAL_CALDATA_CORRECT& record);
 KMCAL_CALDATA_CORRECT KMCAL_CALDATA_CORRECTFromJson(const cairnjson::Value& json);
 
 // {"reference": XYZ, "RGB": RGB}.
-cairnjson::Value ToJson(const KMCAL_MEASDATA_CORRECT_GRAY& record);
+[[nodiscard]] cairnjson::Value ToJson(const KMCAL_MEASDATA_CORRECT_GRAY& record);
 KMCAL_MEASDATA_CORRECT_GRAY KMCAL_MEASDATA_CORRECT_GRAYFromJson(const cairnjson::Value& json);
 
 // {"brightness": {"criterion"}, "temperature": {"criterion"}, "coefficientType": integer,
 //  "calibration": KMCAL_CALDATA_USERPROOF, "measurement": KMCAL_MEASDATA_USERPROOF}.
-cairnjson::Value ToJson(const MDCSSG2CalibrationData& record);
+[[nodiscard]] cairnjson::Value ToJson(const MDCSSG2CalibrationData& record);
 MDCSSG2CalibrationData MDCSSG2CalibrationDataFromJson(const cairnjson::Value& json);
 
 // {"gamma", "threshold", "step": [8], "correction": KMCAL_CALDATA_CORRECT,
 //  "measurement": KMCAL_MEASDATA_CORRECT_GRAY}.
-cairnjson::Value ToJson(const MDCSSG2CorrectionData& record);
+[[nodiscard]] cairnjson::Value ToJson(const MDCSSG2CorrectionData& record);
 MDCSSG2CorrectionData MDCSSG2CorrectionDataFromJson(const cairnjson::Value& json);
 
 // {"brightness", "dimmerOut": integer}.
-cairnjson::Value ToJson(const MDCSSG2LuminanceLevelCorrectionParams& record);
+[[nodiscard]] cairnjson::Value ToJson(const MDCSSG2LuminanceLevelCorrectionParams& record);
 MDCSSG2LuminanceLevelCorrectionParams MDCSSG2LuminanceLevelCorrectionParamsFromJson(
     const cairnjson::Value& json);
 
 // {"calibrationData", "correctionData", "luminanceLevelCorrection"}, the three records above.
-cairnjson::Value ToJson(const MDCSSG2CorrelationDataEx& record);
+[[nodiscard]] cairnjson::Value ToJson(const MDCSSG2CorrelationDataEx& record);
 MDCSSG2CorrelationDataEx MDCSSG2CorrelationDataExFromJson(const cairnjson::Value& json);
 
 // {"X", "Y", "Z", "R", "G", "B"}.
-cairnjson::Value ToJson(const R2XC_Value& record);
+[[nodiscard]] cairnjson::Value ToJson(const R2XC_Value& record);
 R2XC_Value R2XC_ValueFromJson(const cairnjson::Value& json);
 
 // {"red", "green", "blue", "black"}, each an R2XC_Value.
-cairnjson::Value ToJson(const R2XC_ValueRGBK& record);
+[[nodiscard]] cairnjson::Value ToJson(const R2XC_ValueRGBK& record);
 R2XC_ValueRGBK R2XC_ValueRGBKFromJson(const cairnjson::Value& json);
 
 // {"ambientTemperature", "setTemperature", "dimmerOut": integer, "red": {"tone"},
 //  "green": {"tone"}, "blue": {"tone"}}.
-cairnjson::Value ToJson(const R2XC_RefParam& record);
+[[nodiscard]] cairnjson::Value ToJson(const R2XC_RefParam& record);
 R2XC_RefParam R2XC_RefParamFromJson(const cairnjson::Value& json);
 
 // {"tone": [3], "gamma": [3]}.
-cairnjson::Value ToJson(const R2XC_RefToneParam& record);
+[[nodiscard]] cairnjson::Value ToJson(const R2XC_RefToneParam& record);
 R2XC_RefToneParam R2XC_RefToneParamFromJson(const cairnjson::Value& json);
 
 // {"red", "green", "blue"}, each an R2XC_Value.
-cairnjson::Value ToJson(const R2XC_ToneCorrectionParam& record);
+[[nodiscard]] cairnjson::Value ToJson(const R2XC_ToneCorrectionParam& record);
 R2XC_ToneCorrectionParam R2XC_ToneCorrectionParamFromJson(const cairnjson::Value& json);
 
 // A library date in the JSON date form of calibration/date_json.h, as ToJson(DateTime, true,
 // false, false) writes it: {"dateString": "2024-03-07 09:05:00", "day": 7, "hour": 9,
 // "minute": 5, "month": 3, "year": 2024} (the seconds are always 0).
-cairnjson::Value ToJson(const MDDate& date);
+[[nodiscard]] cairnjson::Value ToJson(const MDDate& date);
 // DateTimeFromJson (an object of numbers or a date text, read leniently), each field cut to the
 // record's width (a year above 65535 or a month above 255 wraps; seconds are dropped). Invalid
 // dates (a month of 13) pass through for the library to judge.
@@ -117,12 +117,12 @@ MDDate MDDateFromJson(const cairnjson::Value& json);
 // {"deviceID": integer, "serial"}: the reference sensor a correlation was made against, its serial
 // read from the library's fixed-size buffer of `serialSize` bytes (which it may fill to the last
 // byte).
-cairnjson::Value ReferenceSensorToJson(long long deviceID, const char* serial,
+[[nodiscard]] cairnjson::Value ReferenceSensorToJson(long long deviceID, const char* serial,
                                        std::size_t serialSize);
 
 // {"reference": R2XC_RefParam, "referenceTone": R2XC_RefToneParam,
 //  "normalizedMeasurement": R2XC_ValueRGBK, "toneCorrection": R2XC_ToneCorrectionParam}.
-cairnjson::Value ToJson(const MDIFSv3CorrelationData& record);
+[[nodiscard]] cairnjson::Value ToJson(const MDIFSv3CorrelationData& record);
 MDIFSv3CorrelationData MDIFSv3CorrelationDataFromJson(const cairnjson::Value& json);
 
 }  // namespace vesk

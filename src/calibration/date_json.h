@@ -14,7 +14,7 @@ namespace vesk {
 //
 // Example: 2024-03-07 09:05:30.250 with (true, false, false) serializes as
 //   {"dateString":"2024-03-07 09:05:30","day":7,"hour":9,"minute":5,"month":3,"year":2024}
-cairnjson::Value ToJson(const DateTime& date, bool withDateString, bool withSecond,
+[[nodiscard]] cairnjson::Value ToJson(const DateTime& date, bool withDateString, bool withSecond,
                         bool withMsec);
 
 // Reads a date leniently; never fails, msec is always 0.
@@ -27,7 +27,7 @@ cairnjson::Value ToJson(const DateTime& date, bool withDateString, bool withSeco
 //     "minute" and "second" (Value::toInt with default 0); a missing member, or a value that is
 //     not an object (null included), gives 0 for that field. "msec" is not read.
 // Out-of-range numbers pass through unchanged (a month of 13 stays 13).
-DateTime DateTimeFromJson(const cairnjson::Value& json);
+[[nodiscard]] DateTime DateTimeFromJson(const cairnjson::Value& json);
 
 }  // namespace vesk
 

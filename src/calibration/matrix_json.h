@@ -10,14 +10,14 @@
 namespace vesk {
 
 // The `rows` rows of three columns of the row-major `matrix`, as floating numbers.
-cairnjson::Value MatrixToJson(const double* matrix, std::size_t rows);
+[[nodiscard]] cairnjson::Value MatrixToJson(const double* matrix, std::size_t rows);
 
 // Fills the `rows` x 3 row-major `matrix` from `json`, leniently: a row or cell that is missing
 // or not a number reads as 0.0.
 void MatrixFromJson(const cairnjson::Value& json, std::size_t rows, double* matrix);
 
 // Whether `json` is exactly three rows of three numbers.
-bool IsSquareMatrixJson(const cairnjson::Value& json);
+[[nodiscard]] bool IsSquareMatrixJson(const cairnjson::Value& json);
 
 }  // namespace vesk
 

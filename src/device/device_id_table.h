@@ -16,11 +16,11 @@ namespace vesk::device {
 // as an integer in the base its prefix gives ("0x1234", "017", "42"; 0 unless the whole string
 // is a number), anything else 0. A missing, unreadable, empty or malformed file, or one that
 // does not hold an array, gives an empty list. Never throws for bad content.
-std::vector<MDDeviceID> LoadDeviceIDs();
+[[nodiscard]] std::vector<MDDeviceID> LoadDeviceIDs();
 
 // Asks the measurement library whether any of `ids` needs the subprocess (a null pointer and 0
 // for an empty list).
-bool SupportsSubprocess(const std::vector<MDDeviceID>& ids);
+[[nodiscard]] bool SupportsSubprocess(const std::vector<MDDeviceID>& ids);
 
 }  // namespace vesk::device
 

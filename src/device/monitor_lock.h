@@ -38,9 +38,9 @@ class MonitorLock {
   // Reads the monitor's serial number and product name from its HID handle (empty when unknown).
   void get_serial_product();
 
-  bool locked() const noexcept { return locked_; }
-  const std::string& serial() const noexcept { return serial_; }
-  const std::string& product() const noexcept { return product_; }
+  [[nodiscard]] bool locked() const noexcept { return locked_; }
+  [[nodiscard]] const std::string& serial() const noexcept { return serial_; }
+  [[nodiscard]] const std::string& product() const noexcept { return product_; }
 
  private:
   void* hid_;

@@ -38,7 +38,7 @@ class SensorInUse {
   SensorInUse& operator=(const SensorInUse&) = delete;
 
   // The handle in use, or null when the lookup found none.
-  MDHandle get() const noexcept { return handle_; }
+  [[nodiscard]] MDHandle get() const noexcept { return handle_; }
   operator MDHandle() const& noexcept { return handle_; }
   operator MDHandle() const&& = delete;
 
@@ -72,25 +72,25 @@ class SensorCache {
 
   // Registers an opened sensor under a new identifier and returns it. Registering a handle that
   // is already registered gives it a second identifier.
-  std::string registerHandle(MDHandle handle) QUILBY_REQUIRES(mutex_);
-  std::string registerHandle(MDHandle handle, const std::string& serial,
+  [[nodiscard]] std::string registerHandle(MDHandle handle) QUILBY_REQUIRES(mutex_);
+  [[nodiscard]] std::string registerHandle(MDHandle handle, const std::string& serial,
                              const std::string& product) QUILBY_REQUIRES(mutex_);
 
   // Forgets the identifier (an unknown one is ignored). The sensor is not closed.
   void unregisterHandle(const std::string& id) QUILBY_REQUIRES(mutex_);
 
   // The handle registered under `id`, or null. Locks.
-  MDHandle handle(const std::string& id) const;
+  [[nodiscard]] MDHandle handle(const std::string& id) const;
 
   // The handle registered under `id`, in use by the caller until the result is destroyed; holds
   // no handle when the identifier is unknown or its sensor is closed in place. Locks.
   SensorInUse use(const std::string& id);
 
   // The first identifier (in byte order) holding `handle`, or "". Locks.
-  std::string idForHandle(MDHandle handle) const;
+  [[nodiscard]] std::string idForHandle(MDHandle handle) const;
 
-  bool containsHandle(MDHandle handle) const QUILBY_REQUIRES(mutex_);
-  bool containsHandle(const std::string& id) const QUILBY_REQUIRES(mutex_);
+  [[nodiscard]] bool containsHandle(MDHandle handle) const QUILBY_REQUIRES(mutex_);
+  [[nodiscard]] bool containsHandle(const std::string& id) const QUILBY_REQUIRES(mutex_);
 
   // The entries themselves, for walks and for changing handles in place.
   Entries& handles() noexcept QUILBY_REQUIRES(mutex_) { return entries_; }
@@ -119,7 +119,7 @@ class SensorCache {
   ~SensorCache();
 
   void release(MDHandle handle);
-  bool isInUse(MDHandle handle) const QUILBY_REQUIRES(usersMutex_);
+  [[nodiscard]] bool isInUse(MDHandle handle) const QUILBY_REQUIRES(usersMutex_);
 
   Entries entries_ QUILBY_GUARDED_BY(mutex_);
   mutable RecursiveMutex mutex_;

@@ -39,17 +39,17 @@ class SerialUSBConnection {
   void update();
 
   // [{"deviceID": id}, ...] of the last update.
-  cairnjson::Value connectedDeviceIDs() const;
+  [[nodiscard]] cairnjson::Value connectedDeviceIDs() const;
 
   // The id at `index` of the last update: EMERR_EXISTS_MORE_DATA (with the id stored unless
   // `deviceID` is null), or EMERR_NO_MORE_DATA past the end (nothing stored).
-  EmError enumerate(std::uint64_t index, MDDeviceID* deviceID) const;
+  [[nodiscard]] EmError enumerate(std::uint64_t index, MDDeviceID* deviceID) const;
 
   // The id at `index`, without a bounds check.
   MDDeviceID operator[](std::uint64_t index) const;
   // Unlocked: only for a caller that knows no other thread refreshes the list meanwhile.
-  std::size_t size() const noexcept QUILBY_NO_THREAD_SAFETY_ANALYSIS { return connected_.size(); }
-  bool empty() const noexcept QUILBY_NO_THREAD_SAFETY_ANALYSIS { return connected_.empty(); }
+  [[nodiscard]] std::size_t size() const noexcept QUILBY_NO_THREAD_SAFETY_ANALYSIS { return connected_.size(); }
+  [[nodiscard]] bool empty() const noexcept QUILBY_NO_THREAD_SAFETY_ANALYSIS { return connected_.empty(); }
 
   RecursiveMutex& mutex() const noexcept QUILBY_RETURN_CAPABILITY(mutex_) { return mutex_; }
 

@@ -19,12 +19,12 @@ class Double {
 
   explicit Double(double value) noexcept : value_(value) {}
 
-  double value() const noexcept { return value_; }
+  [[nodiscard]] double value() const noexcept { return value_; }
 
   // Writes the number text through `out`. Returns false for NaN and infinities (after writing
   // their text), true otherwise.
   template <class OutIt>
-  bool toString(OutIt out) const {
+  [[nodiscard]] bool toString(OutIt out) const {
     char text[kMaxText];
     std::size_t length = 0;
     const bool finite = format(text, length);
@@ -34,7 +34,7 @@ class Double {
 
   // Writes the number text into `text` (at least kMaxText bytes, not NUL-terminated) and its
   // length into `length`. Same result as toString().
-  bool format(char* text, std::size_t& length) const noexcept;
+  [[nodiscard]] bool format(char* text, std::size_t& length) const noexcept;
 
  private:
   double value_;

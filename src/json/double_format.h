@@ -24,7 +24,7 @@ using uint128 = unsigned __int128;
 inline constexpr std::size_t kDoubleTextRoom = 48;
 
 // Every case: zeros, NaN and infinities, other locales, all magnitudes.
-bool formatDoubleSlow(double value, DecimalPoint point, char* text, std::size_t& length) noexcept;
+[[nodiscard]] bool formatDoubleSlow(double value, DecimalPoint point, char* text, std::size_t& length) noexcept;
 
 inline constexpr std::uint64_t kTenTo16 = 10000000000000000ULL;
 inline constexpr std::uint64_t kTenTo17 = 100000000000000000ULL;
@@ -40,7 +40,7 @@ inline constexpr std::array<std::uint64_t, 28> kPowersOfFive = [] {
 // The eight decimal digits of `value` (below 10^8) as ASCII, first digit in the lowest byte, so
 // one little-endian store writes them in reading order. Splits into 4-, 2- and 1-digit lanes
 // with multiply-shift divisions that stay inside their lanes.
-inline std::uint64_t eightDigits(std::uint32_t value) {
+[[nodiscard]] inline std::uint64_t eightDigits(std::uint32_t value) {
   std::uint64_t lanes = (value / 10000) | (std::uint64_t{value % 10000} << 32);
   std::uint64_t high = ((lanes * 10486) >> 20) & 0x0000007F0000007FULL;  // lane / 100
   lanes = high | ((lanes - high * 100) << 16);
@@ -127,7 +127,7 @@ inline char* writeInteger(char* out, long long value) {
 // otherwise one digit, the point and an exponent of at least two digits; trailing zeros of the
 // fraction and a bare point are dropped. Every write is a whole word from registers; up to
 // kDoubleTextRoom bytes of `text` may be written. Returns the length of the text.
-inline std::size_t layOutDigits(bool negative, std::uint64_t digits, int exponent, char* text) {
+[[nodiscard]] inline std::size_t layOutDigits(bool negative, std::uint64_t digits, int exponent, char* text) {
   const std::uint64_t upper = digits / 100000000;
   std::uint64_t middle;
   std::uint64_t lower;
@@ -195,7 +195,7 @@ inline std::size_t layOutDigits(bool negative, std::uint64_t digits, int exponen
 // point: there the value scaled to 17 integer digits, m * 5^s / 2^r, is exact in 128 bits with
 // its fraction in the low word, so the digits and their rounding (half to even, as printf
 // rounds) come from one multiplication.
-inline bool formatDouble(double value, DecimalPoint point, char* text, std::size_t& length) noexcept {
+[[nodiscard]] inline bool formatDouble(double value, DecimalPoint point, char* text, std::size_t& length) noexcept {
   std::uint64_t bits;
   std::memcpy(&bits, &value, sizeof bits);
   const auto biased = static_cast<int>((bits >> 52) & 0x7FF);

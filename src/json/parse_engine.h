@@ -57,8 +57,8 @@ inline constexpr const char* kCanceled = "SAX handler cancels parsing.";
 inline constexpr const char* kTrailingText = "Gabage string exists after json string.";
 }  // namespace parse_error
 
-inline bool isWhiteSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
+[[nodiscard]] inline bool isWhiteSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+[[nodiscard]] inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 template <class It>
 void skipWhiteSpace(It& current, const It& end) {
@@ -109,10 +109,10 @@ void appendUtf8(std::string& out, std::uint32_t codePoint);
 // Converts number text (sign, digits, ".", "e" and an exponent sign "-") as strtod does once the
 // locale's decimal point has replaced the "." and an exponent of value zero has been cut off; the
 // whole text must be consumed. `text` may be changed.
-bool convertDoubleText(std::string& text, bool zeroExponent, double& result);
+[[nodiscard]] bool convertDoubleText(std::string& text, bool zeroExponent, double& result);
 // The same for a number token exactly as it stands in the input (the grammar already checked);
 // `scratch` receives the number text when the direct conversion does not apply.
-bool convertDoubleRange(const char* begin, const char* end, std::string& scratch, double& result);
+[[nodiscard]] bool convertDoubleRange(const char* begin, const char* end, std::string& scratch, double& result);
 
 template <class It>
 class ParseEngine {
@@ -123,7 +123,7 @@ class ParseEngine {
               const ParseOption& option)
       : error_(error), handler_(handler), it_(it), option_(option) {}
 
-  bool run(Value* out, ParseStart start) {
+  [[nodiscard]] bool run(Value* out, ParseStart start) {
     out_ = handler_ ? nullptr : out;
     bool ok = false;
     switch (start) {
@@ -136,31 +136,31 @@ class ParseEngine {
     return ok;
   }
 
-  bool parseNumber(Value* out) {
+  [[nodiscard]] bool parseNumber(Value* out) {
     out_ = handler_ ? nullptr : out;
     return readNumber();
   }
 
-  bool parseString(std::string& out) { return readString(out); }
+  [[nodiscard]] bool parseString(std::string& out) { return readString(out); }
 
-  bool parseHex(unsigned short& out) {
+  [[nodiscard]] bool parseHex(unsigned short& out) {
     return readHex(out) || fail(parse_error::kInvalidHex);
   }
 
  private:
   using Frame = ParseFrame;
 
-  bool atEnd() const { return it_.current == it_.end; }
+  [[nodiscard]] bool atEnd() const { return it_.current == it_.end; }
   char peek() const { return static_cast<char>(*it_.current); }
   void advance() { ++it_.current; }
   void skipWhite() { skipWhiteSpace(it_.current, it_.end); }
-  bool fail(const char* message) {
+  [[nodiscard]] bool fail(const char* message) {
     error_ = message;
     return false;
   }
-  bool allowsTrailingComma() const { return option_.has(ParseOption::kAllowTrailingComma); }
+  [[nodiscard]] bool allowsTrailingComma() const { return option_.has(ParseOption::kAllowTrailingComma); }
 
-  bool beginValue() {
+  [[nodiscard]] bool beginValue() {
     skipWhite();
     if (atEnd()) return fail(parse_error::kUnexpectedCharacter);
     const char c = peek();
@@ -183,7 +183,7 @@ class ParseEngine {
   }
 
   // The position is on the literal's first letter; the rest must follow.
-  bool readLiteral(const char* rest, const char* message) {
+  [[nodiscard]] bool readLiteral(const char* rest, const char* message) {
     advance();
     for (; *rest != '\0'; ++rest) {
       if (atEnd() || peek() != *rest) return fail(message);
@@ -192,20 +192,20 @@ class ParseEngine {
     return true;
   }
 
-  bool storeBool(bool value) {
+  [[nodiscard]] bool storeBool(bool value) {
     if (handler_) return handler_->onBool(value) ? valueStored() : fail(parse_error::kCanceled);
     Value stored;
     stored.setBool(value);
     return store(std::move(stored));
   }
 
-  bool storeNull() {
+  [[nodiscard]] bool storeNull() {
     if (handler_) return handler_->onNull() ? valueStored() : fail(parse_error::kCanceled);
     return store(Value());
   }
 
   // Hands a finished scalar or container to the open container, or to the caller's target.
-  bool store(Value&& value) {
+  [[nodiscard]] bool store(Value&& value) {
     if (frames_.empty()) {
       storeAtTop(std::move(value));
       return true;
@@ -214,7 +214,7 @@ class ParseEngine {
     return valueStored();
   }
 
-  bool valueStored() {
+  [[nodiscard]] bool valueStored() {
     if (!frames_.empty()) {
       Frame& frame = frames_.back();
       ++frame.count;
@@ -240,7 +240,7 @@ class ParseEngine {
   }
 
   // The position stays on the bracket; the first step moves past it.
-  bool openContainer(bool object) {
+  [[nodiscard]] bool openContainer(bool object) {
     if (handler_ && !(object ? handler_->onStartObject() : handler_->onStartArray())) {
       return fail(parse_error::kCanceled);
     }
@@ -250,7 +250,7 @@ class ParseEngine {
 
   // Closes the innermost container as read. The end event is sent only when its closing bracket
   // followed an element or member.
-  bool closeContainer(bool sendEndEvent) {
+  [[nodiscard]] bool closeContainer(bool sendEndEvent) {
     const Frame frame = frames_.back();
     frames_.pop_back();
     if (handler_) {
@@ -262,14 +262,14 @@ class ParseEngine {
     return store(frame.object ? buildObject(frame) : buildArray(frame));
   }
 
-  Value buildArray(const Frame& frame) {
+  [[nodiscard]] Value buildArray(const Frame& frame) {
     const auto first = values_.begin() + static_cast<std::ptrdiff_t>(frame.valueBase);
     Value::Elements elements(std::make_move_iterator(first), std::make_move_iterator(values_.end()));
     values_.erase(first, values_.end());
     return Value::makeArray(std::move(elements));
   }
 
-  Value buildObject(const Frame& frame) {
+  [[nodiscard]] Value buildObject(const Frame& frame) {
     Value::Members members;
     for (std::size_t i = 0; i < frame.count; ++i) {
       // try_emplace never replaces: the first of duplicate keys wins.
@@ -290,15 +290,16 @@ class ParseEngine {
     }
     while (!frames_.empty()) {
       Frame& frame = frames_.back();
+      // Unwinding after a failure: the steps' own results no longer matter.
       if (frame.awaitingValue) {
         values_.emplace_back();
-        valueStored();
+        (void)valueStored();
       }
-      closeContainer(false);
+      (void)closeContainer(false);
     }
   }
 
-  bool stepArray() {
+  [[nodiscard]] bool stepArray() {
     Frame& frame = frames_.back();
     if (frame.afterItem) {
       skipWhite();
@@ -325,7 +326,7 @@ class ParseEngine {
     return beginValue();
   }
 
-  bool stepObject() {
+  [[nodiscard]] bool stepObject() {
     Frame& frame = frames_.back();
     if (frame.afterItem) {
       skipWhite();
@@ -385,7 +386,7 @@ class ParseEngine {
     if constexpr (!kContiguous) text.push_back(c);
   }
 
-  bool readDigits(std::string& text) {
+  [[nodiscard]] bool readDigits(std::string& text) {
     bool any = false;
     while (!atEnd() && isDigit(peek())) {
       keep(text, peek());
@@ -395,7 +396,7 @@ class ParseEngine {
     return any;
   }
 
-  bool readNumber() {
+  [[nodiscard]] bool readNumber() {
     std::string& text = numberText_;
     text.clear();
     const It start = it_.current;
@@ -498,7 +499,7 @@ class ParseEngine {
   }
 
   // The position is on the opening quotation mark.
-  bool readString(std::string& out) {
+  [[nodiscard]] bool readString(std::string& out) {
     advance();
     for (;;) {
       copyPlainBytes(out);
@@ -529,7 +530,7 @@ class ParseEngine {
   }
 
   // The position is after "\u".
-  bool readEscapedCodePoint(std::string& out) {
+  [[nodiscard]] bool readEscapedCodePoint(std::string& out) {
     unsigned short first = 0;
     if (!readHex(first)) return fail(parse_error::kInvalidHex);
     std::uint32_t codePoint = first;
@@ -551,7 +552,7 @@ class ParseEngine {
   }
 
   // Four hexadecimal digits from the current position; the position moves past the digits read.
-  bool readHex(unsigned short& out) {
+  [[nodiscard]] bool readHex(unsigned short& out) {
     unsigned value = 0;
     for (int i = 0; i < 4; ++i) {
       if (atEnd()) return false;

@@ -16,7 +16,7 @@ struct ParseOption {
 
   std::uint32_t flags = 0;
 
-  bool has(std::uint32_t flag) const noexcept { return (flags & flag) != 0; }
+  [[nodiscard]] bool has(std::uint32_t flag) const noexcept { return (flags & flag) != 0; }
 };
 
 // Receives the document as a stream of events instead of a Value. Returning false from any event
@@ -30,16 +30,16 @@ class AbstractParseHandler {
  public:
   virtual ~AbstractParseHandler() = default;
 
-  virtual bool onNull() = 0;
-  virtual bool onBool(bool value) = 0;
-  virtual bool onInteger(std::int64_t value) = 0;
-  virtual bool onDouble(double value) = 0;
-  virtual bool onString(const std::string& value) = 0;
-  virtual bool onStartArray() = 0;
-  virtual bool onEndArray() = 0;
-  virtual bool onStartObject() = 0;
-  virtual bool onKey(const std::string& key) = 0;
-  virtual bool onEndObject() = 0;
+  [[nodiscard]] virtual bool onNull() = 0;
+  [[nodiscard]] virtual bool onBool(bool value) = 0;
+  [[nodiscard]] virtual bool onInteger(std::int64_t value) = 0;
+  [[nodiscard]] virtual bool onDouble(double value) = 0;
+  [[nodiscard]] virtual bool onString(const std::string& value) = 0;
+  [[nodiscard]] virtual bool onStartArray() = 0;
+  [[nodiscard]] virtual bool onEndArray() = 0;
+  [[nodiscard]] virtual bool onStartObject() = 0;
+  [[nodiscard]] virtual bool onKey(const std::string& key) = 0;
+  [[nodiscard]] virtual bool onEndObject() = 0;
 };
 
 }  // namespace cairnjson

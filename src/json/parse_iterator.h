@@ -11,7 +11,7 @@ struct ParseIterator {
   It current;
   It end;
 
-  bool atEnd() const { return current == end; }
+  [[nodiscard]] bool atEnd() const { return current == end; }
 };
 
 }  // namespace cairnjson

@@ -41,47 +41,47 @@ class Parser {
   //
   // Returns true on success. On failure error() holds the reason; the one failure without a text
   // is a "\u" escape of a lone low surrogate (DC00-DFFF standing first).
-  bool parse(const std::string& text, Value& out, const ParseOption& option = {});
-  bool parse(const char* begin, const char* end, Value& out, const ParseOption& option = {});
+  [[nodiscard]] bool parse(const std::string& text, Value& out, const ParseOption& option = {});
+  [[nodiscard]] bool parse(const char* begin, const char* end, Value& out, const ParseOption& option = {});
   // The same, sending events to `handler` instead of building a value.
-  bool parse(const std::string& text, AbstractParseHandler& handler,
+  [[nodiscard]] bool parse(const std::string& text, AbstractParseHandler& handler,
              const ParseOption& option = {});
 
   // The reason of the last failure; empty after a success.
-  const std::string& error() const noexcept { return error_; }
+  [[nodiscard]] const std::string& error() const noexcept { return error_; }
 
   // The building blocks, each starting at the current position. With a handler, `out` is ignored
   // (pass null) and events are sent instead.
   //
   // One value after optional white space.
   template <class It>
-  bool parse_value(Value* out, AbstractParseHandler* handler, Iterator<It>& it,
+  [[nodiscard]] bool parse_value(Value* out, AbstractParseHandler* handler, Iterator<It>& it,
                    const ParseOption& option);
   // An object; the position must be on "{".
   template <class It>
-  bool parse_object(Value* out, AbstractParseHandler* handler, Iterator<It>& it,
+  [[nodiscard]] bool parse_object(Value* out, AbstractParseHandler* handler, Iterator<It>& it,
                     const ParseOption& option);
   // An array; the position must be on "[".
   template <class It>
-  bool parse_array(Value* out, AbstractParseHandler* handler, Iterator<It>& it,
+  [[nodiscard]] bool parse_array(Value* out, AbstractParseHandler* handler, Iterator<It>& it,
                    const ParseOption& option);
   // A number; the position must be on "-" or a digit. Integers without fraction and without a
   // non-zero exponent that fit in 64 bits become Integer values, everything else Double.
   template <class It>
-  bool parse_number(Value* out, AbstractParseHandler* handler, Iterator<It>& it);
+  [[nodiscard]] bool parse_number(Value* out, AbstractParseHandler* handler, Iterator<It>& it);
   // A string token; the position must be on its opening quotation mark. Replaces `out`.
   template <class It>
-  bool parse_string(std::string& out, Iterator<It>& it);
+  [[nodiscard]] bool parse_string(std::string& out, Iterator<It>& it);
   // Four hexadecimal digits.
   template <class It>
-  bool parse_hex(unsigned short& out, Iterator<It>& it);
+  [[nodiscard]] bool parse_hex(unsigned short& out, Iterator<It>& it);
   // Skips space, tab, line feed and carriage return.
   template <class It>
   static void skip_white_space(Iterator<It>& it);
 
  private:
   template <class It>
-  bool parseText(It begin, It end, Value* out, AbstractParseHandler* handler,
+  [[nodiscard]] bool parseText(It begin, It end, Value* out, AbstractParseHandler* handler,
                  const ParseOption& option);
 
   std::string error_;

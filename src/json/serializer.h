@@ -142,7 +142,7 @@ class TextSink {
 // Whether any of the bytes of `word` (eight, or four in a 32-bit word) must be escaped: a
 // control byte, '"', '\\' or DEL.
 template <class Word>
-inline bool needsEscape(Word word) {
+[[nodiscard]] inline bool needsEscape(Word word) {
   constexpr Word kOnes = static_cast<Word>(0x0101010101010101ULL);
   constexpr Word kHighs = static_cast<Word>(0x8080808080808080ULL);
   const auto hasZeroByte = [](Word v) { return static_cast<Word>((v - kOnes) & ~v & kHighs); };
@@ -152,7 +152,7 @@ inline bool needsEscape(Word word) {
 }
 
 // Whether any of the `length` bytes at `text` must be escaped.
-inline bool anyNeedsEscape(const char* text, std::size_t length) {
+[[nodiscard]] inline bool anyNeedsEscape(const char* text, std::size_t length) {
   if (length >= 8) {
     std::uint64_t word;
     for (std::size_t i = 0; i + 8 <= length; i += 8) {
@@ -194,7 +194,7 @@ class Serializer {
   // writing "Floating point is nan or inf." into `*error` when `error` is not null; the text
   // written before that point stays in the output.
   template <class OutIt>
-  static bool serialize(OutIt& out, const Value& value, const Attributes& attributes,
+  [[nodiscard]] static bool serialize(OutIt& out, const Value& value, const Attributes& attributes,
                         const int& level, std::string* error);
 
   // Appends `text` quoted and escaped.
@@ -204,13 +204,13 @@ class Serializer {
   // Shorthands for the compact layout: append `value` to `text` (false, with the text written so
   // far, when a NaN or infinity is met), or return the text of `value` (cut short at such a
   // number, for callers whose values cannot hold one).
-  static bool compact(const Value& value, std::string& text) {
+  [[nodiscard]] static bool compact(const Value& value, std::string& text) {
     auto out = std::back_inserter(text);
     return serialize(out, value, Attributes{}, -1, nullptr);
   }
-  static std::string compact(const Value& value) {
+  [[nodiscard]] static std::string compact(const Value& value) {
     std::string text;
-    compact(value, text);
+    (void)compact(value, text);
     return text;
   }
 

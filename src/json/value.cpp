@@ -266,7 +266,8 @@ std::string Value::toString(const std::string& def) const {
     case Type::Double: {
       char text[Double::kMaxText];
       std::size_t length = 0;
-      Double(word_.number).format(text, length);
+      // A NaN or an infinity has a text too ("nan", "inf"), though not one JSON allows.
+      (void)Double(word_.number).format(text, length);
       return std::string(text, length);
     }
     case Type::String: return stringRef();

@@ -84,14 +84,14 @@ class Value {
   Value& operator=(const char* text);
 
   Type type() const noexcept { return type_; }
-  bool isNull() const noexcept { return type_ == Type::Null; }
-  bool isBool() const noexcept { return type_ == Type::Bool; }
-  bool isInteger() const noexcept { return type_ == Type::Integer; }
-  bool isDouble() const noexcept { return type_ == Type::Double; }
-  bool isNumber() const noexcept { return isInteger() || isDouble(); }
-  bool isString() const noexcept { return type_ == Type::String; }
-  bool isObject() const noexcept { return type_ == Type::Object; }
-  bool isArray() const noexcept { return type_ == Type::Array; }
+  [[nodiscard]] bool isNull() const noexcept { return type_ == Type::Null; }
+  [[nodiscard]] bool isBool() const noexcept { return type_ == Type::Bool; }
+  [[nodiscard]] bool isInteger() const noexcept { return type_ == Type::Integer; }
+  [[nodiscard]] bool isDouble() const noexcept { return type_ == Type::Double; }
+  [[nodiscard]] bool isNumber() const noexcept { return isInteger() || isDouble(); }
+  [[nodiscard]] bool isString() const noexcept { return type_ == Type::String; }
+  [[nodiscard]] bool isObject() const noexcept { return type_ == Type::Object; }
+  [[nodiscard]] bool isArray() const noexcept { return type_ == Type::Array; }
 
   // Changes the kind. The same kind keeps the content; another kind drops it and starts empty.
   void setType(const Type& type);
@@ -100,27 +100,27 @@ class Value {
   void setString(const std::string& text);
   void setString(std::string&& text);
   // Builders that take ownership of a ready payload (no copy of the elements, members or text).
-  static Value makeString(std::string text) {
+  [[nodiscard]] static Value makeString(std::string text) {
     return Value(Type::String, new Container<std::string>(std::move(text)));
   }
-  static Value makeArray(Elements elements) {
+  [[nodiscard]] static Value makeArray(Elements elements) {
     return Value(Type::Array, new Container<Elements>(std::move(elements)));
   }
-  static Value makeObject(Members members) {
+  [[nodiscard]] static Value makeObject(Members members) {
     return Value(Type::Object, new Container<Members>(std::move(members)));
   }
   // Builders of a scalar, for expressions such as `answer["code"] = Value::makeInteger(code)`.
-  static Value makeBool(bool value) noexcept {
+  [[nodiscard]] static Value makeBool(bool value) noexcept {
     Value scalar;
     scalar.setBool(value);
     return scalar;
   }
-  static Value makeInteger(long long value) noexcept {
+  [[nodiscard]] static Value makeInteger(long long value) noexcept {
     Value scalar;
     scalar.setInteger(value);
     return scalar;
   }
-  static Value makeDouble(double value) noexcept {
+  [[nodiscard]] static Value makeDouble(double value) noexcept {
     Value scalar;
     scalar.setDouble(value);
     return scalar;
@@ -158,9 +158,9 @@ class Value {
   void push_back(const Value& element);
 
   // Whether this is an object with the member `key`.
-  bool contains(const std::string& key) const;
+  [[nodiscard]] bool contains(const std::string& key) const;
   // Members of an object, elements of an array, bytes of a string; 0 for every other kind.
-  std::size_t size() const noexcept {
+  [[nodiscard]] std::size_t size() const noexcept {
     if (!hasContainer()) return 0;
     switch (type_) {
       case Type::String: return as<std::string>()->payload.size();
@@ -177,7 +177,7 @@ class Value {
   }
 
   // Read-only views: empty unless this holds that kind.
-  const std::string& stringRef() const noexcept {
+  [[nodiscard]] const std::string& stringRef() const noexcept {
     return type_ == Type::String && word_.container ? as<std::string>()->payload : emptyString();
   }
   const Members& members() const noexcept {
@@ -191,24 +191,24 @@ class Value {
   // apply. Doubles are rounded half away from zero before any integer conversion; strings are
   // read with strtoll in base 0 (toDouble: strtod with "." taken as the locale's decimal point)
   // and must be consumed whole. See value.cpp for the exact range rules of each.
-  int toInt(const int& def) const;
+  [[nodiscard]] int toInt(const int& def) const;
   unsigned int toUInt(const unsigned int& def) const;
-  long long toLLong(const long long& def) const {
+  [[nodiscard]] long long toLLong(const long long& def) const {
     return type_ == Type::Integer ? word_.integer : convertToLLong(def);
   }
-  double toDouble(const double& def) const {
+  [[nodiscard]] double toDouble(const double& def) const {
     return type_ == Type::Double ? word_.number : convertToDouble(def);
   }
   // "true"/"false", the integer in decimal, the number text of cairnjson::Double (so also "nan"
   // and "inf"), or the string itself; `def` for every other kind.
-  std::string toString(const std::string& def) const;
+  [[nodiscard]] std::string toString(const std::string& def) const;
 
   // Same kind and same content, compared deeply. Integer 1 and Double 1.0 differ; NaN differs
   // from everything, itself included.
   bool operator==(const Value& other) const;
 
   // The process-wide null value returned by failed lookups. Never write to it.
-  static const Value& s_null();
+  [[nodiscard]] static const Value& s_null();
 
  private:
   union Word {
@@ -219,18 +219,18 @@ class Value {
     std::uint64_t bits;
   };
 
-  bool hasContainer() const noexcept {
+  [[nodiscard]] bool hasContainer() const noexcept {
     return (static_cast<std::uint32_t>(type_) & kContainerKinds) != 0 && word_.container;
   }
   template <class T>
   Container<T>* as() const noexcept {
     return static_cast<Container<T>*>(word_.container);
   }
-  static const std::string& emptyString() noexcept;
+  [[nodiscard]] static const std::string& emptyString() noexcept;
   static const Members& emptyMembers() noexcept;
   static const Elements& emptyElements() noexcept;
-  long long convertToLLong(const long long& def) const;
-  double convertToDouble(const double& def) const;
+  [[nodiscard]] long long convertToLLong(const long long& def) const;
+  [[nodiscard]] double convertToDouble(const double& def) const;
 
   // Adopts a freshly built container (use count 1) of the given container kind.
   Value(Type type, AbstractContainer* container) noexcept : type_(type), word_{0} {
@@ -238,7 +238,7 @@ class Value {
   }
 
   // Same kind and equal scalar or string; for arrays and objects only the same size.
-  static bool shallowEquals(const Value& a, const Value& b) noexcept;
+  [[nodiscard]] static bool shallowEquals(const Value& a, const Value& b) noexcept;
   // Drops this Value's use of its container, deleting it (and every container only it kept
   // alive, without recursion) when this was the last use.
   void release() noexcept;
@@ -257,7 +257,7 @@ static_assert(sizeof(Value) == 16, "a Value is a kind tag and one word");
 
 // Whether `value` or anything nested in it is a Double that is NaN or infinite: a value the
 // serializer refuses, since JSON has no text for those numbers. Any depth, no recursion.
-bool holdsNonFiniteNumber(const Value& value);
+[[nodiscard]] bool holdsNonFiniteNumber(const Value& value);
 
 }  // namespace cairnjson
 

@@ -54,15 +54,15 @@ class DynamicLibrary {
   }
 
   // The address of `name`, or null. Opens nothing.
-  void* lookup(const std::string& name) const;
+  [[nodiscard]] void* lookup(const std::string& name) const;
   template <class Function>
-  void* lookup(DeviceFunction<Function> function) const {
+  [[nodiscard]] void* lookup(DeviceFunction<Function> function) const {
     return lookup(function.name);
   }
 
-  bool isOpen() const;
+  [[nodiscard]] bool isOpen() const;
   // The file that was opened (empty before).
-  fs::Path path() const;
+  [[nodiscard]] fs::Path path() const;
 
  protected:
   // Opens `path` with lazy binding when nothing is open. A failure is silent: the library stays

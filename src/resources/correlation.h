@@ -150,7 +150,7 @@ MDIFSv3CorrelationData ReadColorSensorIFSv3CorrelationData(void* hid);
 // a boolean gives 0 or 1; a string that is wholly an integer literal (as Value::toLLong reads
 // it) gives its value, or 0 when negative; every other kind gives 0. Examples: 2.5 gives 3, -4
 // gives 0, 7 gives 7.
-std::uint64_t CorrelationIdFromJson(const cairnjson::Value& value);
+[[nodiscard]] std::uint64_t CorrelationIdFromJson(const cairnjson::Value& value);
 
 }  // namespace vesk::bridge
 

@@ -65,7 +65,7 @@ class SensorCorrelationMatrixData : public vesk::Bridge {
 // The correction matrix of the built-in sensor's selected data set, row-major: 3 rows, or 8 when
 // the sensor takes the 8x3 form. Read inside the monitor's critical section; a failing status is
 // reported as "Get color sensor correction matrix 3x3." or "... 8x3.".
-std::vector<double> ReadSensorCorrectionMatrix(void* hid);
+[[nodiscard]] std::vector<double> ReadSensorCorrectionMatrix(void* hid);
 
 }  // namespace vesk::bridge
 

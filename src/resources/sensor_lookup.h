@@ -24,14 +24,14 @@ namespace vesk::bridge {
 
 // The HID handle of the monitor a built-in sensor belongs to. A sensor without one fails with
 // the library-status error of 0x80000000 ("Failed.") under "Get HID handle.".
-void* BuiltInSensorHIDHandle(MDHandle handle);
+[[nodiscard]] void* BuiltInSensorHIDHandle(MDHandle handle);
 
 // The text of parameter `key` (the value's text form; "" when the parameters are not an object
 // or lack the key).
-std::string ParameterText(const BridgeData& data, const std::string& key);
+[[nodiscard]] std::string ParameterText(const BridgeData& data, const std::string& key);
 
 // Whether the query is an object holding `key`; the key's value is never read.
-bool HasQueryKey(const BridgeData& data, const std::string& key);
+[[nodiscard]] bool HasQueryKey(const BridgeData& data, const std::string& key);
 
 }  // namespace vesk::bridge
 

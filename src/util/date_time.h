@@ -30,7 +30,7 @@ class DateTime {
   // gives "-005"). msec is not written.
   // Example: 7 March 2024 at 9:05:00 gives "2024-03-07 09:05:00"; the default gives
   // "0000-00-00 00:00:00".
-  std::string toString() const;
+  [[nodiscard]] std::string toString() const;
 
   std::int32_t year = 0;    // full year, e.g. 2024
   std::int32_t month = 0;   // 1 to 12

@@ -28,29 +28,29 @@ inline constexpr IOError kIOErrorCannotOpen = 0x80000001;
 // cannot be opened, in which case the result is empty. An empty result with kIOSuccess is an
 // empty file. A read failure after opening ends the content early without changing `error`
 // (a directory, which opens but cannot be read, gives an empty result and kIOSuccess).
-std::vector<std::uint8_t> bytes_with_contents_of_file(const Path& path, IOError* error);
+[[nodiscard]] std::vector<std::uint8_t> bytes_with_contents_of_file(const Path& path, IOError* error);
 
 // Whether `path` can be examined and is a regular file.
-bool is_file(const Path& path);
+[[nodiscard]] bool is_file(const Path& path);
 // Whether `path` can be examined and is a directory.
-bool is_directory(const Path& path);
+[[nodiscard]] bool is_directory(const Path& path);
 
 // Copies the bytes of `source` to `destination`, which is created or truncated (new files get
 // permission bits 0666 before the process's mask). True on success; false when the source cannot
 // be opened or read (a directory), the destination cannot be opened for writing, or a write
 // (including the final flush) comes up short. A failure after the destination was opened leaves
 // it partly written.
-bool copy_file(const Path& source, const Path& destination);
+[[nodiscard]] bool copy_file(const Path& source, const Path& destination);
 
 // Renames `source` to `destination` (rename(2): same file system only; an existing destination
 // file is replaced). True on success.
-bool move_file(const Path& source, const Path& destination);
+[[nodiscard]] bool move_file(const Path& source, const Path& destination);
 
 // Unlinks the file at `path`; false for a directory or a missing file. True on success.
-bool remove_file(const Path& path);
+[[nodiscard]] bool remove_file(const Path& path);
 
 // Removes the directory at `path`, which must be empty. True on success.
-bool remove_directory(const Path& path);
+[[nodiscard]] bool remove_directory(const Path& path);
 
 // Creates the directory `path` (permission bits 0777 before the process's mask), first creating
 // its missing parents by this same rule (their results are ignored). Returns true exactly when
@@ -60,15 +60,15 @@ bool remove_directory(const Path& path);
 // paths; relative ones are taken from the working directory.
 // Example: with /tmp present, make_directory(Path("/tmp/x/y/z")) creates /tmp/x, /tmp/x/y and
 // /tmp/x/y/z and gives true; a second call gives false.
-bool make_directory(const Path& path);
+[[nodiscard]] bool make_directory(const Path& path);
 
 // The size in bytes of the file at `path`, or UINT64_MAX (all bits set) when it cannot be
 // examined. A directory gives the size the file system reports for it.
-std::uint64_t file_size_of(const Path& path);
+[[nodiscard]] std::uint64_t file_size_of(const Path& path);
 
 // The last modification time of `path` in UTC, to the second (msec is 0); a default (all-zero)
 // DateTime when the file cannot be examined or the time cannot be converted.
-DateTime file_modification_date(const Path& path);
+[[nodiscard]] DateTime file_modification_date(const Path& path);
 
 // Appends to `names` the name (not the path) of every entry of the directory `path` except "."
 // and "..", hidden entries included, in the order the system lists them (unsorted: callers must

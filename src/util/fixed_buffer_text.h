@@ -10,7 +10,7 @@ namespace string {
 
 // The bytes of `buffer` up to its first NUL, or all `size` of them when the library filled the
 // buffer to the last byte and left no terminator.
-inline std::string fromFixedBuffer(const char* buffer, std::size_t size) {
+[[nodiscard]] inline std::string fromFixedBuffer(const char* buffer, std::size_t size) {
   return std::string(buffer, strnlen(buffer, size));
 }
 

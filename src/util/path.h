@@ -30,7 +30,7 @@ class Path {
   Path& appendPathComponent(const std::string& component);
 
   // The path text; valid until this path is next changed or destroyed.
-  const std::string& text() const noexcept { return text_; }
+  [[nodiscard]] const std::string& text() const noexcept { return text_; }
 
  private:
   std::string text_;

@@ -9,7 +9,7 @@ namespace uuid {
 // A new random 128-bit identifier in its 36-character text form: lower-case hexadecimal digits
 // in groups of 8-4-4-4-12 joined by "-", e.g. "1b4e28ba-2fa1-41d2-883f-0016d3cca427".
 // Does not fail and takes no lock of this library.
-std::string create();
+[[nodiscard]] std::string create();
 
 }  // namespace uuid
 
