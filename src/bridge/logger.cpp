@@ -10,22 +10,21 @@
 namespace vesk {
 
 LoggerBase::LoggerBase(std::string name)
-    : name_(std::move(name)), path_(LibraryPathInExports("libmirelto2")) {
-  library_ = dlopen(path_.text().c_str(), RTLD_LAZY);
+    : name_(std::move(name)),
+      path_(LibraryPathInExports("libmirelto2")),
+      library_(path_.text().c_str(), RTLD_LAZY) {
   if (!library_) return;
   const auto getLogger =
-      reinterpret_cast<decltype(&mirelto_get_logger)>(dlsym(library_, "mirelto_get_logger"));
+      reinterpret_cast<decltype(&mirelto_get_logger)>(library_.symbol("mirelto_get_logger"));
   if (getLogger) logger_ = getLogger();
 }
 
-LoggerBase::~LoggerBase() {
-  if (library_) dlclose(library_);
-}
+LoggerBase::~LoggerBase() = default;
 
 void LoggerBase::log(MireltoLevel level, const std::string& text) {
   if (!logger_) return;
   // Looked up on every call, as the library may be replaced while the logger lives.
-  const auto write = reinterpret_cast<decltype(&mirelto_log)>(dlsym(library_, "mirelto_log"));
+  const auto write = reinterpret_cast<decltype(&mirelto_log)>(library_.symbol("mirelto_log"));
   if (write) write(logger_, name_.c_str(), level, text.c_str());
 }
 

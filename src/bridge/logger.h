@@ -4,6 +4,7 @@
 
 #include "bridge/bridge_result.h"
 #include "quilby/device_types.h"
+#include "util/library_handle.h"
 #include "util/path.h"
 
 #include <string>
@@ -37,7 +38,7 @@ class LoggerBase {
  private:
   std::string name_;
   fs::Path path_;
-  void* library_ = nullptr;
+  LibraryHandle library_;
   void* logger_ = nullptr;
 };
 

@@ -4,14 +4,11 @@
 
 namespace vesk {
 
-DynamicLibrary::~DynamicLibrary() {
-  if (handle_) dlclose(handle_);
-}
+DynamicLibrary::~DynamicLibrary() = default;
 
 void DynamicLibrary::release() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (handle_) dlclose(handle_);
-  handle_ = nullptr;
+  library_.reset();
 }
 
 void DynamicLibrary::throw_function_not_found_error() const {}
@@ -24,13 +21,12 @@ void DynamicLibrary::throwFunctionNotFound(const std::string& name) const {
 
 void* DynamicLibrary::lookup(const std::string& name) const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  // A null handle is RTLD_DEFAULT: the global scope.
-  return dlsym(handle_, name.c_str());
+  return library_.symbol(name.c_str());
 }
 
 bool DynamicLibrary::isOpen() const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return handle_ != nullptr;
+  return static_cast<bool>(library_);
 }
 
 fs::Path DynamicLibrary::path() const {
@@ -40,9 +36,9 @@ fs::Path DynamicLibrary::path() const {
 
 void DynamicLibrary::openIfClosed(const fs::Path& path) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (handle_) return;
-  handle_ = dlopen(path.text().c_str(), RTLD_LAZY);
-  if (handle_) path_ = path;
+  if (library_) return;
+  library_ = LibraryHandle(path.text().c_str(), RTLD_LAZY);
+  if (library_) path_ = path;
 }
 
 }  // namespace vesk

@@ -3,6 +3,7 @@
 #define QUILBY_LOADER_DYNAMIC_LIBRARY_H
 
 #include "bridge/bridge_result.h"
+#include "util/library_handle.h"
 #include "util/path.h"
 
 #include <mutex>
@@ -77,11 +78,11 @@ class DynamicLibrary {
 
   [[noreturn]] void throwFunctionNotFound(const std::string& name) const;
 
-  // Guards path_ and handle_: the library may be opened, searched and released from the
+  // Guards path_ and library_: the library may be opened, searched and released from the
   // request thread and from other threads of the host.
   mutable std::mutex mutex_;
   fs::Path path_;
-  void* handle_ = nullptr;
+  LibraryHandle library_;
 };
 
 template <class Result, class... Args>
