@@ -27,10 +27,29 @@ function(quilby_target_defaults target)
   endif()
 endfunction()
 
+# Fails the build of `target` when a file of the layer in the current directory (src/<layer>/)
+# includes a header of a layer above it (scripts/check-layering). Runs again whenever a file of
+# the layer changes.
+function(quilby_layering_check target)
+  get_filename_component(layer ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+  file(GLOB_RECURSE files CONFIGURE_DEPENDS
+       ${CMAKE_CURRENT_SOURCE_DIR}/*.h ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  set(stamp ${CMAKE_CURRENT_BINARY_DIR}/${layer}.layering)
+  add_custom_command(OUTPUT ${stamp}
+    COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-layering ${PROJECT_SOURCE_DIR} ${layer}
+    COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
+    DEPENDS ${files} ${PROJECT_SOURCE_DIR}/scripts/check-layering
+    COMMENT "Checking that layer ${layer} includes no layer above it"
+    VERBATIM)
+  add_custom_target(${target}_layering DEPENDS ${stamp})
+  add_dependencies(${target} ${target}_layering)
+endfunction()
+
 # A static library of the plug-in's layers: quilby_library(name ALIAS ns::name SOURCES ... DEPS ...)
 function(quilby_library name)
   cmake_parse_arguments(ARG "" "ALIAS" "SOURCES;DEPS" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
+  quilby_layering_check(${name})
   if(ARG_ALIAS)
     add_library(${ARG_ALIAS} ALIAS ${name})
   endif()
