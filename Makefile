@@ -9,7 +9,8 @@
 #   make test-thread-safety  the plug-in built with clang's thread-safety analysis as errors
 #                (build-clang/)
 #   make test-browser  the web console in headless Chromium against build/quilby-host
-#   make bench   the benchmarks, optimised build (build-bench/)
+#   make bench   the benchmarks, optimised build (build-bench/): JSON, requests, instruction counts
+#   make bench-instructions  the plug-in's own instructions per request, under callgrind
 #   make fuzz    the libFuzzer targets for FUZZ_SECONDS each (clang, build-fuzz/)
 #   make demo    the development host on the simulated device world; prints the console's URL
 #                (DEMO_FLAGS="--port 9000 ..." passes flags to quilby-host)
@@ -23,8 +24,8 @@ CONFIGURE = cmake -S . -G Ninja -Wno-dev
 export ASAN_OPTIONS ?= halt_on_error=1:abort_on_error=1:detect_leaks=1
 export UBSAN_OPTIONS ?= halt_on_error=1:print_stacktrace=1
 
-.PHONY: build test test-normal test-asan test-tsan test-thread-safety test-browser bench fuzz demo \
-	clean
+.PHONY: build test test-normal test-asan test-tsan test-thread-safety test-browser bench \
+	bench-build bench-instructions fuzz demo clean
 
 build:
 	@scripts/install-deps build
@@ -74,11 +75,20 @@ test-browser:
 	cd tests/browser && QUILBY_HOST=$(CURDIR)/build/quilby-host \
 	  QUILBY_SCREENSHOTS=$(CURDIR)/build/browser node --test console.test.mjs
 
-bench:
+# The JSON library against others, then requests through the plug-in against the same device calls
+# made directly, then the plug-in's own instructions per request (deterministic, from callgrind).
+bench: bench-build
+	build-bench/bench/json_bench
+	build-bench/bench/request_bench
+	scripts/bench-instructions build-bench
+
+bench-instructions: bench-build
+	scripts/bench-instructions build-bench
+
+bench-build:
 	@scripts/install-deps bench
 	$(CONFIGURE) -B build-bench -DCMAKE_BUILD_TYPE=Release -DQUILBY_BUILD_BENCH=ON -DQUILBY_BUILD_TESTS=OFF
 	cmake --build build-bench -j $(JOBS)
-	build-bench/bench/json_bench
 
 fuzz:
 	@scripts/install-deps fuzz
