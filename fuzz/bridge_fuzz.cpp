@@ -29,22 +29,22 @@ class FuzzResource : public vesk::Bridge {
  public:
   BridgeResult Get(const BridgeData& data) override {
     cairnjson::Value echo;
-    echo["request"] = data.request;
-    echo["parameters"] = data.parameters;
-    echo["query"] = data.query;
-    echo["data"] = data.data;
+    echo["request"] = data.request();
+    echo["parameters"] = data.parameters();
+    echo["query"] = data.query();
+    echo["data"] = data.data();
     return BridgeResultOK(echo);
   }
   BridgeResult Put(const BridgeData& data) override {
-    BridgeCheckRequestCondition(data.data.isBool() || data.data.isNumber(),
+    BridgeCheckRequestCondition(data.data().isBool() || data.data().isNumber(),
                                 "data must be number or boolean.");
-    vesk::BridgeCheckEmError(static_cast<EmError>(data.data.toLLong(0)), "Fuzzed status.");
-    return BridgeResultOK(data.data);
+    vesk::BridgeCheckEmError(static_cast<EmError>(data.data().toLLong(0)), "Fuzzed status.");
+    return BridgeResultOK(data.data());
   }
   BridgeResult Post(const BridgeData& data) override {
-    if (data.query.contains("throw")) throw std::runtime_error("fuzzed");
+    if (data.query().contains("throw")) throw std::runtime_error("fuzzed");
     cairnjson::Value number;
-    number.setDouble(data.data.toDouble(0.0));  // may be a NaN or an infinity
+    number.setDouble(data.data().toDouble(0.0));  // may be a NaN or an infinity
     return BridgeResultOK(number);
   }
 };

@@ -1,4 +1,5 @@
-// Parses arbitrary bytes; whatever parses must survive serialize and parse again unchanged.
+// Parses arbitrary bytes; whatever parses must survive serialize and parse again unchanged, and
+// reading a member straight from the bytes must answer as reading it from the parsed document.
 //
 // The one difference a round trip may make is the documented number asymmetry: a Double holding
 // an integral value below 1e17 is written without fraction or exponent and so reads back as the
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -68,10 +70,29 @@ std::string serialized(const Value& value) {
   return text;
 }
 
+// Reading one member straight from the text answers as parsing the document and reading it.
+void checkMemberReading(const std::string& input) {
+  for (const char* key : {"id", "method", "a"}) {
+    cairnjson::Parser parser;
+    Value parsed;
+    const bool ok = parser.parse(input, parsed);
+    const std::optional<cairnjson::Member> expected =
+        ok ? cairnjson::memberOf(parsed, key) : std::nullopt;
+    const std::optional<cairnjson::Member> found =
+        cairnjson::findMember(input.data(), input.data() + input.size(), key);
+    check(found.has_value() == expected.has_value(), "a member was found differently");
+    if (found) {
+      check(found->type() == expected->type() && found->text() == expected->text(),
+            "a member was read differently");
+    }
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string input(reinterpret_cast<const char*>(data), size);
+  checkMemberReading(input);
   cairnjson::Parser parser;
   Value first;
   if (!parser.parse(input, first) || cairnjson::holdsNonFiniteNumber(first)) return 0;

@@ -4,6 +4,7 @@
 
 #include "bridge/bridge_template.h"
 
+#include <cstddef>
 #include <string>
 
 namespace vesk {
@@ -26,6 +27,8 @@ class Bridge : public BridgeTemplate {
   [[nodiscard]] const std::string& uri() const noexcept { return uri_; }
 
  private:
+  static constexpr std::size_t kUriReserve = 96;
+
   std::string uri_;
 };
 

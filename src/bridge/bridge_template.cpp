@@ -3,35 +3,33 @@
 #include "json/cairnjson.h"
 #include "quilby/host.h"
 
+#include <iterator>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace {
 
-// One argument as a JSON value: null when empty or not JSON. Text after the value is ignored.
-cairnjson::Value parseArgument(const std::string& text) {
-  cairnjson::ParseOption option;
-  option.flags = cairnjson::ParseOption::kAllowTrailingText;
-  cairnjson::Parser parser;
-  cairnjson::Value value;
-  if (text.empty() || !parser.parse(text, value, option)) return cairnjson::Value();
-  return value;
-}
-
-std::string lowerCase(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return text;
-}
-
 enum class Method { Get, Put, Post, Delete };
 
-Method methodOf(const cairnjson::Value& request) {
-  if (!request.isObject() || !request.contains("method")) return Method::Get;
-  const std::string method = lowerCase(request["method"].toString(std::string()));
-  if (method == "put") return Method::Put;
-  if (method == "post") return Method::Post;
-  if (method == "delete") return Method::Delete;
+// Byte by byte, ASCII letters only, as the methods are named.
+bool equalsIgnoringCase(std::string_view text, std::string_view lowerCaseWord) {
+  if (text.size() != lowerCaseWord.size()) return false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    char c = text[i];
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    if (c != lowerCaseWord[i]) return false;
+  }
+  return true;
+}
+
+// The request's "method" in its text form picks the handler; anything else means GET.
+Method methodOf(const BridgeData& data) {
+  const std::optional<cairnjson::Member>& method = data.method();
+  if (!method) return Method::Get;
+  if (equalsIgnoringCase(method->text(), "put")) return Method::Put;
+  if (equalsIgnoringCase(method->text(), "post")) return Method::Post;
+  if (equalsIgnoringCase(method->text(), "delete")) return Method::Delete;
   return Method::Get;
 }
 
@@ -49,23 +47,22 @@ BridgeResultError unknownError() {
                            "Unknown error occurred.");
 }
 
+// Appends `value` as compact JSON; false at a NaN or an infinity.
+bool appendJson(std::string& text, const cairnjson::Value& value) {
+  auto out = std::back_inserter(text);
+  return cairnjson::Serializer::serialize(out, value, cairnjson::Serializer::Attributes{}, -1,
+                                          nullptr);
+}
+
 }  // namespace
 
 BridgeResult BridgeTemplate::execute(const char* request, const char* parameters,
                                      const char* query, const char* data) {
-  BridgeData bridgeData;
-  bridgeData.request = parseArgument(request ? request : "");
-  bridgeData.parameters = parseArgument(parameters ? parameters : "");
-  bridgeData.query = parseArgument(query ? query : "");
-  const std::string body = data ? data : "";
-  bridgeData.data = parseArgument(body);
-  // A body that is not JSON reaches the handler as the text it is.
-  if (bridgeData.data.isNull() && !body.empty()) bridgeData.data.setString(body);
-
+  const BridgeData bridgeData(request, parameters, query, data);
   BridgeResult result;
   try {
     onBeginBridge(bridgeData);
-    switch (methodOf(bridgeData.request)) {
+    switch (methodOf(bridgeData)) {
       case Method::Get: result = Get(bridgeData); break;
       case Method::Put: result = Put(bridgeData); break;
       case Method::Post: result = Post(bridgeData); break;
@@ -76,10 +73,12 @@ BridgeResult BridgeTemplate::execute(const char* request, const char* parameters
   } catch (...) {
     result = unknownError();
   }
-  // A number JSON has no text for (a NaN from a degenerate measurement, say) cannot be answered.
-  if (cairnjson::holdsNonFiniteNumber(result.value) ||
-      cairnjson::holdsNonFiniteNumber(result.error.value)) {
+  // The answer's text is written before the request is logged, because a number JSON has no
+  // text for (a NaN from a degenerate measurement, say) makes the answer an UnknownError, and the
+  // log records what is answered.
+  if (!BridgeEnvelopeText(result, envelope_)) {
     result = unknownError();
+    if (!BridgeEnvelopeText(result, envelope_)) envelope_.clear();
   }
   try {
     onEndBridge(bridgeData, result);
@@ -99,19 +98,23 @@ BridgeResult BridgeTemplate::Post(const BridgeData&) { throw refuse("POST"); }
 BridgeResult BridgeTemplate::Delete(const BridgeData&) { throw refuse("DELETE"); }
 
 bool BridgeEnvelopeText(const BridgeResult& result, std::string& text) {
-  cairnjson::Value envelope(cairnjson::Type::Object);
+  text.clear();
+  text.append(R"({"error":)");
+  bool written = true;
   const BridgeError& error = result.error;
   if (error.name.empty() && error.message.empty() && error.value.size() == 0) {
-    envelope["error"];
+    text.append("null");
   } else {
-    cairnjson::Value& errorObject = envelope["error"];
-    errorObject = error.value;
+    // The extra members, then the kind and the message over any of the same names.
+    cairnjson::Value errorObject = error.value;
     errorObject["name"].setString(error.name);
     errorObject["message"].setString(error.message);
+    written = appendJson(text, errorObject);
   }
-  envelope["value"] = result.value;
-  text.clear();
-  return cairnjson::Serializer::compact(envelope, text);
+  text.append(R"(,"value":)");
+  written = written && appendJson(text, result.value);
+  text.push_back('}');
+  return written;
 }
 
 int BridgeTemplate::operator()(const char* request, const char* parameters, const char* query,
@@ -119,12 +122,13 @@ int BridgeTemplate::operator()(const char* request, const char* parameters, cons
   const int promiseId = BridgeHelperCreatePromiseID();
   int status = static_cast<int>(BridgeStatusCode::InternalServerError);
   const char* answer = kUnknownErrorEnvelope;
-  std::string text;
   try {
+    // One buffer for the answer's text, reserved at a size most answers fit.
+    envelope_.reserve(kEnvelopeReserve);
     const BridgeResult result = execute(request, parameters, query, data);
-    if (BridgeEnvelopeText(result, text)) {
+    if (!envelope_.empty()) {
       status = static_cast<int>(result.code);
-      answer = text.c_str();
+      answer = envelope_.c_str();
     }
   } catch (...) {
     // Out of memory while answering: the fixed answer above still goes out.

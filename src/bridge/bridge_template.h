@@ -10,6 +10,9 @@
 #include "bridge/bridge_data.h"
 #include "bridge/bridge_result.h"
 
+#include <cstddef>
+#include <string>
+
 class BridgeTemplate {
  public:
   BridgeTemplate() = default;
@@ -17,9 +20,11 @@ class BridgeTemplate {
   BridgeTemplate& operator=(const BridgeTemplate&) = delete;
   virtual ~BridgeTemplate() = default;
 
-  // Parses the four texts (NULL reads as ""), picks the handler from the request's "method"
+  // Reads the four texts (NULL reads as ""), picks the handler from the request's "method"
   // (case-insensitive GET, PUT, POST or DELETE; anything else means GET), runs it between
-  // onBeginBridge and onEndBridge, and returns its result with every failure folded in.
+  // onBeginBridge and onEndBridge, and returns its result with every failure folded in. The
+  // answer's envelope is written (into envelope()) before onEndBridge, so that a result JSON
+  // cannot carry is answered, and logged, as 500 "UnknownError".
   virtual BridgeResult execute(const char* request, const char* parameters, const char* query,
                                const char* data);
 
@@ -36,6 +41,14 @@ class BridgeTemplate {
   // BridgeHelperSetResponse under that id, and returns the id. Never throws.
   int operator()(const char* request, const char* parameters, const char* query,
                  const char* data) noexcept;
+
+  // The envelope of the last result execute() produced ("" before).
+  [[nodiscard]] const std::string& envelope() const noexcept { return envelope_; }
+
+ private:
+  static constexpr std::size_t kEnvelopeReserve = 256;
+
+  std::string envelope_;
 };
 
 // The envelope of a result as the host receives it: "error" is null when the result carries no

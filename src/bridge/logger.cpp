@@ -3,6 +3,7 @@
 #include "bridge/library_path.h"
 #include "quilby/logging.h"
 
+#include <charconv>
 #include <cstdio>
 
 #include <dlfcn.h>
@@ -30,18 +31,26 @@ void LoggerBase::log(MireltoLevel level, const std::string& text) {
 
 void LoggerBase::logResult(const std::string& method, const std::string& uri,
                            const BridgeResult& result) {
+  if (!logger_) return;
   const int status = static_cast<int>(result.code);
-  std::string line = "statusCode:" + std::to_string(status) + "\tmethod:" + method + "\turi:" + uri;
+  const BridgeError& error = result.error;
+  // The whole line in one buffer, sized for it up front.
+  std::string line;
+  line.reserve(64 + method.size() + uri.size() + error.name.size() + error.message.size());
+  char number[16];
+  const auto end = std::to_chars(number, number + sizeof number, status).ptr;
+  line.append("statusCode:").append(number, end);
+  line.append("\tmethod:").append(method).append("\turi:").append(uri);
   if (status >= 200 && status <= 299) {
-    log(kLogSuccess, line + "\tmsg:Success");
+    line.append("\tmsg:Success");
+    log(kLogSuccess, line);
     return;
   }
-  line += "\terr:" + result.error.name + "\tmsg:" + result.error.message;
-  const cairnjson::Value& extra = result.error.value;
-  if (extra.isObject() && extra.contains("code")) {
+  line.append("\terr:").append(error.name).append("\tmsg:").append(error.message);
+  if (error.value.isObject() && error.value.contains("code")) {
     char code[16];
-    std::snprintf(code, sizeof code, "%08x", extra["code"].toUInt(0));
-    line += std::string("\tcode:0x") + code;
+    std::snprintf(code, sizeof code, "%08x", error.value["code"].toUInt(0));
+    line.append("\tcode:0x").append(code);
   }
   log(kLogFailure, line);
 }

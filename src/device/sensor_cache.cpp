@@ -48,7 +48,7 @@ MDHandle SensorCache::handle(const std::string& id) const {
   return found == entries_.end() ? nullptr : found->second.handle;
 }
 
-SensorInUse SensorCache::use(const std::string& id) {
+SensorInUse SensorCache::use(std::string_view id) {
   const MutexLock<RecursiveMutex> lock(mutex_);
   const auto found = entries_.find(id);
   if (found == entries_.end() || !found->second.handle) return SensorInUse();

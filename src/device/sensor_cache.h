@@ -7,7 +7,9 @@
 
 #include <condition_variable>
 #include <map>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vesk::device {
@@ -65,7 +67,8 @@ class SensorInUse {
 // meanwhile. A request never takes the mutex while it uses a sensor, so the wait always ends.
 class SensorCache {
  public:
-  using Entries = std::map<std::string, SensorHandle>;
+  // Ordered by byte-wise comparison of the identifiers; found by any string-like key.
+  using Entries = std::map<std::string, SensorHandle, std::less<>>;
 
   // The one cache, made empty on first use; its destructor (at process exit) closes every sensor.
   static SensorCache& Instance();
@@ -84,7 +87,7 @@ class SensorCache {
 
   // The handle registered under `id`, in use by the caller until the result is destroyed; holds
   // no handle when the identifier is unknown or its sensor is closed in place. Locks.
-  SensorInUse use(const std::string& id);
+  SensorInUse use(std::string_view id);
 
   // The first identifier (in byte order) holding `handle`, or "". Locks.
   [[nodiscard]] std::string idForHandle(MDHandle handle) const;

@@ -8,6 +8,7 @@
 #define CAIRNJSON_CAIRNJSON_H
 
 #include "json/double.h"
+#include "json/member.h"
 #include "json/parse_handler.h"
 #include "json/parser.h"
 #include "json/serializer.h"

@@ -121,7 +121,11 @@ class ParseEngine {
 
   ParseEngine(std::string& error, AbstractParseHandler* handler, Iterator& it,
               const ParseOption& option)
-      : error_(error), handler_(handler), it_(it), option_(option) {}
+      : error_(error),
+        handler_(handler),
+        depthAware_(dynamic_cast<DepthAwareParseHandler*>(handler)),
+        it_(it),
+        option_(option) {}
 
   [[nodiscard]] bool run(Value* out, ParseStart start) {
     out_ = handler_ ? nullptr : out;
@@ -158,6 +162,12 @@ class ParseEngine {
     error_ = message;
     return false;
   }
+  // The handler, told the depth of the event about to be sent when it wants to know.
+  AbstractParseHandler& events() {
+    if (depthAware_) depthAware_->depth_ = frames_.size();
+    return *handler_;
+  }
+
   [[nodiscard]] bool allowsTrailingComma() const { return option_.has(ParseOption::kAllowTrailingComma); }
 
   [[nodiscard]] bool beginValue() {
@@ -168,7 +178,7 @@ class ParseEngine {
       case '"': {
         std::string text;
         if (!readString(text)) return false;
-        if (handler_) return handler_->onString(text) ? valueStored() : fail(parse_error::kCanceled);
+        if (handler_) return events().onString(text) ? valueStored() : fail(parse_error::kCanceled);
         return store(Value::makeString(std::move(text)));
       }
       case '{': return openContainer(true);
@@ -193,14 +203,14 @@ class ParseEngine {
   }
 
   [[nodiscard]] bool storeBool(bool value) {
-    if (handler_) return handler_->onBool(value) ? valueStored() : fail(parse_error::kCanceled);
+    if (handler_) return events().onBool(value) ? valueStored() : fail(parse_error::kCanceled);
     Value stored;
     stored.setBool(value);
     return store(std::move(stored));
   }
 
   [[nodiscard]] bool storeNull() {
-    if (handler_) return handler_->onNull() ? valueStored() : fail(parse_error::kCanceled);
+    if (handler_) return events().onNull() ? valueStored() : fail(parse_error::kCanceled);
     return store(Value());
   }
 
@@ -241,7 +251,7 @@ class ParseEngine {
 
   // The position stays on the bracket; the first step moves past it.
   [[nodiscard]] bool openContainer(bool object) {
-    if (handler_ && !(object ? handler_->onStartObject() : handler_->onStartArray())) {
+    if (handler_ && !(object ? events().onStartObject() : events().onStartArray())) {
       return fail(parse_error::kCanceled);
     }
     frames_.push_back(Frame{object, false, false, values_.size(), keys_.size(), 0});
@@ -254,7 +264,7 @@ class ParseEngine {
     const Frame frame = frames_.back();
     frames_.pop_back();
     if (handler_) {
-      if (sendEndEvent && !(frame.object ? handler_->onEndObject() : handler_->onEndArray())) {
+      if (sendEndEvent && !(frame.object ? events().onEndObject() : events().onEndArray())) {
         return fail(parse_error::kCanceled);
       }
       return valueStored();
@@ -356,7 +366,7 @@ class ParseEngine {
     }
     std::string key;
     if (!readString(key)) return false;
-    if (handler_ && !handler_->onKey(key)) return fail(parse_error::kCanceled);
+    if (handler_ && !events().onKey(key)) return fail(parse_error::kCanceled);
     skipWhite();
     if (atEnd() || peek() != ':') return fail(parse_error::kUnexpectedStringInObject);
     advance();
@@ -447,7 +457,7 @@ class ParseEngine {
     }
     if (!fraction && !overflow && (!exponent || zeroExponent)) {
       const auto integer = static_cast<std::int64_t>(negative ? 0 - accumulator : accumulator);
-      if (handler_) return handler_->onInteger(integer) ? valueStored() : fail(parse_error::kCanceled);
+      if (handler_) return events().onInteger(integer) ? valueStored() : fail(parse_error::kCanceled);
       Value stored;
       stored.setInteger(integer);
       return store(std::move(stored));
@@ -462,7 +472,7 @@ class ParseEngine {
       converted = convertDoubleText(text, exponent && zeroExponent, number);
     }
     if (!converted) return fail(parse_error::kFloatingPoint);
-    if (handler_) return handler_->onDouble(number) ? valueStored() : fail(parse_error::kCanceled);
+    if (handler_) return events().onDouble(number) ? valueStored() : fail(parse_error::kCanceled);
     Value stored;
     stored.setDouble(number);
     return store(std::move(stored));
@@ -576,6 +586,7 @@ class ParseEngine {
 
   std::string& error_;
   AbstractParseHandler* handler_;
+  DepthAwareParseHandler* depthAware_;
   Iterator& it_;
   const ParseOption& option_;
   Value* out_ = nullptr;

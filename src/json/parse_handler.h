@@ -2,10 +2,16 @@
 #ifndef CAIRNJSON_PARSE_HANDLER_H
 #define CAIRNJSON_PARSE_HANDLER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace cairnjson {
+
+namespace detail {
+template <class It>
+class ParseEngine;
+}  // namespace detail
 
 // Flags that relax the parser; all off by default, which is how the program always parses.
 struct ParseOption {
@@ -40,6 +46,20 @@ class AbstractParseHandler {
   [[nodiscard]] virtual bool onStartObject() = 0;
   [[nodiscard]] virtual bool onKey(const std::string& key) = 0;
   [[nodiscard]] virtual bool onEndObject() = 0;
+};
+
+// A handler that also knows how deep each event lies: depth() is the number of objects and arrays
+// open around it when an event arrives (0 for the outermost value and for the start of an
+// outermost object or array, 1 for the keys and values of its members, ...). Unlike the end
+// events, the depth is exact after empty and cut-short containers too.
+class DepthAwareParseHandler : public AbstractParseHandler {
+ public:
+  [[nodiscard]] std::size_t depth() const noexcept { return depth_; }
+
+ private:
+  template <class It>
+  friend class detail::ParseEngine;
+  std::size_t depth_ = 0;
 };
 
 }  // namespace cairnjson

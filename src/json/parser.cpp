@@ -172,4 +172,9 @@ bool Parser::parse(const std::string& text, AbstractParseHandler& handler,
   return parseText(text.data(), text.data() + text.size(), nullptr, &handler, option);
 }
 
+bool Parser::parse(const char* begin, const char* end, AbstractParseHandler& handler,
+                   const ParseOption& option) {
+  return parseText(begin, end, nullptr, &handler, option);
+}
+
 }  // namespace cairnjson

@@ -45,7 +45,9 @@ class Parser {
   [[nodiscard]] bool parse(const char* begin, const char* end, Value& out, const ParseOption& option = {});
   // The same, sending events to `handler` instead of building a value.
   [[nodiscard]] bool parse(const std::string& text, AbstractParseHandler& handler,
-             const ParseOption& option = {});
+                           const ParseOption& option = {});
+  [[nodiscard]] bool parse(const char* begin, const char* end, AbstractParseHandler& handler,
+                           const ParseOption& option = {});
 
   // The reason of the last failure; empty after a success.
   [[nodiscard]] const std::string& error() const noexcept { return error_; }

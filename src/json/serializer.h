@@ -284,11 +284,42 @@ void Serializer::indent(OutIt& out, const Attributes& attributes, const int& lev
   writeIndent(sink, attributes, level);
 }
 
+namespace detail {
+
+// The containers open while serializing. The first few are kept in place and only deeper
+// documents use the heap, so that a small answer is written without allocating.
+template <class Item, std::size_t kInPlace>
+class SerializeStack {
+ public:
+  [[nodiscard]] bool empty() const { return size_ == 0; }
+  Item& back() { return size_ <= kInPlace ? inPlace_[size_ - 1] : deeper_.back(); }
+  void push_back(const Item& item) {
+    if (size_ < kInPlace) {
+      inPlace_[size_] = item;
+    } else {
+      deeper_.push_back(item);
+    }
+    ++size_;
+  }
+  void pop_back() {
+    if (size_ > kInPlace) deeper_.pop_back();
+    --size_;
+  }
+
+ private:
+  std::size_t size_ = 0;
+  Item inPlace_[kInPlace];
+  std::vector<Item> deeper_;
+};
+
+}  // namespace detail
+
 template <class OutIt>
 bool Serializer::serialize(OutIt& out, const Value& value, const Attributes& attributes,
                            const int& level, std::string* error) {
   detail::TextSink<OutIt> sink(out);
-  // One open array or object: the items still to write and the level of its members.
+  // One open array or object: the items still to write and the level of its members. Every
+  // field is set when it is pushed, so the unused places of the stack stay uninitialised.
   struct Open {
     bool object;
     bool first;
@@ -298,7 +329,7 @@ bool Serializer::serialize(OutIt& out, const Value& value, const Attributes& att
     Value::Members::const_iterator member;
     Value::Members::const_iterator membersEnd;
   };
-  std::vector<Open> open;
+  detail::SerializeStack<Open, 16> open;
   const bool pretty = attributes.pretty;
   const detail::DecimalPoint decimalPoint = detail::localeDecimalPoint();
 

@@ -204,7 +204,7 @@ BridgeResult SensorCorrelation::Get(const BridgeData& data) {
 
 BridgeResult SensorCorrelation::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), kCorrelationWord);
-  const cairnjson::Value& body = data.data;
+  const cairnjson::Value& body = data.data();
   BridgeCheckRequestCondition(body["id"].isNumber(), "data must have id.");
   const std::uint64_t id = CorrelationIdFromJson(body["id"]);
 
@@ -258,7 +258,7 @@ BridgeResult SensorCorrelationDescription::Get(const BridgeData& data) {
 BridgeResult SensorCorrelationDescription::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), kDescriptionWord);
   void* hid = descriptionMonitor(handle);
-  writeDescription(hid, data.data);
+  writeDescription(hid, data.data());
   return BridgeResultOK();
 }
 
@@ -292,7 +292,7 @@ BridgeResult SensorCorrelationData::Get(const BridgeData& data) {
 
 BridgeResult SensorCorrelationData::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), kDataWord);
-  const cairnjson::Value& body = data.data;
+  const cairnjson::Value& body = data.data();
   checkRecordsBody(body);
   void* hid = BuiltInSensorHIDHandle(handle);
   ApplyBuiltinSensorDataIndex(hid, nullptr, false);

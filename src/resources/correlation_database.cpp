@@ -124,7 +124,7 @@ cairnjson::Value sensorRecord(void* hid, RecordKind kind) {
 
 // The id of the "id" query: a JSON number or the text of an integer.
 std::int64_t queryId(const BridgeData& data) {
-  const cairnjson::Value& id = data.query["id"];
+  const cairnjson::Value& id = data.query()["id"];
   const long long low = id.toLLong(LLONG_MIN);
   BridgeCheckRequestCondition((id.isNumber() || id.isString()) && low == id.toLLong(LLONG_MAX),
                               "id must be number.");
@@ -206,7 +206,7 @@ BridgeResult SensorCorrelationDatabase::Get(const BridgeData& data) {
 
 BridgeResult SensorCorrelationDatabase::Post(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), kDatabaseWord);
-  const cairnjson::Value& body = data.data;
+  const cairnjson::Value& body = data.data();
   const ReferenceSensor reference = referenceSensorFromBody(body);
   const RecordKind kind =
       body["kind"].toString(std::string()) == "IFSv3" ? RecordKind::IFSv3 : RecordKind::CSSG2;
@@ -285,7 +285,7 @@ BridgeResult SensorCorrelationMatrixDatabase::Get(const BridgeData& data) {
 
 BridgeResult SensorCorrelationMatrixDatabase::Post(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), kMatrixDatabaseWord);
-  const ReferenceSensor reference = referenceSensorFromBody(data.data);
+  const ReferenceSensor reference = referenceSensorFromBody(data.data());
   const Monitor monitor = monitorOf(handle);
   const std::uint16_t revision = panelRevision(monitor);
   const std::vector<double> matrix = sensorMatrix(monitor.hid);

@@ -122,8 +122,8 @@ BridgeResult SensorCorrelationMatrix::Get(const BridgeData& data) {
 
 BridgeResult SensorCorrelationMatrix::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), kMatrixWord);
-  BridgeCheckRequestCondition(data.data.isNumber(), "data must be number.");
-  const std::uint64_t id = CorrelationIdFromJson(data.data);
+  BridgeCheckRequestCondition(data.data().isNumber(), "data must be number.");
+  const std::uint64_t id = CorrelationIdFromJson(data.data());
   const libmeasurementdeviceLoader& library = libmeasurementdeviceLoader::loader();
   BridgeCheckEmError(library.call(QUILBY_DEVICE_FUNCTION(MDApplyCorrelationMatrix), handle, id),
                      "Apply correlation matrix.");
@@ -160,7 +160,7 @@ BridgeResult SensorCorrelationMatrixData::Get(const BridgeData& data) {
 BridgeResult SensorCorrelationMatrixData::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "CorrelationMatrix/Data");
   void* hid = matrixDataMonitor(handle);
-  writeSensorMatrix(hid, data.data["matrix"]);
+  writeSensorMatrix(hid, data.data()["matrix"]);
   return BridgeResultOK();
 }
 

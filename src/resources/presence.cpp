@@ -25,9 +25,9 @@ BridgeResult SensorAmbraSense::Get(const BridgeData& data) {
 BridgeResult SensorAmbraSense::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "AmbraSense");
   void* hid = BuiltInSensorHIDHandle(handle);
-  BridgeCheckRequestCondition(data.data.isNumber() || data.data.isBool(),
+  BridgeCheckRequestCondition(data.data().isNumber() || data.data().isBool(),
                               "data must be number or boolean.");
-  const std::uint8_t onOff = data.data.toDouble(0.0) != 0.0 ? 1 : 0;
+  const std::uint8_t onOff = data.data().toDouble(0.0) != 0.0 ? 1 : 0;
   MonitorLock section(hid);
   section.lock();
   BridgeCheckEmError(libmSensorLoader::loader().call(
@@ -51,8 +51,8 @@ BridgeResult SensorAmbraSenseLevel::Get(const BridgeData& data) {
 BridgeResult SensorAmbraSenseLevel::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "AmbraSense/Level");
   void* hid = BuiltInSensorHIDHandle(handle);
-  BridgeCheckRequestCondition(data.data.isNumber(), "data must be number.");
-  const auto mode = static_cast<std::uint32_t>(data.data.toLLong(0));
+  BridgeCheckRequestCondition(data.data().isNumber(), "data must be number.");
+  const auto mode = static_cast<std::uint32_t>(data.data().toLLong(0));
   MonitorLock section(hid);
   section.lock();
   BridgeCheckEmError(

@@ -7,6 +7,7 @@
 #include "quilby/device_types.h"
 
 #include <string>
+#include <string_view>
 
 namespace vesk::bridge {
 
@@ -20,7 +21,7 @@ namespace vesk::bridge {
 //
 //   const device::SensorInUse handle = GetMDHandle(data, &uri(), "Mode");
 [[nodiscard]] device::SensorInUse GetMDHandle(const BridgeData& data, std::string* uri,
-                                              const std::string& word);
+                                              std::string_view word);
 
 // The HID handle of the monitor a built-in sensor belongs to. A sensor without one fails with
 // the library-status error of 0x80000000 ("Failed.") under "Get HID handle.".
@@ -28,10 +29,10 @@ namespace vesk::bridge {
 
 // The text of parameter `key` (the value's text form; "" when the parameters are not an object
 // or lack the key).
-[[nodiscard]] std::string ParameterText(const BridgeData& data, const std::string& key);
+[[nodiscard]] std::string ParameterText(const BridgeData& data, std::string_view key);
 
 // Whether the query is an object holding `key`; the key's value is never read.
-[[nodiscard]] bool HasQueryKey(const BridgeData& data, const std::string& key);
+[[nodiscard]] bool HasQueryKey(const BridgeData& data, std::string_view key);
 
 }  // namespace vesk::bridge
 

@@ -37,8 +37,8 @@ BridgeResult getSwitch(const Switch& setting, const BridgeData& data, MDHandle h
 }
 
 BridgeResult putSwitch(const Switch& setting, const BridgeData& data, MDHandle handle) {
-  BridgeCheckRequestCondition(data.data.isBool(), "data must be boolean.");
-  const std::uint32_t state = data.data.toInt(0) != 0 ? 1 : 0;
+  BridgeCheckRequestCondition(data.data().isBool(), "data must be boolean.");
+  const std::uint32_t state = data.data().toInt(0) != 0 ? 1 : 0;
   BridgeCheckEmError(libmeasurementdeviceLoader::loader().call(setting.set, handle, state),
                      setting.setText);
   return BridgeResultOK();
@@ -96,8 +96,8 @@ BridgeResult SensorParameterDescription::Get(const BridgeData& data) {
 
 BridgeResult SensorParameterDescription::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "ParameterDescription");
-  BridgeCheckRequestCondition(data.data.isString(), "data must be string.");
-  const std::string& description = data.data.stringRef();
+  BridgeCheckRequestCondition(data.data().isString(), "data must be string.");
+  const std::string& description = data.data().stringRef();
   BridgeCheckRequestCondition(description.size() < MD_PARAMETER_DESCRIPTION_SIZE,
                               "data must be 255 bytes or less.");
   BridgeCheckEmError(
@@ -110,7 +110,7 @@ BridgeResult SensorParameterDescription::Put(const BridgeData& data) {
 BridgeResult SensorCorrection::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "Correction");
   double matrix[9];
-  readSquareMatrix(data.data, matrix);
+  readSquareMatrix(data.data(), matrix);
   BridgeCheckEmError(MDSetCorrection(handle, matrix), "Set correction.");
   return BridgeResultOK();
 }
@@ -131,7 +131,7 @@ BridgeResult SensorExCorrection::Get(const BridgeData& data) {
 BridgeResult SensorExCorrection::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "ExCorrection");
   double matrix[9];
-  readSquareMatrix(data.data, matrix);
+  readSquareMatrix(data.data(), matrix);
   BridgeCheckEmError(MDSetExCorrection(handle, matrix), "Set extra correction.");
   return BridgeResultOK();
 }
@@ -167,7 +167,7 @@ BridgeResult SensorIFSBrightCorrectParamUpdate::Put(const BridgeData& data) {
 BridgeResult SensorDeviceOption::Get(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "DeviceOption");
   BridgeCheckRequestCondition(HasQueryKey(data, "option"), "requires 'option' query.");
-  const long long option = optionNumber(data.query["option"]);
+  const long long option = optionNumber(data.query()["option"]);
   BridgeCheckRequestCondition(option >= 0, "option must be number.");
   std::int32_t value = 0;
   BridgeCheckEmError(
@@ -179,10 +179,10 @@ BridgeResult SensorDeviceOption::Get(const BridgeData& data) {
 
 BridgeResult SensorDeviceOption::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "DeviceOption");
-  const long long option = optionNumber(data.data["option"]);
-  BridgeCheckRequestCondition(data.data["option"].isNumber() && option >= 0,
+  const long long option = optionNumber(data.data()["option"]);
+  BridgeCheckRequestCondition(data.data()["option"].isNumber() && option >= 0,
                               "data requires 'option'.");
-  const cairnjson::Value& value = data.data["value"];
+  const cairnjson::Value& value = data.data()["value"];
   BridgeCheckRequestCondition(value.isNumber() && value.toLLong(LLONG_MIN) >= INT32_MIN &&
                                   value.toLLong(LLONG_MAX) <= INT32_MAX,
                               "data requires 'value'.");

@@ -23,7 +23,7 @@ cairnjson::Value text(const char* libraryText) {
 
 // A body member required to be a JSON number; strings that read as numbers are refused too.
 long long requiredNumber(const BridgeData& data, const char* key, const std::string& message) {
-  const cairnjson::Value& member = data.data[key];
+  const cairnjson::Value& member = data.data()[key];
   BridgeCheckRequestCondition(member.isNumber(), message);
   return member.toLLong(0);
 }
@@ -123,8 +123,8 @@ BridgeResult SensorArm::Get(const BridgeData& data) {
 
 BridgeResult SensorArm::Put(const BridgeData& data) {
   const device::SensorInUse handle = GetMDHandle(data, &uri(), "Arm");
-  BridgeCheckRequestCondition(data.data.isBool(), "data must be boolean.");
-  if (data.data.toLLong(0) != 0) {
+  BridgeCheckRequestCondition(data.data().isBool(), "data must be boolean.");
+  if (data.data().toLLong(0) != 0) {
     BridgeCheckEmError(MDTakeOutArm(handle), "Open sensor arm.");
   } else {
     BridgeCheckEmError(MDTakeInArm(handle), "Close sensor arm.");

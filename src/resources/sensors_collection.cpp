@@ -90,13 +90,13 @@ BridgeResult Sensors::Get(const BridgeData& data) {
 
 BridgeResult Sensors::Put(const BridgeData& data) {
   uri() += "Sensors";
-  if (data.data.contains("libraryPath")) {
-    const std::string directory = data.data["libraryPath"].toString(std::string());
+  if (data.data().contains("libraryPath")) {
+    const std::string directory = data.data()["libraryPath"].toString(std::string());
     BridgeCheckEmError(MDInitDeviceLibrariesDirectoryPath(directory.c_str()),
                        "Init device libraries directory path.");
   }
-  if (data.data.contains("serialMappings")) {
-    device::SerialUSBConnection::Instance().setDeviceIDMappings(data.data["serialMappings"]);
+  if (data.data().contains("serialMappings")) {
+    device::SerialUSBConnection::Instance().setDeviceIDMappings(data.data()["serialMappings"]);
   }
   return BridgeResultOK();
 }
@@ -112,7 +112,7 @@ BridgeResult Sensors::Delete(const BridgeData&) {
 BridgeResult SensorsName::Get(const BridgeData& data) {
   uri() += "Sensors/Name";
   if (HasQueryKey(data, "deviceIDs")) {
-    return BridgeResultOK(namesOfDeviceIDs(data.query["deviceIDs"].toString(std::string())));
+    return BridgeResultOK(namesOfDeviceIDs(data.query()["deviceIDs"].toString(std::string())));
   }
   cairnjson::Value names(cairnjson::Type::Array);
   device::SensorCache& cache = device::SensorCache::Instance();

@@ -29,10 +29,10 @@ class EchoResource : public vesk::Bridge {
   static BridgeResult echo(const char* method, const BridgeData& data) {
     Value value;
     value["handler"] = method;
-    value["request"] = data.request;
-    value["parameters"] = data.parameters;
-    value["query"] = data.query;
-    value["data"] = data.data;
+    value["request"] = data.request();
+    value["parameters"] = data.parameters();
+    value["query"] = data.query();
+    value["data"] = data.data();
     return BridgeResultOK(value);
   }
 };
