@@ -24,13 +24,16 @@ HostResponse refusal(const std::string& message) {
   return response;
 }
 
-// Reads [X, Y, Z]: three finite numbers, each 0 or more, or with `positive` each above 0.
+// Reads [X, Y, Z], or {"X", "Y", "Z"} as the sensor answers it: three finite numbers, each 0 or
+// more, or with `positive` each above 0.
 bool readXyz(const Value& value, bool positive, Xyz& xyz) {
-  if (!value.isArray() || value.size() != 3) return false;
+  const bool asObject = value.isObject() && value.size() == 3;
+  if (!asObject && !(value.isArray() && value.size() == 3)) return false;
   double components[3];
   for (unsigned long i = 0; i < 3; ++i) {
-    if (!value[i].isNumber()) return false;
-    components[i] = value[i].toDouble(-1);
+    const Value& component = asObject ? value[std::string(1, "XYZ"[i])] : value[i];
+    if (!component.isNumber()) return false;
+    components[i] = component.toDouble(-1);
     if (!std::isfinite(components[i]) || components[i] < 0 || (positive && components[i] == 0)) {
       return false;
     }

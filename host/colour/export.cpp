@@ -233,6 +233,7 @@ std::optional<std::string> readingsCgats(const std::vector<ExportReading>& readi
   const std::size_t firstLineEnd = text.find('\n');
   if (firstLineEnd == std::string::npos) return std::nullopt;
   text.insert(firstLineEnd + 1, declarations);
+  if (text.back() != '\n') text += '\n';
   return text;
 }
 
