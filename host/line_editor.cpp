@@ -1,7 +1,6 @@
 #include "line_editor.h"
 
 #include <editline/readline.h>
-#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -27,7 +26,6 @@ std::string defaultHistoryFile() {
 
 LineEditor::LineEditor(std::string prompt, std::string historyFile)
     : prompt_(std::move(prompt)), historyFile_(std::move(historyFile)) {
-  if (pipe2(wakePipe_, O_CLOEXEC | O_NONBLOCK) != 0) wakePipe_[0] = wakePipe_[1] = -1;
   rl_readline_name = "quilby-host";
   rl_instream = stdin;
   rl_outstream = stderr;
@@ -38,15 +36,6 @@ LineEditor::LineEditor(std::string prompt, std::string historyFile)
 
 LineEditor::~LineEditor() {
   if (!historyFile_.empty()) write_history(historyFile_.c_str());
-  for (const int end : wakePipe_) {
-    if (end >= 0) close(end);
-  }
-}
-
-void LineEditor::wake() {
-  if (wakePipe_[1] < 0) return;
-  const char byte = 1;
-  [[maybe_unused]] const ssize_t written = write(wakePipe_[1], &byte, 1);
 }
 
 void LineEditor::received(char* line) {
@@ -75,8 +64,8 @@ bool LineEditor::next(std::string& line) {
   rl_callback_handler_install(prompt_.c_str(), &LineEditor::received);
   bool woken = false;
   while (!done_ && !woken) {
-    pollfd watched[2] = {{STDIN_FILENO, POLLIN, 0}, {wakePipe_[0], POLLIN, 0}};
-    if (poll(watched, wakePipe_[0] >= 0 ? 2 : 1, -1) < 0) {
+    pollfd watched[2] = {{STDIN_FILENO, POLLIN, 0}, {wakePipe_.readEnd(), POLLIN, 0}};
+    if (poll(watched, wakePipe_.readEnd() >= 0 ? 2 : 1, -1) < 0) {
       if (errno == EINTR) continue;
       break;
     }

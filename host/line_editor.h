@@ -21,14 +21,12 @@ class LineEditor : public LineSource {
   LineEditor& operator=(const LineEditor&) = delete;
 
   bool next(std::string& line) override;
-  void wake() override;
 
  private:
   static void received(char* line);
 
   std::string prompt_;
   std::string historyFile_;
-  int wakePipe_[2] = {-1, -1};
   // What the callback of the readline interface hands over.
   bool done_ = false;
   bool ended_ = false;

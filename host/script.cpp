@@ -189,20 +189,20 @@ bool selectFromAnswer(const std::string& envelope, const std::string& selector,
   return true;
 }
 
-LineReader::LineReader(int fd) : fd_(fd) {
-  if (pipe2(wakePipe_, O_CLOEXEC | O_NONBLOCK) != 0) wakePipe_[0] = wakePipe_[1] = -1;
+WakePipe::WakePipe() {
+  if (pipe2(ends_, O_CLOEXEC | O_NONBLOCK) != 0) ends_[0] = ends_[1] = -1;
 }
 
-LineReader::~LineReader() {
-  for (const int end : wakePipe_) {
+WakePipe::~WakePipe() {
+  for (const int end : ends_) {
     if (end >= 0) close(end);
   }
 }
 
-void LineReader::wake() {
-  if (wakePipe_[1] < 0) return;
+void WakePipe::wake() {
+  if (ends_[1] < 0) return;
   const char byte = 1;
-  [[maybe_unused]] const ssize_t written = write(wakePipe_[1], &byte, 1);
+  [[maybe_unused]] const ssize_t written = write(ends_[1], &byte, 1);
 }
 
 bool LineReader::next(std::string& line) {
@@ -219,8 +219,8 @@ bool LineReader::next(std::string& line) {
       buffer_.clear();
       return true;
     }
-    pollfd watched[2] = {{fd_, POLLIN, 0}, {wakePipe_[0], POLLIN, 0}};
-    if (poll(watched, wakePipe_[0] >= 0 ? 2 : 1, -1) < 0) {
+    pollfd watched[2] = {{fd_, POLLIN, 0}, {wakePipe_.readEnd(), POLLIN, 0}};
+    if (poll(watched, wakePipe_.readEnd() >= 0 ? 2 : 1, -1) < 0) {
       if (errno == EINTR) continue;
       return false;
     }

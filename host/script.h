@@ -62,6 +62,23 @@ bool substituteVariables(std::string_view text, const ScriptVariables& variables
 bool selectFromAnswer(const std::string& envelope, const std::string& selector,
                       std::string& text, std::string& error);
 
+// A pipe through which any thread, or a signal handler, ends a poll() that waits on readEnd().
+class WakePipe {
+ public:
+  WakePipe();
+  ~WakePipe();
+  WakePipe(const WakePipe&) = delete;
+  WakePipe& operator=(const WakePipe&) = delete;
+
+  // Only writes to the pipe, so it is safe in a signal handler.
+  void wake();
+  // -1 when no pipe could be made; nothing wakes a poll() then.
+  int readEnd() const { return ends_[0]; }
+
+ private:
+  int ends_[2] = {-1, -1};
+};
+
 // Where lines come from.
 class LineSource {
  public:
@@ -70,24 +87,22 @@ class LineSource {
   // after wake().
   virtual bool next(std::string& line) = 0;
   // Ends a next() that waits, from any thread (and from a signal handler).
-  virtual void wake() = 0;
+  void wake() { wakePipe_.wake(); }
+
+ protected:
+  WakePipe wakePipe_;
 };
 
 // Lines from a file descriptor that a signal can interrupt: next() waits on the descriptor and on
-// a wake-up pipe, so another thread can end a blocked read with wake().
+// the wake-up pipe, so another thread can end a blocked read with wake().
 class LineReader : public LineSource {
  public:
-  explicit LineReader(int fd);
-  ~LineReader() override;
-  LineReader(const LineReader&) = delete;
-  LineReader& operator=(const LineReader&) = delete;
+  explicit LineReader(int fd) : fd_(fd) {}
 
   bool next(std::string& line) override;
-  void wake() override;
 
  private:
   int fd_;
-  int wakePipe_[2] = {-1, -1};
   std::string buffer_;
   bool ended_ = false;
 };

@@ -73,6 +73,22 @@ TEST_F(ColourRoutesTest, DeriveLeavesOutWhatNeedsAWhiteOrAReference) {
   EXPECT_GT(referenced["deltaUV"].toDouble(0), 0);
 }
 
+// Readings as the sensor answers them, {"X", "Y", "Z"}, derive as the arrays do.
+TEST_F(ColourRoutesTest, TakesReadingsAsTheSensorAnswersThem) {
+  const HostResponse arrays = post("/colour/derive",
+      R"({"readings": [[41.2, 21.3, 1.9]], "white": [95, 100, 108], "reference": [95, 100, 108]})");
+  const HostResponse objects = post("/colour/derive",
+      R"({"readings": [{"Z": 1.9, "X": 41.2, "Y": 21.3}], "white": {"X": 95, "Y": 100, "Z": 108},
+          "reference": {"X": 95, "Y": 100, "Z": 108}})");
+  ASSERT_EQ(objects.status, 200) << objects.body;
+  EXPECT_EQ(objects.body, arrays.body);
+  for (const char* reading : {R"({"X": 1, "Y": 2})", R"({"X": 1, "Y": 2, "Q": 3})",
+                              R"({"X": 1, "Y": 2, "Z": 3, "W": 4})", R"({"X": 1, "Y": -2, "Z": 3})"}) {
+    EXPECT_EQ(post("/colour/derive", std::string(R"({"readings": [)") + reading + "]}").status, 400)
+        << reading;
+  }
+}
+
 TEST_F(ColourRoutesTest, RefusesMalformedBodiesNamingTheProblem) {
   std::string many = "{\"readings\": [[1, 1, 1]";
   for (int i = 0; i < 10000; ++i) many += ", [1, 1, 1]";
