@@ -11,6 +11,7 @@
 #include "script.h"
 #include "simulator.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
@@ -93,10 +94,16 @@ int serve(Frontend& frontend, const HostOptions& options, SignalWatcher& watcher
   return served ? 0 : 1;
 }
 
+// A person types the shell's lines: its input is a terminal, and so is standard error, where the
+// line editor shows the prompt and the line being edited.
+bool typedAtATerminal(const HostOptions& options) {
+  return options.mode == Mode::Shell && isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0;
+}
+
 // run and shell. `fd` is the request file of run, already opened.
 int runLines(Frontend& frontend, const HostOptions& options, SignalWatcher& watcher, int fd) {
   const bool fromFile = options.mode == Mode::Run;
-  const bool interactive = !fromFile && isatty(STDIN_FILENO) != 0;
+  const bool interactive = typedAtATerminal(options);
   ScriptSettings settings;
   settings.echo = fromFile && !options.quiet;
   settings.shellCommands = !fromFile;
@@ -165,8 +172,7 @@ int main(int argc, char** argv) {
   if (!options.world.empty()) setenv("QUILBY_SIM_WORLD", options.world.c_str(), 1);
   // The plug-in's request log would drown what quiet runs, measure and a person at the shell's
   // prompt see, unless it is sent to a file of its own.
-  const bool interactive = options.mode == Mode::Shell && isatty(STDIN_FILENO) != 0;
-  if ((options.quiet || options.mode == Mode::Measure || interactive) &&
+  if ((options.quiet || options.mode == Mode::Measure || typedAtATerminal(options)) &&
       !std::getenv("QUILBY_LOG")) {
     setenv("QUILBY_LOG", "/dev/null", 1);
   }
@@ -184,6 +190,11 @@ int main(int argc, char** argv) {
   }
   hostThread.run([&] { host.setUp(); });
   std::unique_ptr<Simulator> simulator = Simulator::attach();
+  // The simulated world is a singleton of libquilbysim.so that lives as long as the library is
+  // mapped. Keeping it mapped until the process ends (this handle is never closed) lets the
+  // world outlive the unloading of the plug-in at exit instead of vanishing under its heap
+  // memory, which leak checkers would otherwise report.
+  if (simulator) dlopen("libquilbysim.so", RTLD_LAZY | RTLD_NOLOAD);
   if (!options.quiet) {
     std::fprintf(stderr, "quilby-host: %s loaded, Setup called; %s\n", plugin.c_str(),
                  !simulator             ? "no simulator (real device libraries)"
