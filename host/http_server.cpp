@@ -203,6 +203,7 @@ struct Exchange {
   std::size_t bodyLimit = 0;
   std::string body;
   HostResponse response;
+  // Counted in State::answering.
   bool countedAnswer = false;
 };
 
@@ -280,6 +281,11 @@ struct HttpServer::State {
       tracked->deadline = Clock::now() + options.limits.requestDeadline;
     }
   }
+  void countAnswer(Exchange& exchange) {
+    if (exchange.countedAnswer) return;
+    exchange.countedAnswer = true;
+    ++answering;
+  }
   static void disarmDeadline(MHD_Connection* connection) {
     if (Connection* tracked = connectionOf(connection)) tracked->deadline.reset();
   }
@@ -294,7 +300,7 @@ struct HttpServer::State {
   std::unordered_set<Connection*> connections;
   // Bytes of request bodies held, over every connection.
   std::size_t bodyBytesHeld = 0;
-  // Answers queued and not yet sent.
+  // Requests being worked on or answered, whose answers are not yet sent.
   int answering = 0;
   // Set once serve() winds down: requests that arrive whole after that are not started.
   bool closing = false;
@@ -461,6 +467,7 @@ MHD_Result HttpServer::State::dispatch(MHD_Connection* connection, Exchange& exc
   // The frontend waits for the host's thread, maybe through a long measurement; meanwhile this
   // thread goes on serving every other connection.
   exchange.phase = Exchange::Phase::Working;
+  countAnswer(exchange);
   ++working;
   MHD_suspend_connection(connection);
   try {
@@ -508,10 +515,7 @@ MHD_Result HttpServer::State::respond(MHD_Connection* connection, Exchange& exch
   const MHD_Result queued =
       MHD_queue_response(connection, static_cast<unsigned>(status), response);
   MHD_destroy_response(response);
-  if (queued == MHD_YES) {
-    exchange.countedAnswer = true;
-    ++answering;
-  }
+  if (queued == MHD_YES) countAnswer(exchange);
   log(exchange, status, answer.entryPoint);
   return queued;
 }
@@ -538,10 +542,7 @@ MHD_Result HttpServer::State::serveFile(MHD_Connection* connection, Exchange& ex
   }
   const MHD_Result queued = MHD_queue_response(connection, MHD_HTTP_OK, response);
   MHD_destroy_response(response);
-  if (queued == MHD_YES) {
-    exchange.countedAnswer = true;
-    ++answering;
-  }
+  if (queued == MHD_YES) countAnswer(exchange);
   log(exchange, MHD_HTTP_OK);
   return queued;
 }
@@ -745,6 +746,8 @@ bool HttpServer::serve() {
   state.daemon = nullptr;
   return served;
 }
+
+int HttpServer::requestsInProgress() const { return state_->working; }
 
 void HttpServer::stop() {
   stopRequested_ = true;

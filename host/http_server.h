@@ -78,6 +78,9 @@ class HttpServer {
   // serve() has not started yet; from any thread.
   void stop();
 
+  // The requests the host is working on now (taken whole, not yet answered); from any thread.
+  int requestsInProgress() const;
+
  private:
   struct State;
 

@@ -26,10 +26,11 @@ namespace {
 using quilby_test::parsed;
 namespace fsys = std::filesystem;
 
-// A running quilby-host with its standard output on a pipe.
+// A running quilby-host with its standard output on a pipe and its standard error in `errors`.
 class Program {
  public:
-  Program(std::vector<std::string> arguments, const fsys::path& mark) {
+  Program(std::vector<std::string> arguments, const fsys::path& mark,
+          const fsys::path& errors = "/dev/null") {
     arguments.insert(arguments.begin(), QUILBY_HOST_PROGRAM);
     arguments.insert(arguments.end(), {"--exports", QUILBY_ECHO_EXPORTS_DIR, "--quiet"});
     std::vector<char*> argv;
@@ -47,7 +48,8 @@ class Program {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
     posix_spawn_file_actions_addclose(&actions, out[0]);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
     EXPECT_EQ(posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), envp.data()), 0);
     posix_spawn_file_actions_destroy(&actions);
     close(out[1]);
@@ -147,6 +149,28 @@ TEST_F(ProgramTest, ServeTearsDownOnEitherSignal) {
     EXPECT_EQ(program.wait(), 0) << strsignal(number);
     EXPECT_TRUE(tornDown()) << strsignal(number);
   }
+}
+
+// A second host on the same port would split the requests between two device worlds.
+TEST_F(ProgramTest, ASecondHostOnAPortInUseRefusesToStart) {
+  Program first({"--port", "0"}, mark_);
+  const std::string line = first.line();
+  const std::string prefix = "quilby-host: console at http://127.0.0.1:";
+  ASSERT_EQ(line.rfind(prefix, 0), 0u) << line;
+  const std::string port = std::to_string(std::stoi(line.substr(prefix.size())));
+
+  Program second({"--port", port}, mark_, scratch_ / "errors");
+  EXPECT_EQ(second.wait(), 1);
+  std::ifstream errors(scratch_ / "errors");
+  const std::string text((std::istreambuf_iterator<char>(errors)), {});
+  EXPECT_NE(text.find("port " + port + " is in use"), std::string::npos) << text;
+
+  httplib::Client client("127.0.0.1", std::stoi(port));
+  const httplib::Result stillServing = client.Get("/host/info");
+  ASSERT_TRUE(stillServing);
+  EXPECT_EQ(stillServing->status, 200);
+  first.signal(SIGTERM);
+  EXPECT_EQ(first.wait(), 0);
 }
 
 TEST_F(ProgramTest, RefusesABadCommandLine) {
