@@ -658,11 +658,15 @@ bool HttpServer::State::turn() {
 void HttpServer::State::log(const Exchange& exchange, int status,
                             const std::string& entryPoint) const {
   if (!options.accessLog) return;
+  // A target can be tens of kilobytes; the line stays readable.
+  constexpr std::size_t kShownTarget = 200;
+  const std::string target = exchange.target.size() <= kShownTarget
+                                 ? exchange.target
+                                 : exchange.target.substr(0, kShownTarget) + "...";
   // The method is unknown when the library refused the request before handing it on.
   std::fprintf(stderr, "quilby-host: %s %s -> %d%s%s\n",
-               exchange.method.empty() ? "-" : exchange.method.c_str(),
-               exchange.target.c_str(), status, entryPoint.empty() ? "" : " ",
-               entryPoint.c_str());
+               exchange.method.empty() ? "-" : exchange.method.c_str(), target.c_str(), status,
+               entryPoint.empty() ? "" : " ", entryPoint.c_str());
 }
 
 HttpServer::HttpServer(Frontend& frontend, ServerOptions options)
