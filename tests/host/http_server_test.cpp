@@ -202,12 +202,17 @@ class HttpServerTest : public testing::Test {
     started.get_future().wait();
     return busy;
   }
-  // Waits (at most 5 s) until the server has taken `count` requests to the host.
-  bool awaitRequestsInProgress(int count) const {
-    for (int tenth = 0; tenth < 50 && server_->requestsInProgress() != count; ++tenth) {
+  // Sends a plug-in request on `connection` and waits (at most 5 s) until the server has handed
+  // it to the host.
+  bool sendPlugInRequest(RawConnection& connection) const {
+    if (!connection.send("POST /bridge/Sensors HTTP/1.1\r\n" + hostHeader() +
+                         "Content-Length: 2\r\n\r\n{}")) {
+      return false;
+    }
+    for (int tenth = 0; tenth < 50 && server_->requestsInProgress() == 0; ++tenth) {
       std::this_thread::sleep_for(100ms);
     }
-    return server_->requestsInProgress() == count;
+    return server_->requestsInProgress() == 1;
   }
   std::string hostHeader() const { return "Host: 127.0.0.1:" + std::to_string(port()) + "\r\n"; }
 
@@ -409,9 +414,7 @@ TEST_F(HttpServerTest, ServesOthersWhileThePlugInIsBusy) {
   std::promise<void> release;
   std::thread busy = occupyHostThread(release);
   RawConnection waiting(port());
-  ASSERT_TRUE(waiting.send("POST /bridge/Sensors HTTP/1.1\r\n" + hostHeader() +
-                           "Content-Length: 2\r\n\r\n{}"));
-  EXPECT_TRUE(awaitRequestsInProgress(1));
+  EXPECT_TRUE(sendPlugInRequest(waiting));
 
   const httplib::Result console = client().Get("/");
   const httplib::Result info = client().Get("/host/info");
@@ -469,9 +472,7 @@ TEST_F(HttpServerTest, StopsOnceTheRequestsInProgressAreAnswered) {
   std::promise<void> release;
   std::thread busy = occupyHostThread(release);
   RawConnection waiting(port());
-  ASSERT_TRUE(waiting.send("POST /bridge/Sensors HTTP/1.1\r\n" + hostHeader() +
-                           "Content-Length: 2\r\n\r\n{}"));
-  ASSERT_TRUE(awaitRequestsInProgress(1));
+  ASSERT_TRUE(sendPlugInRequest(waiting));
   server_->stop();
   release.set_value();
   busy.join();
