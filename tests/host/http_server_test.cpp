@@ -449,23 +449,6 @@ TEST_F(HttpServerTest, BoundsTheBodiesHeldAtOnce) {
   EXPECT_EQ(statuses, (std::multiset<int>{200, 503}));
 }
 
-TEST_F(HttpServerTest, ListensOnItsPortAlone) {
-  startServer({});
-  Frontend frontend(*thread_, nullptr, "");
-  ServerOptions options;
-  options.port = port();
-  HttpServer second(frontend, options);
-  std::string error;
-  EXPECT_FALSE(second.bind(error));
-  EXPECT_NE(error.find("port " + std::to_string(port()) + " is in use"), std::string::npos)
-      << error;
-  ServerOptions anyPort;
-  anyPort.port = 0;
-  HttpServer third(frontend, anyPort);
-  ASSERT_TRUE(third.bind(error)) << error;
-  EXPECT_NE(third.port(), port());
-}
-
 // A stop lets the request the host works on be answered; a stop before serving ends it at once.
 TEST_F(HttpServerTest, StopsOnceTheRequestsInProgressAreAnswered) {
   startServer({});
