@@ -77,6 +77,29 @@ bool AccessPolicy::acceptsAuthority(std::string_view authority) const {
   return std::find(names_.begin(), names_.end(), name) != names_.end();
 }
 
+std::optional<Refusal> AccessPolicy::check(const std::vector<std::string>& hosts,
+                                           const std::vector<std::string>& origins) const {
+  if (hosts.size() > 1) {
+    return Refusal{400, "The request has " + std::to_string(hosts.size()) +
+                            " Host headers; one is needed."};
+  }
+  if (origins.size() > 1) {
+    return Refusal{400, "The request has " + std::to_string(origins.size()) +
+                            " Origin headers; at most one is accepted."};
+  }
+  // Browsers never send an empty Origin; "absent" would wave it through.
+  if (origins.size() == 1 && origins.front().empty()) {
+    return Refusal{400, "The request has an empty Origin header."};
+  }
+  const auto first = [](const std::vector<std::string>& values) {
+    return values.empty() ? std::nullopt : std::optional<std::string>(values.front());
+  };
+  if (std::optional<std::string> refused = refusal(first(hosts), first(origins))) {
+    return Refusal{403, std::move(*refused)};
+  }
+  return std::nullopt;
+}
+
 std::optional<std::string> AccessPolicy::refusal(const std::optional<std::string>& host,
                                                  const std::optional<std::string>& origin) const {
   if (!host) return "The request has no Host header.";

@@ -4,7 +4,9 @@
 // A web page of another site can make the browser send requests to 127.0.0.1 (a form, a fetch);
 // such a request carries that site's Origin and is refused. A site that rebinds its own DNS name
 // to 127.0.0.1 sends its own name in Host; that is refused too. Requests without Origin (curl,
-// scripts, navigations) are accepted when their Host is right.
+// scripts, navigations) are accepted when their Host is right. A request that names its Host or
+// Origin twice, or sends an empty Origin, is malformed and refused outright: which of two values
+// a proxy or the browser would have honoured is anybody's guess.
 #ifndef QUILBY_HOST_ACCESS_POLICY_H
 #define QUILBY_HOST_ACCESS_POLICY_H
 
@@ -21,6 +23,12 @@ bool isWildcardAddress(std::string_view address);
 // `name` as it stands in an authority: an IPv6 address in brackets, anything else as it is.
 std::string hostForm(const std::string& name);
 
+// Why a request is refused: the HTTP status (400 malformed, 403 not ours) and the sentence.
+struct Refusal {
+  int status = 403;
+  std::string message;
+};
+
 class AccessPolicy {
  public:
   // `bindAddress` is the address the server listens on and `port` its port. The names accepted in
@@ -28,8 +36,13 @@ class AccessPolicy {
   // ::), and `extraHosts` (host names or addresses, without port); always with `port`.
   AccessPolicy(const std::string& bindAddress, int port, std::vector<std::string> extraHosts);
 
-  // Nothing when the request may pass; otherwise the sentence to answer with 403. `host` is the
-  // Host header (nullopt when absent), `origin` the Origin header (nullopt when absent).
+  // Nothing when the request may pass. `hosts` and `origins` are the values of every Host and
+  // every Origin header the request carries.
+  std::optional<Refusal> check(const std::vector<std::string>& hosts,
+                               const std::vector<std::string>& origins) const;
+
+  // The check for a request with at most one of each: nothing when it may pass, otherwise the
+  // sentence to answer with 403. nullopt stands for an absent header.
   std::optional<std::string> refusal(const std::optional<std::string>& host,
                                      const std::optional<std::string>& origin) const;
 

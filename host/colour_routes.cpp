@@ -26,6 +26,8 @@ HostResponse refusal(const std::string& message) {
 
 // Reads [X, Y, Z], or {"X", "Y", "Z"} as the sensor answers it: three finite numbers, each 0 or
 // more, or with `positive` each above 0.
+// Readings may dip below zero near black (an instrument's noise); a white is a light, so each
+// of its components must be above zero.
 bool readXyz(const Value& value, bool positive, Xyz& xyz) {
   const bool asObject = value.isObject() && value.size() == 3;
   if (!asObject && !(value.isArray() && value.size() == 3)) return false;
@@ -34,9 +36,7 @@ bool readXyz(const Value& value, bool positive, Xyz& xyz) {
     const Value& component = asObject ? value[std::string(1, "XYZ"[i])] : value[i];
     if (!component.isNumber()) return false;
     components[i] = component.toDouble(-1);
-    if (!std::isfinite(components[i]) || components[i] < 0 || (positive && components[i] == 0)) {
-      return false;
-    }
+    if (!std::isfinite(components[i]) || (positive && components[i] <= 0)) return false;
   }
   xyz = {components[0], components[1], components[2]};
   return true;
@@ -141,7 +141,7 @@ bool readExportReading(const Value& value, const std::string& where,
     return false;
   }
   if (!readXyz(value["XYZ"], false, reading.xyz)) {
-    error = where + ".XYZ must be [X, Y, Z]: three finite numbers, none negative.";
+    error = where + ".XYZ must be [X, Y, Z]: three finite numbers.";
     return false;
   }
   const std::pair<const char*, std::string*> texts[] = {
@@ -187,7 +187,7 @@ HostResponse deriveReadings(const std::string& body) {
   if (!request["reference"].isNull()) {
     Xyz xyz;
     if (!readXyz(request["reference"], false, xyz)) {
-      return refusal("reference must be [X, Y, Z]: three finite numbers, none negative.");
+      return refusal("reference must be [X, Y, Z]: three finite numbers.");
     }
     reference = xyz;
   }
@@ -197,7 +197,7 @@ HostResponse deriveReadings(const std::string& body) {
     Xyz xyz;
     if (!readXyz(readings[i], false, xyz)) {
       return refusal("readings[" + std::to_string(i) +
-                     "] must be [X, Y, Z]: three finite numbers, none negative.");
+                     "] must be [X, Y, Z]: three finite numbers.");
     }
     derived += (i == 0 ? "" : ",") + derivedText(quilbycolour::derive(xyz, white, reference));
   }

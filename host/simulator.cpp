@@ -46,6 +46,7 @@ std::unique_ptr<Simulator> Simulator::attach() {
       bind(library, "QuilbySimFailNext", simulator->failNext_) &&
       bind(library, "QuilbySimClearFailures", simulator->clearFailures_) &&
       bind(library, "QuilbySimJournal", simulator->journal_) &&
+      bind(library, "QuilbySimJournalLast", simulator->journalLast_) &&
       bind(library, "QuilbySimClearJournal", simulator->clearJournal_) &&
       bind(library, "QuilbySimCriticalSections", simulator->criticalSections_) &&
       bind(library, "QuilbySimHoldMonitor", simulator->holdMonitor_) &&
@@ -73,6 +74,10 @@ bool Simulator::loadWorld(const std::string& world, std::string& error) const {
 std::string Simulator::lastError() const { return wholeText(lastError_); }
 std::string Simulator::world() const { return wholeText(world_); }
 std::string Simulator::journal() const { return wholeText(journal_); }
+std::string Simulator::journalLast(std::uint32_t count) const {
+  return wholeText(
+      [&](char* buffer, std::uint32_t size) { return journalLast_(count, buffer, size); });
+}
 std::string Simulator::criticalSections() const { return wholeText(criticalSections_); }
 
 void Simulator::failNext(const std::string& function, std::uint32_t count,

@@ -33,6 +33,8 @@ class Simulator {
   void failNext(const std::string& function, std::uint32_t count, std::uint32_t status) const;
   void clearFailures() const;
   std::string journal() const;
+  // The last `count` entries only, at their cost rather than the whole journal's.
+  std::string journalLast(std::uint32_t count) const;
   void clearJournal() const;
   std::string criticalSections() const;
   int holdMonitor(const std::string& serial, const std::string& product, bool held) const;
@@ -50,6 +52,7 @@ class Simulator {
   decltype(&QuilbySimFailNext) failNext_ = nullptr;
   decltype(&QuilbySimClearFailures) clearFailures_ = nullptr;
   decltype(&QuilbySimJournal) journal_ = nullptr;
+  decltype(&QuilbySimJournalLast) journalLast_ = nullptr;
   decltype(&QuilbySimClearJournal) clearJournal_ = nullptr;
   decltype(&QuilbySimCriticalSections) criticalSections_ = nullptr;
   decltype(&QuilbySimHoldMonitor) holdMonitor_ = nullptr;

@@ -117,6 +117,17 @@ QUILBY_SIM_EXPORT uint32_t QuilbySimJournal(char* buffer, uint32_t size) {
   }
 }
 
+QUILBY_SIM_EXPORT uint32_t QuilbySimJournalLast(uint32_t count, char* buffer, uint32_t size) {
+  try {
+    Simulator& simulator = Simulator::instance();
+    // Under the lock for the same reason as QuilbySimJournal.
+    std::lock_guard<std::mutex> lock(simulator.mutex());
+    return deliver(Serializer::compact(simulator.journal().lastToJson(count)), buffer, size);
+  } catch (...) {
+    return deliver("", buffer, size);
+  }
+}
+
 QUILBY_SIM_EXPORT void QuilbySimClearJournal(void) {
   try {
     Simulator& simulator = Simulator::instance();

@@ -2,6 +2,7 @@
 
 #include "src/handles.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <limits>
@@ -16,6 +17,13 @@ void Journal::append(cairnjson::Value entry) {
 
 cairnjson::Value Journal::toJson() const {
   cairnjson::Value::Elements elements(entries_.begin(), entries_.end());
+  return cairnjson::Value::makeArray(std::move(elements));
+}
+
+cairnjson::Value Journal::lastToJson(std::size_t count) const {
+  const std::size_t skipped = entries_.size() - std::min(count, entries_.size());
+  cairnjson::Value::Elements elements(entries_.begin() + static_cast<std::ptrdiff_t>(skipped),
+                                      entries_.end());
   return cairnjson::Value::makeArray(std::move(elements));
 }
 

@@ -27,6 +27,9 @@ class Journal {
   void append(cairnjson::Value entry);
   void clear() { entries_.clear(); }
   cairnjson::Value toJson() const;
+  // The last `count` entries (all when there are fewer), oldest first; costs what they cost,
+  // whatever the length of the journal.
+  cairnjson::Value lastToJson(std::size_t count) const;
 
  private:
   std::deque<cairnjson::Value> entries_;

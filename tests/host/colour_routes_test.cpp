@@ -83,10 +83,14 @@ TEST_F(ColourRoutesTest, TakesReadingsAsTheSensorAnswersThem) {
   ASSERT_EQ(objects.status, 200) << objects.body;
   EXPECT_EQ(objects.body, arrays.body);
   for (const char* reading : {R"({"X": 1, "Y": 2})", R"({"X": 1, "Y": 2, "Q": 3})",
-                              R"({"X": 1, "Y": 2, "Z": 3, "W": 4})", R"({"X": 1, "Y": -2, "Z": 3})"}) {
+                              R"({"X": 1, "Y": 2, "Z": 3, "W": 4})"}) {
     EXPECT_EQ(post("/colour/derive", std::string(R"({"readings": [)") + reading + "]}").status, 400)
         << reading;
   }
+  // A reading of a saturated red may dip just below zero in Z: it still has a chromaticity.
+  const HostResponse red = post("/colour/derive", R"({"readings": [[41.2, 21.3, -0.0007]]})");
+  ASSERT_EQ(red.status, 200) << red.body;
+  EXPECT_NEAR(parsed(red.body)["value"]["derived"][0ul]["xy"][0ul].toDouble(0), 0.6592, 1e-4);
 }
 
 TEST_F(ColourRoutesTest, RefusesMalformedBodiesNamingTheProblem) {
@@ -103,10 +107,11 @@ TEST_F(ColourRoutesTest, RefusesMalformedBodiesNamingTheProblem) {
       {"derive", "{}", "readings must be an array"},
       {"derive", R"({"readings": []})", "at least one reading"},
       {"derive", R"({"readings": [[1, 2]]})", "readings[0] must be [X, Y, Z]"},
-      {"derive", R"({"readings": [[1, 2, 3], [1, -2, 3]]})", "readings[1] must be [X, Y, Z]"},
+      {"derive", R"({"readings": [[1, 2, 3], [1, null, 3]]})", "readings[1] must be [X, Y, Z]"},
       {"derive", R"({"readings": [[1, "2", 3]]})", "readings[0] must be"},
       {"derive", R"({"readings": [[1, 2, 1e999]]})", "readings[0] must be"},
       {"derive", R"({"readings": [[1, 2, 3]], "white": [1, 0, 1]})", "white must be"},
+      {"derive", R"({"readings": [[1, 2, 3]], "white": [1, -1, 1]})", "white must be"},
       {"derive", R"({"readings": [[1, 2, 3]], "reference": [1, 2]})", "reference must be"},
       {"derive", R"({"readings": [[1, 2, 3]], "whites": [1, 1, 1]})", "Unknown member \"whites\""},
       {"derive", many, "readings holds 10001 readings; at most 10000"},

@@ -26,10 +26,11 @@ namespace {
 using quilby_test::parsed;
 namespace fsys = std::filesystem;
 
-// A running quilby-host with its standard output on a pipe.
+// A running quilby-host with its standard output on a pipe and its standard error in `errors`.
 class Program {
  public:
-  Program(std::vector<std::string> arguments, const fsys::path& mark) {
+  Program(std::vector<std::string> arguments, const fsys::path& mark,
+          const fsys::path& errors = "/dev/null") {
     arguments.insert(arguments.begin(), QUILBY_HOST_PROGRAM);
     arguments.insert(arguments.end(), {"--exports", QUILBY_ECHO_EXPORTS_DIR, "--quiet"});
     std::vector<char*> argv;
@@ -47,7 +48,8 @@ class Program {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
     posix_spawn_file_actions_addclose(&actions, out[0]);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
     EXPECT_EQ(posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), envp.data()), 0);
     posix_spawn_file_actions_destroy(&actions);
     close(out[1]);
@@ -147,6 +149,28 @@ TEST_F(ProgramTest, ServeTearsDownOnEitherSignal) {
   }
 }
 
+// A second host on the same port would split the requests between two device worlds.
+TEST_F(ProgramTest, ASecondHostOnAPortInUseRefusesToStart) {
+  Program first({"--port", "0"}, mark_);
+  const std::string line = first.line();
+  const std::string prefix = "quilby-host: console at http://127.0.0.1:";
+  ASSERT_EQ(line.rfind(prefix, 0), 0u) << line;
+  const std::string port = std::to_string(std::stoi(line.substr(prefix.size())));
+
+  Program second({"--port", port}, mark_, scratch_ / "errors");
+  EXPECT_EQ(second.wait(), 1);
+  std::ifstream errors(scratch_ / "errors");
+  const std::string text((std::istreambuf_iterator<char>(errors)), {});
+  EXPECT_NE(text.find("port " + port + " is in use"), std::string::npos) << text;
+
+  httplib::Client client("127.0.0.1", std::stoi(port));
+  const httplib::Result stillServing = client.Get("/host/info");
+  ASSERT_TRUE(stillServing);
+  EXPECT_EQ(stillServing->status, 200);
+  first.signal(SIGTERM);
+  EXPECT_EQ(first.wait(), 0);
+}
+
 TEST_F(ProgramTest, RefusesABadCommandLine) {
   Program program({"--port", "http"}, mark_);
   EXPECT_EQ(program.wait(), 2);
@@ -193,13 +217,13 @@ class HttpTest : public testing::Test {
 // The request target reaches the routes as sent; routes_test.cpp maps every route.
 TEST_F(HttpTest, RestRequestsReachThePlugInAsSent) {
   const httplib::Response response =
-      send("POST", "/Monitors/S%201/CX%2F271/Sensor?supports&deviceIDs=3%2C5", "body");
+      send("POST", "/Monitors/S%201/QM%2F27/Sensor?supports&deviceIDs=3%2C5", "body");
   EXPECT_EQ(response.status, 200);
   EXPECT_EQ(response.get_header_value("X-Quilby-Entry-Point"), "Monitors");
   const cairnjson::Value value = parsed(response.body)["value"];
   EXPECT_EQ(value["entryPoint"].stringRef(), "Monitors");
   EXPECT_EQ(value["request"].stringRef(), R"({"method":"POST"})");
-  EXPECT_EQ(value["parameters"].stringRef(), R"({"product":"CX/271","serial":"S 1"})");
+  EXPECT_EQ(value["parameters"].stringRef(), R"({"product":"QM/27","serial":"S 1"})");
   EXPECT_EQ(value["query"].stringRef(), R"({"deviceIDs":"3,5","supports":null})");
   EXPECT_EQ(value["data"].stringRef(), "body");
 }
@@ -304,6 +328,23 @@ TEST_F(HttpTest, ServesTheConsoleAsModulesWithoutCaching) {
     EXPECT_EQ(response.get_header_value("X-Frame-Options"), "DENY") << path;
   }
   EXPECT_NE(send("GET", "/../CMakeLists.txt").status, 200);
+}
+
+// An export is sent as the file it is, for the browser to save.
+TEST_F(HttpTest, SendsAnExportAsAFileToSave) {
+  const std::string readings =
+      R"({"readings":[{"time":"2026-11-24T12:00:00.000Z","sensor":"QM arm sensor","mode":"XYZ",)"
+      R"("corrected":true,"XYZ":[95.0,100.0,108.9]}]})";
+  const std::pair<const char*, const char*> formats[] = {{"csv", "text/csv"},
+                                                         {"cgats", "text/plain"}};
+  for (const auto& [format, type] : formats) {
+    const httplib::Response response =
+        send("POST", std::string("/colour/export?format=") + format, readings);
+    EXPECT_EQ(response.status, 200) << format;
+    EXPECT_EQ(response.get_header_value("Content-Type").rfind(type, 0), 0u) << format;
+    EXPECT_EQ(response.get_header_value("Content-Disposition").rfind("attachment;", 0), 0u)
+        << format;
+  }
 }
 
 }  // namespace

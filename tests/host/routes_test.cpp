@@ -28,8 +28,8 @@ TEST(RestRouteTest, MapsMethodPathAndQueryOntoEveryEntryPoint) {
       {"POST", "/Sensors/33", "DeviceID", R"({"deviceID":"33"})", "{}"},
       {"PUT", "/Sensors/33", "Sensor", R"({"id":"33"})", "{}"},
       {"POST", "/Sensors/Individual/6699", "IndividualID", R"({"individualID":"6699"})", "{}"},
-      {"POST", "/Monitors/S%201/CX%2F271/Sensor", "Monitors",
-       R"({"product":"CX/271","serial":"S 1"})", "{}"},
+      {"POST", "/Monitors/S%201/QM%2F27/Sensor", "Monitors",
+       R"({"product":"QM/27","serial":"S 1"})", "{}"},
       // Empty ids reach the plug-in, which refuses them itself.
       {"GET", "/Sensors//XYZ", "SensorXYZ", R"({"id":""})", "{}"},
       {"GET", "/Sensors/", "Sensor", R"({"id":""})", "{}"},

@@ -140,7 +140,8 @@ TEST(WorldLibraryTest, ExportsOnlyTheControlInterfaceAndTheDeviceTable) {
   const std::set<std::string> expected = {
       "QuilbySimReset",       "QuilbySimLoadWorld",     "QuilbySimLastError",
       "QuilbySimWorld",       "QuilbySimFailNext",      "QuilbySimClearFailures",
-      "QuilbySimJournal",     "QuilbySimClearJournal",  "QuilbySimCriticalSections",
+      "QuilbySimJournal",     "QuilbySimJournalLast",   "QuilbySimClearJournal",
+      "QuilbySimCriticalSections",
       "QuilbySimHoldMonitor", "QuilbySimSetShownColor", "QuilbySimDeviceFunctions"};
   for (bool variant : {false, true}) {
     const DynamicInfo info = readDynamic(path(variant, "libquilbysim.so"));

@@ -108,6 +108,26 @@ TEST_F(JournalTest, ClearAndResetEmptyItAndControlCallsStayOut) {
   EXPECT_EQ(controlText(QuilbySimJournal), "[]");
 }
 
+// The tail of the journal is the same text as the end of the whole of it.
+TEST_F(JournalTest, LastEntriesAreTheTailOfTheWholeJournal) {
+  for (const MDDeviceID id : {33u, 48u, 82u}) MDGetNameFromDeviceID(id);
+  const Value whole = journal();
+  ASSERT_EQ(whole.size(), 3u);
+  const auto last = [](uint32_t count) {
+    std::string text(QuilbySimJournalLast(count, nullptr, 0) + 1, '\0');
+    text.resize(QuilbySimJournalLast(count, text.data(), static_cast<uint32_t>(text.size())));
+    return text;
+  };
+  EXPECT_EQ(last(0), "[]");
+  EXPECT_EQ(last(2), "[" + compact(whole[1ul]) + "," + compact(whole[2ul]) + "]");
+  EXPECT_EQ(last(3), compact(whole));
+  EXPECT_EQ(last(UINT32_MAX), compact(whole));
+  char small[4] = "xyz";
+  const std::string tail = "[" + compact(whole[2ul]) + "]";
+  EXPECT_EQ(QuilbySimJournalLast(1, small, sizeof small), tail.size());
+  EXPECT_STREQ(small, tail.substr(0, 3).c_str()) << "cut to the buffer";
+}
+
 // The subprocess calls are journaled and leave their state in the world.
 TEST_F(JournalTest, SubprocessStateFollowsLaunchAndQuit) {
   EXPECT_EQ(MDQuitSubprocess(), EMERR_INVALID_PRECONDITION);

@@ -50,6 +50,12 @@ void QuilbySimClearFailures(void);
  * {"function": name, "arguments": [...], "status": result} objects (format in
  * docs/simulator.md). Calls to libquilbysim.so itself are not journaled. */
 uint32_t QuilbySimJournal(char* buffer, uint32_t size);
+
+/* The last `count` entries of the journal (all of them when it holds fewer), oldest first, in
+ * the form of QuilbySimJournal. Its cost grows with `count`, not with the journal, so that a
+ * page can poll for the newest calls however long the session. */
+uint32_t QuilbySimJournalLast(uint32_t count, char* buffer, uint32_t size);
+
 void QuilbySimClearJournal(void);
 
 /* The monitors' critical sections as a JSON array of {"serial", "product", "owner"} objects, one

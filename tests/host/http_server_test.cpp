@@ -1,0 +1,477 @@
+// The HTTP server under clients that misbehave as a local attacker would, in process: the echo
+// plug-in behind it, its limits shrunk where a test would otherwise wait, and raw loopback
+// sockets for what a well-behaved client library never sends. Every wait is bounded.
+#include "frontend.h"
+#include "host_thread.h"
+#include "http_server.h"
+#include "plugin_host.h"
+#include "support/json_helpers.h"
+
+#include <gtest/gtest.h>
+#include <httplib.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace quilbyhost;
+using namespace std::chrono_literals;
+using quilby_test::parsed;
+namespace fsys = std::filesystem;
+
+constexpr std::size_t kMiB = 1024 * 1024;
+
+struct RawResponse {
+  int status = 0;  // 0: none came
+  std::string head;
+  std::string body;
+};
+
+// A loopback connection that sends whatever it is told. Sends give up after 5 s, so a server
+// that neither reads nor closes fails the test instead of hanging it.
+class RawConnection {
+ public:
+  explicit RawConnection(int port) : fd_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    const timeval limit = {5, 0};
+    setsockopt(fd_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    connected_ = connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+  }
+  ~RawConnection() { close(fd_); }
+  RawConnection(const RawConnection&) = delete;
+  RawConnection& operator=(const RawConnection&) = delete;
+
+  bool connected() const { return connected_; }
+
+  // False once the server takes no more.
+  bool send(std::string_view bytes) {
+    while (!bytes.empty()) {
+      const ssize_t sent = ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+      if (sent <= 0) return false;
+      bytes.remove_prefix(static_cast<std::size_t>(sent));
+    }
+    return true;
+  }
+
+  // Whether the server sent something, or closed, within `wait`.
+  bool readable(std::chrono::milliseconds wait) {
+    pollfd watch = {fd_, POLLIN, 0};
+    return poll(&watch, 1, static_cast<int>(wait.count())) > 0;
+  }
+
+  // Whether the server closed the connection within `wait` (answering first or not).
+  bool closedWithin(std::chrono::milliseconds wait) {
+    const auto end = std::chrono::steady_clock::now() + wait;
+    char buffer[4096];
+    while (readable(std::chrono::duration_cast<std::chrono::milliseconds>(
+        end - std::chrono::steady_clock::now()))) {
+      if (recv(fd_, buffer, sizeof buffer, 0) <= 0) return true;
+    }
+    return false;
+  }
+
+  // One response: its head, and a body of its Content-Length.
+  RawResponse response(std::chrono::milliseconds wait = 5s) {
+    RawResponse response;
+    std::string text;
+    char buffer[65536];
+    std::size_t headEnd = std::string::npos;
+    std::size_t length = 0;
+    while (headEnd == std::string::npos || text.size() < headEnd + 4 + length) {
+      if (!readable(wait)) break;
+      const ssize_t received = recv(fd_, buffer, sizeof buffer, 0);
+      if (received <= 0) break;
+      text.append(buffer, static_cast<std::size_t>(received));
+      if (headEnd == std::string::npos && (headEnd = text.find("\r\n\r\n")) != std::string::npos) {
+        const std::size_t field = text.find("Content-Length: ");
+        if (field < headEnd) length = std::stoul(text.substr(field + 16));
+      }
+    }
+    if (headEnd == std::string::npos || text.compare(0, 5, "HTTP/") != 0) return response;
+    response.status = std::stoi(text.substr(9, 3));
+    response.head = text.substr(0, headEnd);
+    response.body = text.substr(headEnd + 4);
+    return response;
+  }
+
+ private:
+  int fd_;
+  bool connected_ = false;
+};
+
+// Sends a body of `size` bytes in pieces, chunked or not, and stops early as soon as the server
+// answers or stops taking bytes.
+struct SentBody {
+  std::size_t bytes = 0;
+  bool whole = false;
+};
+
+SentBody sendBody(RawConnection& connection, std::size_t size, bool chunked) {
+  const std::string piece(64 * 1024, 'x');
+  SentBody sent;
+  while (sent.bytes < size) {
+    if (connection.readable(0ms)) return sent;
+    const std::size_t count = std::min(piece.size(), size - sent.bytes);
+    char frame[32];
+    std::snprintf(frame, sizeof frame, "%zx\r\n", count);
+    const std::string bytes = chunked ? frame + piece.substr(0, count) + "\r\n"
+                                      : piece.substr(0, count);
+    if (!connection.send(bytes)) return sent;
+    sent.bytes += count;
+  }
+  sent.whole = !chunked || connection.send("0\r\n\r\n");
+  return sent;
+}
+
+class HttpServerTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    thread_ = std::make_unique<HostThread>();
+    std::string error;
+    ASSERT_TRUE(thread_->run([&] {
+      return PluginHost::Instance().load(QUILBY_ECHO_EXPORTS_DIR "/libquilby.so", error);
+    })) << error;
+    thread_->run([] { PluginHost::Instance().setUp(); });
+  }
+  static void TearDownTestSuite() {
+    thread_->run([] {
+      PluginHost::Instance().tearDown();
+      PluginHost::Instance().unload();
+    });
+    thread_.reset();
+  }
+
+  void SetUp() override {
+    fsys::create_directories(console_);
+    std::ofstream(console_ / "index.html") << "<!doctype html><title>console</title>";
+  }
+  void TearDown() override {
+    stopServer();
+    fsys::remove_all(console_);
+  }
+
+  // Starts a server with `limits` on a free port, serving on a thread of its own.
+  void startServer(const ServerLimits& limits) {
+    ServerOptions options;
+    options.port = 0;
+    options.consoleDirectory = console_.string();
+    options.accessLog = false;
+    options.limits = limits;
+    frontend_ = std::make_unique<Frontend>(*thread_, nullptr, console_.string());
+    server_ = std::make_unique<HttpServer>(*frontend_, options);
+    std::string error;
+    ASSERT_TRUE(server_->bind(error)) << error;
+    serving_ = std::thread([this] { served_ = server_->serve(); });
+  }
+  void stopServer() {
+    if (!server_) return;
+    server_->stop();
+    serving_.join();
+    server_.reset();
+  }
+
+  int port() const { return server_->port(); }
+
+  // Occupies the host's thread, as a long measurement does, until `release` is set.
+  std::thread occupyHostThread(std::promise<void>& release) {
+    std::promise<void> started;
+    std::thread busy([&] {
+      thread_->run([&] {
+        started.set_value();
+        release.get_future().wait();
+      });
+    });
+    started.get_future().wait();
+    return busy;
+  }
+  // Sends a plug-in request on `connection` and waits (at most 5 s) until the server has handed
+  // it to the host.
+  bool sendPlugInRequest(RawConnection& connection) const {
+    if (!connection.send("POST /bridge/Sensors HTTP/1.1\r\n" + hostHeader() +
+                         "Content-Length: 2\r\n\r\n{}")) {
+      return false;
+    }
+    for (int tenth = 0; tenth < 50 && server_->requestsInProgress() == 0; ++tenth) {
+      std::this_thread::sleep_for(100ms);
+    }
+    return server_->requestsInProgress() == 1;
+  }
+  std::string hostHeader() const { return "Host: 127.0.0.1:" + std::to_string(port()) + "\r\n"; }
+
+  // A well-behaved client that gives up after 3 s.
+  httplib::Client client() const {
+    httplib::Client client("127.0.0.1", port());
+    client.set_connection_timeout(3, 0);
+    client.set_read_timeout(3, 0);
+    client.set_write_timeout(3, 0);
+    return client;
+  }
+
+  static inline std::unique_ptr<HostThread> thread_;
+  const fsys::path console_ =
+      fsys::temp_directory_path() / ("quilby-http-" + std::to_string(getpid()));
+  std::unique_ptr<Frontend> frontend_;
+  std::unique_ptr<HttpServer> server_;
+  std::thread serving_;
+  bool served_ = false;
+};
+
+TEST_F(HttpServerTest, RefusesABodyPastItsRouteLimitWhateverItsEncoding) {
+  ServerLimits limits;
+  limits.worldBodyBytes = 4 * kMiB;
+  startServer(limits);
+  const struct {
+    const char* name;
+    const char* route;
+    std::size_t size;
+    bool chunked;
+    int status;
+  } cases[] = {
+      {"announced too large", "POST /bridge/SensorsName", 64 * kMiB, false, 413},
+      {"chunked too large", "POST /bridge/SensorsName", 64 * kMiB, true, 413},
+      {"chunked within the limit", "PUT /Sensors/a/Mode", kMiB / 2, true, 200},
+      {"a world, past the plug-in limit", "PUT /sim/world", 2 * kMiB, false, 404},
+      {"a world too large", "PUT /sim/world", 64 * kMiB, true, 413},
+  };
+  for (const auto& c : cases) {
+    RawConnection connection(port());
+    const std::string head = std::string(c.route) + " HTTP/1.1\r\n" + hostHeader() +
+                             (c.chunked ? "Transfer-Encoding: chunked\r\n"
+                                        : "Content-Length: " + std::to_string(c.size) + "\r\n") +
+                             "\r\n";
+    ASSERT_TRUE(connection.send(head)) << c.name;
+    const SentBody sent = sendBody(connection, c.size, c.chunked);
+    const RawResponse response = connection.response();
+    EXPECT_EQ(response.status, c.status) << c.name;
+    // A refused body is not read to its end; an accepted one reaches its route whole.
+    EXPECT_EQ(sent.whole, c.status != 413) << c.name << ": " << sent.bytes << " bytes sent";
+    if (c.status == 413) {
+      EXPECT_EQ(parsed(response.body)["error"]["name"].stringRef(), "HostError") << c.name;
+      EXPECT_TRUE(connection.closedWithin(2s)) << c.name;
+    }
+  }
+}
+
+// Form content types are bodies like any other, up to the route's limit.
+TEST_F(HttpServerTest, TakesFormBodiesUpToTheRouteLimit) {
+  startServer({});
+  const std::string value(100 * 1024, 'v');
+  const struct {
+    const char* method;
+    const char* path;
+    std::string body;
+    std::string data;  // what the plug-in receives
+  } cases[] = {
+      {"PUT", "/Sensors/a/Mode", "mode=" + value, "mode=" + value},
+      {"POST", "/bridge/SensorMode", R"({"request": {"method": "PUT"}, "data": ")" + value + "\"}",
+       value},
+  };
+  for (const auto& c : cases) {
+    httplib::Client form = client();
+    const httplib::Result result =
+        std::string(c.method) == "PUT"
+            ? form.Put(c.path, c.body, "application/x-www-form-urlencoded")
+            : form.Post(c.path, c.body, "application/x-www-form-urlencoded");
+    ASSERT_TRUE(result) << c.path;
+    EXPECT_EQ(result->status, 200) << c.path;
+    EXPECT_TRUE(parsed(result->body)["value"]["data"].stringRef() == c.data) << c.path;
+  }
+}
+
+TEST_F(HttpServerTest, BoundsTheNumberAndSizeOfHeaders) {
+  startServer({});
+  std::string flood;
+  for (int line = 0; line < 10000; ++line) flood += "X-Filler-" + std::to_string(line) + ": 1\r\n";
+  const struct {
+    const char* name;
+    std::string headers;
+    bool accepted;
+  } cases[] = {
+      {"10,000 header lines", flood, false},
+      {"one header of 100 KiB", "Cookie: " + std::string(100 * 1024, 'c') + "\r\n", false},
+      {"a 16 KiB cookie", "Cookie: " + std::string(16 * 1024, 'c') + "\r\n", true},
+  };
+  for (const auto& c : cases) {
+    RawConnection connection(port());
+    // The server may stop reading and answer before the head is sent in full.
+    connection.send("GET /Sensors HTTP/1.1\r\n" + hostHeader() + c.headers + "\r\n");
+    const int status = connection.response().status;
+    if (c.accepted) {
+      EXPECT_EQ(status, 200) << c.name;
+    } else {
+      EXPECT_TRUE(status == 431 || status == 400) << c.name << ": " << status;
+    }
+  }
+}
+
+TEST_F(HttpServerTest, RefusesRepeatedHostOrOriginHeaders) {
+  startServer({});
+  const std::string self = "127.0.0.1:" + std::to_string(port());
+  const struct {
+    const char* name;
+    std::string headers;
+    int status;
+  } cases[] = {
+      {"own Host and Origin", "Host: " + self + "\r\nOrigin: http://" + self + "\r\n", 200},
+      {"Host twice", "Host: " + self + "\r\nHost: " + self + "\r\n", 400},
+      {"Host twice in other cases", "Host: " + self + "\r\nhost: attacker.example\r\n", 400},
+      {"Origin twice",
+       "Host: " + self + "\r\nOrigin: http://" + self + "\r\nOrigin: http://attacker.example\r\n",
+       400},
+      {"empty Origin", "Host: " + self + "\r\nOrigin: \r\n", 400},
+      {"another site", "Host: " + self + "\r\nOrigin: http://attacker.example\r\n", 403},
+  };
+  for (const auto& c : cases) {
+    for (const char* target : {"/Sensors", "/"}) {
+      RawConnection connection(port());
+      ASSERT_TRUE(connection.send(std::string("GET ") + target + " HTTP/1.1\r\n" + c.headers +
+                                  "\r\n"));
+      const RawResponse response = connection.response();
+      EXPECT_EQ(response.status, c.status) << c.name << " " << target;
+      if (c.status != 200) {
+        EXPECT_EQ(parsed(response.body)["error"]["name"].stringRef(), "HostError") << c.name;
+      }
+    }
+  }
+}
+
+// The idle timeout alone never ends a client that sends a byte now and then.
+TEST_F(HttpServerTest, CutsARequestThatTricklesPastItsDeadline) {
+  ServerLimits limits;
+  limits.requestDeadline = 1000ms;
+  limits.idleTimeout = 30s;
+  startServer(limits);
+  for (const bool afterAnAnswer : {false, true}) {
+    RawConnection connection(port());
+    if (afterAnAnswer) {
+      // The next request on a kept-alive connection has its own deadline, no longer.
+      ASSERT_TRUE(connection.send("GET /Sensors HTTP/1.1\r\n" + hostHeader() + "\r\n"));
+      ASSERT_EQ(connection.response().status, 200);
+    }
+    ASSERT_TRUE(connection.send("GET /Sensors HTTP/1.1\r\n" + hostHeader()));
+    int lines = 0;
+    bool cut = false;
+    for (; lines < 25 && !cut; ++lines) {
+      cut = !connection.send("X-Slow-" + std::to_string(lines) + ": 1\r\n") ||
+            connection.closedWithin(200ms);
+    }
+    EXPECT_TRUE(cut) << "still open after " << lines << " lines, one every 200 ms";
+  }
+}
+
+TEST_F(HttpServerTest, StaysUsableWithFiftyHostileConnectionsOpen) {
+  ServerLimits limits;
+  limits.requestDeadline = 30s;
+  limits.idleTimeout = 30s;
+  startServer(limits);
+  std::vector<std::unique_ptr<RawConnection>> hostile;
+  for (int i = 0; i < 50; ++i) {
+    auto connection = std::make_unique<RawConnection>(port());
+    ASSERT_TRUE(connection->connected());
+    // Idle ones send nothing; slow ones half a head, or a head and part of its body.
+    if (i % 3 == 1) connection->send("GET / HTTP/1.1\r\n" + hostHeader() + "X-Slow: 1\r\n");
+    if (i % 3 == 2) {
+      connection->send("PUT /Sensors/a/Mode HTTP/1.1\r\n" + hostHeader() +
+                       "Content-Length: 1000\r\n\r\n{\"mode\"");
+    }
+    hostile.push_back(std::move(connection));
+  }
+
+  const httplib::Result console = client().Get("/");
+  ASSERT_TRUE(console) << "the console's page did not come";
+  EXPECT_EQ(console->status, 200);
+  EXPECT_NE(console->body.find("<title>console</title>"), std::string::npos);
+  const httplib::Result plugIn = client().Post("/bridge/Sensors", "{}", "application/json");
+  ASSERT_TRUE(plugIn) << "the plug-in request was not answered";
+  EXPECT_EQ(plugIn->status, 200);
+  for (const auto& connection : hostile) {
+    EXPECT_FALSE(connection->readable(0ms)) << "the hostile connections were still there";
+  }
+}
+
+// A measurement holds the host's thread for seconds; the console's files and the host's own
+// routes still come, and the plug-in request is answered once the thread is free.
+TEST_F(HttpServerTest, ServesOthersWhileThePlugInIsBusy) {
+  startServer({});
+  std::promise<void> release;
+  std::thread busy = occupyHostThread(release);
+  RawConnection waiting(port());
+  EXPECT_TRUE(sendPlugInRequest(waiting));
+
+  const httplib::Result console = client().Get("/");
+  const httplib::Result info = client().Get("/host/info");
+  const bool answeredWhileBusy = waiting.readable(0ms);
+  release.set_value();
+  busy.join();
+  ASSERT_TRUE(console);
+  EXPECT_EQ(console->status, 200);
+  ASSERT_TRUE(info);
+  EXPECT_EQ(info->status, 200);
+  EXPECT_FALSE(answeredWhileBusy);
+  EXPECT_EQ(waiting.response().status, 200);
+}
+
+// Bodies each within their limit may not add up to more than the server holds at once: of two
+// that do, whichever goes over is refused and the other one is answered.
+TEST_F(HttpServerTest, BoundsTheBodiesHeldAtOnce) {
+  ServerLimits limits;
+  limits.heldBodyBytes = 3 * kMiB / 2;
+  startServer(limits);
+  const std::string head =
+      "PUT /Sensors/a/Mode HTTP/1.1\r\n" + hostHeader() + "Content-Length: 1048576\r\n\r\n";
+  RawConnection first(port());
+  ASSERT_TRUE(first.send(head + std::string(kMiB - 1, 'x')));
+  RawConnection second(port());
+  ASSERT_TRUE(second.send(head));
+  sendBody(second, kMiB, false);
+  // Whole, the second is answered either way; then the first gets its last byte.
+  const int secondStatus = second.response().status;
+  first.send("x");
+  const std::multiset<int> statuses = {first.response().status, secondStatus};
+  EXPECT_EQ(statuses, (std::multiset<int>{200, 503}));
+}
+
+// A stop lets the request the host works on be answered; a stop before serving ends it at once.
+TEST_F(HttpServerTest, StopsOnceTheRequestsInProgressAreAnswered) {
+  startServer({});
+  std::promise<void> release;
+  std::thread busy = occupyHostThread(release);
+  RawConnection waiting(port());
+  ASSERT_TRUE(sendPlugInRequest(waiting));
+  server_->stop();
+  release.set_value();
+  busy.join();
+  EXPECT_EQ(waiting.response().status, 200);
+  serving_.join();
+  EXPECT_TRUE(served_);
+  server_.reset();
+
+  Frontend frontend(*thread_, nullptr, "");
+  ServerOptions options;
+  options.port = 0;
+  HttpServer early(frontend, options);
+  std::string error;
+  ASSERT_TRUE(early.bind(error)) << error;
+  early.stop();
+  EXPECT_TRUE(early.serve());
+}
+
+}  // namespace
