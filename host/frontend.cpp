@@ -244,7 +244,11 @@ HostResponse Frontend::hostRouteTable(const HostRequest&) {
   cairnjson::Value routes(cairnjson::Type::Array);
   for (const RestRoute& route : restRoutes()) {
     cairnjson::Value row(cairnjson::Type::Object);
-    row["methods"].setString(route.methods);
+    cairnjson::Value methods(cairnjson::Type::Array);
+    for (const char* method : {"GET", "PUT", "POST", "DELETE"}) {
+      if (route.implements(method)) methods.push_back(cairnjson::Value::makeString(method));
+    }
+    row["methods"] = methods;
     row["path"].setString(route.pattern);
     row["entryPoint"].setString(route.entryPoint);
     routes.push_back(row);

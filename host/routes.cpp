@@ -1,66 +1,18 @@
 #include "routes.h"
 
 #include "json/cairnjson.h"
+#include "quilby/resource_list.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 
 namespace quilbyhost {
 
 namespace {
 
-// Matches the order of the export list in quilby/plugin.h.
-const std::array<const char*, 34> kEntryPoints = {
-    "Sensors", "SensorsName", "DeviceID", "IndividualID", "Monitors", "Sensor", "SensorMode",
-    "SensorCalibration", "SensorXYZ", "SensorRawData", "SensorRGB", "SensorIR",
-    "SensorXYZWithoutCorrelation", "SensorArm", "SensorPosition", "SensorExteriorLight",
-    "SensorParameterDescription", "SensorCorrection", "SensorExCorrection", "SensorTargetMarker",
-    "XRiteControlPanel", "SensorCorrelation", "SensorCorrelation9Points",
-    "SensorCorrelationDescription", "SensorCorrelationData", "SensorCorrelationDatabase",
-    "SensorCorrelationMatrix", "SensorCorrelationMatrixData", "SensorCorrelationMatrixDatabase",
-    "SensorAmbraSense", "SensorAmbraSenseLevel", "SensorIFSTempCorrectParam",
-    "SensorIFSBrightCorrectParamUpdate", "SensorDeviceOption"};
-
-// Literal segments come before parameter segments of the same place ("/Sensors/Name" before
-// "/Sensors/{id}"), and the opening route of a device id before the per-sensor route of the same
-// shape, which takes every other method.
-const std::vector<RestRoute> kRoutes = {
-    {"*", "/Sensors", "Sensors"},
-    {"*", "/Sensors/Name", "SensorsName"},
-    {"*", "/XRite/ControlPanel", "XRiteControlPanel"},
-    {"*", "/Sensors/Individual/{individualID}", "IndividualID"},
-    {"*", "/Monitors/{serial}/{product}/Sensor", "Monitors"},
-    {"POST", "/Sensors/{deviceID}", "DeviceID"},
-    {"!POST", "/Sensors/{id}", "Sensor"},
-    {"*", "/Sensors/{id}/Mode", "SensorMode"},
-    {"*", "/Sensors/{id}/Calibration", "SensorCalibration"},
-    {"*", "/Sensors/{id}/Arm", "SensorArm"},
-    {"*", "/Sensors/{id}/Position", "SensorPosition"},
-    {"*", "/Sensors/{id}/XYZ", "SensorXYZ"},
-    {"*", "/Sensors/{id}/RawData", "SensorRawData"},
-    {"*", "/Sensors/{id}/RGB", "SensorRGB"},
-    {"*", "/Sensors/{id}/IR", "SensorIR"},
-    {"*", "/Sensors/{id}/XYZWithoutCorrelation", "SensorXYZWithoutCorrelation"},
-    {"*", "/Sensors/{id}/AmbraSense", "SensorAmbraSense"},
-    {"*", "/Sensors/{id}/AmbraSense/Level", "SensorAmbraSenseLevel"},
-    {"*", "/Sensors/{id}/Correlation", "SensorCorrelation"},
-    {"*", "/Sensors/{id}/Correlation/9Points", "SensorCorrelation9Points"},
-    {"*", "/Sensors/{id}/Correlation/Description", "SensorCorrelationDescription"},
-    {"*", "/Sensors/{id}/Correlation/Data", "SensorCorrelationData"},
-    {"*", "/Sensors/{id}/Correlation/Database", "SensorCorrelationDatabase"},
-    {"*", "/Sensors/{id}/CorrelationMatrix", "SensorCorrelationMatrix"},
-    {"*", "/Sensors/{id}/CorrelationMatrix/Data", "SensorCorrelationMatrixData"},
-    {"*", "/Sensors/{id}/CorrelationMatrix/Database", "SensorCorrelationMatrixDatabase"},
-    {"*", "/Sensors/{id}/ExteriorLight", "SensorExteriorLight"},
-    {"*", "/Sensors/{id}/ParameterDescription", "SensorParameterDescription"},
-    {"*", "/Sensors/{id}/Correction", "SensorCorrection"},
-    {"*", "/Sensors/{id}/ExCorrection", "SensorExCorrection"},
-    {"*", "/Sensors/{id}/TargetMarker", "SensorTargetMarker"},
-    {"*", "/Sensors/{id}/DeviceOption", "SensorDeviceOption"},
-    {"*", "/Sensors/{id}/IFSTempCorrectParam", "SensorIFSTempCorrectParam"},
-    {"*", "/Sensors/{id}/IFSBrightCorrectParamUpdate", "SensorIFSBrightCorrectParamUpdate"},
-};
+#define QUILBY_HOST_ROUTE(Name, Methods, Path) RestRoute{#Name, Methods, Path},
+const std::vector<RestRoute> kRoutes = {QUILBY_RESOURCES(QUILBY_HOST_ROUTE)};
+#undef QUILBY_HOST_ROUTE
 
 // Splits at every "/" after the leading one, keeping empty segments: "/Sensors//XYZ" has an
 // empty id, which the plug-in itself refuses ("URI is invalid.").
@@ -77,10 +29,13 @@ std::vector<std::string_view> segmentsOf(std::string_view path) {
   return segments;
 }
 
-bool methodFits(std::string_view methods, std::string_view method) {
-  if (methods == "*") return true;
-  if (!methods.empty() && methods.front() == '!') return methods.substr(1) != method;
-  return methods == method;
+// How closely a fitting pattern fits, segment by segment: a literal word beats a parameter.
+std::vector<bool> literalSegments(std::string_view pattern) {
+  std::vector<bool> literals;
+  for (const std::string_view piece : segmentsOf(pattern)) {
+    literals.push_back(piece.empty() || piece.front() != '{');
+  }
+  return literals;
 }
 
 // Matches raw (still encoded) segments against a pattern; the parameters are decoded.
@@ -117,13 +72,28 @@ int hexDigit(char c) {
 
 }  // namespace
 
+bool RestRoute::implements(std::string_view method) const {
+  std::string_view listed = methods;
+  while (!listed.empty()) {
+    const std::size_t space = listed.find(' ');
+    if (listed.substr(0, space) == method) return true;
+    listed.remove_prefix(space == std::string_view::npos ? listed.size() : space + 1);
+  }
+  return false;
+}
+
 const std::vector<std::string>& entryPointNames() {
-  static const std::vector<std::string> names(kEntryPoints.begin(), kEntryPoints.end());
+  static const std::vector<std::string> names = [] {
+    std::vector<std::string> list;
+    for (const RestRoute& route : kRoutes) list.emplace_back(route.entryPoint);
+    return list;
+  }();
   return names;
 }
 
 bool isEntryPoint(std::string_view name) {
-  return std::find(kEntryPoints.begin(), kEntryPoints.end(), name) != kEntryPoints.end();
+  return std::any_of(kRoutes.begin(), kRoutes.end(),
+                     [&](const RestRoute& route) { return route.entryPoint == name; });
 }
 
 const std::vector<RestRoute>& restRoutes() { return kRoutes; }
@@ -185,19 +155,30 @@ RouteMatch mapRestRequest(std::string_view method, std::string_view target, std:
   std::string rawQuery;
   splitTarget(target, path, rawQuery);
   const std::vector<std::string_view> segments = segmentsOf(path);
+  const RestRoute* chosen = nullptr;
+  std::vector<bool> chosenFit;
+  cairnjson::Value chosenParameters;
   for (const RestRoute& route : kRoutes) {
-    if (!methodFits(route.methods, method)) continue;
     cairnjson::Value parameters;
     if (!patternFits(route.pattern, segments, parameters)) continue;
-    RouteMatch match;
-    match.call.entryPoint = route.entryPoint;
-    match.call.request = R"({"method":")" + std::string(method) + "\"}";
-    match.call.parameters = cairnjson::Serializer::compact(parameters);
-    match.call.query = queryObjectText(rawQuery);
-    match.call.data = std::move(body);
-    return match;
+    const std::vector<bool> fit = literalSegments(route.pattern);
+    const bool closer = !chosen || fit > chosenFit;
+    const bool sameFitAndBetter = chosen && fit == chosenFit &&
+                                  (route.implements(method) || !chosen->implements(method));
+    if (closer || sameFitAndBetter) {
+      chosen = &route;
+      chosenFit = fit;
+      chosenParameters = parameters;
+    }
   }
-  return failure(404, "No resource answers " + std::string(method) + " " + path + ".");
+  if (!chosen) return failure(404, "No resource answers " + std::string(method) + " " + path + ".");
+  RouteMatch match;
+  match.call.entryPoint = chosen->entryPoint;
+  match.call.request = R"({"method":")" + std::string(method) + "\"}";
+  match.call.parameters = cairnjson::Serializer::compact(chosenParameters);
+  match.call.query = queryObjectText(rawQuery);
+  match.call.data = std::move(body);
+  return match;
 }
 
 RouteMatch mapBridgeRequest(std::string_view entryPoint, const std::string& body) {

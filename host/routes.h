@@ -41,21 +41,27 @@ struct RouteMatch {
   bool ok() const { return error.status == 0; }
 };
 
-// One row of the REST route table. `methods` is "*" (any of GET, PUT, POST, DELETE: the plug-in
-// answers 405 itself for the methods its resource lacks), or one method, or "!" + one method
-// (every method but that one). `pattern` is a path whose "{name}" segments become members of the
-// parameters object.
+// One row of the REST route table, one per resource of the plug-in (quilby/resource_list.h):
+// the entry point, the methods its handlers implement ("GET PUT", ...) and its path, whose
+// "{name}" segments become members of the parameters object.
 struct RestRoute {
+  const char* entryPoint;
   const char* methods;
   const char* pattern;
-  const char* entryPoint;
+
+  // Whether the resource implements `method`.
+  [[nodiscard]] bool implements(std::string_view method) const;
 };
 
 // The 34 resource entry points of the plug-in, in the order of its export list.
 const std::vector<std::string>& entryPointNames();
 bool isEntryPoint(std::string_view name);
 
-// The REST route table, in matching order: the first row whose pattern and method fit wins.
+// The REST route table, in the order of the plug-in's resource list. A request goes to the route
+// whose path fits it most closely (segment by segment, a literal word before a "{parameter}");
+// of routes with the same path, to the one implementing the method, else to the one listed last
+// (so "/Sensors/{x}" opens a sensor by device id for POST and is the sensor itself otherwise).
+// A method the chosen resource lacks reaches the plug-in, which answers 405 itself.
 const std::vector<RestRoute>& restRoutes();
 
 // Maps a REST request. `target` is the request target as sent (path, then optionally "?" and

@@ -5,8 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <set>
+#include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -70,6 +73,44 @@ TEST(RestRouteTest, MapsMethodPathAndQueryOntoEveryEntryPoint) {
   for (const quilbyhost::RestRoute& route : quilbyhost::restRoutes()) {
     EXPECT_TRUE(quilbyhost::isEntryPoint(route.entryPoint)) << route.entryPoint;
   }
+}
+
+// docs/api.md's table of REST routes says what the plug-in's resource list says: every entry point,
+// its methods and its path, and nothing else.
+TEST(RestRouteTest, DocumentedTableIsTheResourceList) {
+  using Row = std::tuple<std::string, std::string, std::string>;  // methods, path, entry point
+  std::set<Row> listed;
+  for (const quilbyhost::RestRoute& route : quilbyhost::restRoutes()) {
+    std::string methods;
+    for (const char* method : {"GET", "PUT", "POST", "DELETE"}) {
+      if (route.implements(method)) methods += (methods.empty() ? "" : ", ") + std::string(method);
+    }
+    listed.emplace(methods, route.pattern, route.entryPoint);
+  }
+
+  std::ifstream file(QUILBY_API_DOCUMENT);
+  ASSERT_TRUE(file) << QUILBY_API_DOCUMENT;
+  std::set<Row> documented;
+  bool inTable = false;
+  for (std::string line; std::getline(file, line);) {
+    if (line == "| method | path | entry point |") {
+      inTable = true;
+      continue;
+    }
+    if (!inTable || line.rfind("|---", 0) == 0) continue;
+    if (line.empty() || line[0] != '|') break;
+    // | GET, PUT | `/Sensors/{id}/Mode` | `SensorMode` |
+    std::vector<std::string> cells;
+    std::istringstream row(line.substr(1));
+    for (std::string cell; std::getline(row, cell, '|');) {
+      const std::size_t first = cell.find_first_not_of(" `");
+      const std::size_t last = cell.find_last_not_of(" `");
+      cells.push_back(first == std::string::npos ? "" : cell.substr(first, last - first + 1));
+    }
+    ASSERT_EQ(cells.size(), 3u) << line;
+    documented.emplace(cells[0], cells[1], cells[2]);
+  }
+  EXPECT_EQ(documented, listed);
 }
 
 TEST(RestRouteTest, RefusesUnknownPathsAndMethods) {
