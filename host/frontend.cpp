@@ -119,7 +119,7 @@ std::string hostErrorEnvelope(const std::string& name, const std::string& messag
   return cairnjson::Serializer::compact(envelope);
 }
 
-Frontend::Frontend(HostThread& thread, const Simulator* simulator, std::string consoleDirectory)
+Frontend::Frontend(HostThread& thread, const SimulatorControl* simulator, std::string consoleDirectory)
     : thread_(thread), simulator_(simulator), consoleDirectory_(std::move(consoleDirectory)) {}
 
 HostResponse Frontend::handle(const std::string& method, const std::string& target,

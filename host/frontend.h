@@ -16,7 +16,7 @@
 #include "host_thread.h"
 #include "plugin_host.h"
 #include "routes.h"
-#include "simulator.h"
+#include "simulator_control.h"
 
 #include <optional>
 #include <string>
@@ -45,7 +45,7 @@ struct HostResponse {
 class Frontend {
  public:
   // `simulator` may be null (real device libraries); both must outlive the frontend.
-  Frontend(HostThread& thread, const Simulator* simulator, std::string consoleDirectory);
+  Frontend(HostThread& thread, const SimulatorControl* simulator, std::string consoleDirectory);
 
   // Handles one request; never throws. `target` is the request target as sent (still
   // percent-encoded, with its query string).
@@ -99,7 +99,7 @@ class Frontend {
   HostResponse colourExport(const HostRequest& request);
 
   HostThread& thread_;
-  const Simulator* simulator_;
+  const SimulatorControl* simulator_;
   std::string consoleDirectory_;
 };
 

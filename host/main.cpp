@@ -9,7 +9,7 @@
 #include "options.h"
 #include "plugin_host.h"
 #include "script.h"
-#include "simulator.h"
+#include "simulator_control.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -189,7 +189,7 @@ int main(int argc, char** argv) {
     return 1;
   }
   hostThread.run([&] { host.setUp(); });
-  std::unique_ptr<Simulator> simulator = Simulator::attach();
+  std::unique_ptr<SimulatorControl> simulator = SimulatorControl::attach();
   // The simulated world is a singleton of libquilbysim.so that lives as long as the library is
   // mapped. Keeping it mapped until the process ends (this handle is never closed) lets the
   // world outlive the unloading of the plug-in at exit instead of vanishing under its heap

@@ -23,41 +23,39 @@ HostSettings PluginHost::settings() const {
 
 bool PluginHost::load(const std::string& path, std::string& error) {
   unload();
-  void* plugin = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  vesk::LibraryHandle plugin(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!plugin) {
     const char* reason = dlerror();
     error = "cannot load " + path + ": " + (reason ? reason : "unknown reason");
     return false;
   }
-  if (!dlsym(plugin, "Setup") || !dlsym(plugin, "TearDown")) {
-    dlclose(plugin);
+  if (!plugin.symbol("Setup") || !plugin.symbol("TearDown")) {
     error = path + " is not the plug-in: Setup or TearDown is missing";
     return false;
   }
   const std::lock_guard<std::mutex> lock(mutex_);
-  plugin_ = plugin;
+  plugin_ = std::move(plugin);
   return true;
 }
 
 void PluginHost::unload() {
-  void* plugin = nullptr;
+  vesk::LibraryHandle plugin;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
-    plugin = plugin_;
-    plugin_ = nullptr;
+    plugin = std::move(plugin_);
   }
-  // Outside the lock: unloading runs the plug-in's destructors, which may log or answer.
-  if (plugin) dlclose(plugin);
+  // Closed outside the lock: unloading runs the plug-in's destructors, which may log or answer.
+  plugin.reset();
 }
 
 bool PluginHost::loaded() const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return plugin_ != nullptr;
+  return static_cast<bool>(plugin_);
 }
 
 void* PluginHost::symbol(const std::string& name) const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return plugin_ ? dlsym(plugin_, name.c_str()) : nullptr;
+  return plugin_ ? plugin_.symbol(name.c_str()) : nullptr;
 }
 
 bool PluginHost::setUp() {

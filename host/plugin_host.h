@@ -10,6 +10,8 @@
 #ifndef QUILBY_HOST_PLUGIN_HOST_H
 #define QUILBY_HOST_PLUGIN_HOST_H
 
+#include "util/library_handle.h"
+
 #include <map>
 #include <mutex>
 #include <string>
@@ -84,7 +86,7 @@ class PluginHost {
   // Guards everything below.
   mutable std::mutex mutex_;
   HostSettings settings_;
-  void* plugin_ = nullptr;
+  vesk::LibraryHandle plugin_;
   int nextPromiseId_ = 1;
   std::map<int, std::vector<Answer>> delivered_;
 };

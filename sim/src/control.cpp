@@ -31,7 +31,7 @@ extern "C" {
 
 QUILBY_SIM_EXPORT int QuilbySimReset(void) {
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
     return simulator.installFromEnvironment() ? 0 : -1;
   } catch (...) {
@@ -42,7 +42,7 @@ QUILBY_SIM_EXPORT int QuilbySimReset(void) {
 QUILBY_SIM_EXPORT int QuilbySimLoadWorld(const char* world, char* error, uint32_t errorSize) {
   std::string problem;
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
     if (!world) {
       problem = "world: NULL text";
@@ -65,7 +65,7 @@ QUILBY_SIM_EXPORT int QuilbySimLoadWorld(const char* world, char* error, uint32_
 
 QUILBY_SIM_EXPORT uint32_t QuilbySimLastError(char* buffer, uint32_t size) {
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
     return deliver(simulator.lastError(), buffer, size);
   } catch (...) {
@@ -75,7 +75,7 @@ QUILBY_SIM_EXPORT uint32_t QuilbySimLastError(char* buffer, uint32_t size) {
 
 QUILBY_SIM_EXPORT uint32_t QuilbySimWorld(char* buffer, uint32_t size) {
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
     return deliver(Serializer::compact(quilbysim::writeWorld(simulator.world())), buffer, size);
   } catch (...) {
@@ -86,7 +86,7 @@ QUILBY_SIM_EXPORT uint32_t QuilbySimWorld(char* buffer, uint32_t size) {
 QUILBY_SIM_EXPORT void QuilbySimFailNext(const char* function, uint32_t count, uint32_t status) {
   try {
     if (!function || !quilbysim::isDeviceFunction(function)) return;
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
     std::vector<quilbysim::Failure>& failures = simulator.world().failures;
     std::erase_if(failures,
@@ -98,7 +98,7 @@ QUILBY_SIM_EXPORT void QuilbySimFailNext(const char* function, uint32_t count, u
 
 QUILBY_SIM_EXPORT void QuilbySimClearFailures(void) {
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
     simulator.world().failures.clear();
   } catch (...) {
@@ -107,7 +107,7 @@ QUILBY_SIM_EXPORT void QuilbySimClearFailures(void) {
 
 QUILBY_SIM_EXPORT uint32_t QuilbySimJournal(char* buffer, uint32_t size) {
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     // The entries share their containers with the journal, whose use counts are not atomic: they
     // are copied, written and dropped under the lock.
     std::lock_guard<std::mutex> lock(simulator.mutex());
@@ -119,7 +119,7 @@ QUILBY_SIM_EXPORT uint32_t QuilbySimJournal(char* buffer, uint32_t size) {
 
 QUILBY_SIM_EXPORT uint32_t QuilbySimJournalLast(uint32_t count, char* buffer, uint32_t size) {
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     // Under the lock for the same reason as QuilbySimJournal.
     std::lock_guard<std::mutex> lock(simulator.mutex());
     return deliver(Serializer::compact(simulator.journal().lastToJson(count)), buffer, size);
@@ -130,7 +130,7 @@ QUILBY_SIM_EXPORT uint32_t QuilbySimJournalLast(uint32_t count, char* buffer, ui
 
 QUILBY_SIM_EXPORT void QuilbySimClearJournal(void) {
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
     simulator.journal().clear();
   } catch (...) {
@@ -139,7 +139,7 @@ QUILBY_SIM_EXPORT void QuilbySimClearJournal(void) {
 
 QUILBY_SIM_EXPORT uint32_t QuilbySimCriticalSections(char* buffer, uint32_t size) {
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
     cairnjson::Value sections(cairnjson::Type::Array);
     for (const quilbysim::Monitor& monitor : simulator.world().monitors) {
@@ -158,7 +158,7 @@ QUILBY_SIM_EXPORT uint32_t QuilbySimCriticalSections(char* buffer, uint32_t size
 QUILBY_SIM_EXPORT int QuilbySimHoldMonitor(const char* serial, const char* product, int held) {
   if (!serial || !product) return -1;
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
     quilbysim::Monitor* monitor = simulator.world().findMonitor(serial, product);
     if (!monitor || monitor->criticalSection == quilbysim::Owner::Process) return -1;
@@ -176,7 +176,7 @@ QUILBY_SIM_EXPORT int QuilbySimSetShownColor(const char* serial, const char* pro
     if (!(value >= 0.0 && value <= 1.0)) return -1;
   }
   try {
-    Simulator& simulator = Simulator::instance();
+    Simulator& simulator = Simulator::Instance();
     std::lock_guard<std::mutex> lock(simulator.mutex());
     quilbysim::Monitor* monitor = simulator.world().findMonitor(serial, product);
     if (!monitor) return -1;

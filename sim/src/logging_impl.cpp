@@ -53,7 +53,7 @@ void* mirelto_get_logger(void) {
 }
 
 void mirelto_log(void* logger, const char* name, MireltoLevel level, const char* text) {
-  const void* ours = Simulator::instance().logger();
+  const void* ours = Simulator::Instance().logger();
   Call call("mirelto_log",
             {form::logger(logger, ours), form::text(name), form::integer(level), form::text(text)});
   call.action([&] {

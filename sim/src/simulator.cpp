@@ -12,7 +12,7 @@
 
 namespace quilbysim {
 
-Simulator& Simulator::instance() {
+Simulator& Simulator::Instance() {
   // Never destroyed: other libraries' exit-time destructors may still call device functions.
   static Simulator* const simulator = new Simulator();
   return *simulator;
@@ -107,7 +107,7 @@ bool Simulator::installFromEnvironment() {
 }
 
 Call::Call(const char* function, std::initializer_list<cairnjson::Value> arguments)
-    : simulator_(Simulator::instance()), lock_(simulator_.mutex()), function_(function) {
+    : simulator_(Simulator::Instance()), lock_(simulator_.mutex()), function_(function) {
   entry_["function"] = cairnjson::Value::makeString(function);
   entry_["arguments"] = cairnjson::Value::makeArray(cairnjson::Value::Elements(arguments));
 }

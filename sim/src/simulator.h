@@ -41,7 +41,7 @@ struct UsbSnapshot {
 class Simulator {
  public:
   // The process's simulator, created on first use with the world QuilbySimReset would load.
-  static Simulator& instance();
+  static Simulator& Instance();
 
   Simulator(const Simulator&) = delete;
   Simulator& operator=(const Simulator&) = delete;

@@ -3,7 +3,7 @@
 // journal; the simulator routes are checked in the world they change.
 #include "frontend.h"
 #include "host_thread.h"
-#include "simulator.h"
+#include "simulator_control.h"
 #include "support/plugin_fixture.h"
 
 #include <memory>
@@ -19,7 +19,7 @@ class PluginRoutesTest : public quilby_test::PluginTest {
  protected:
   void SetUp() override {
     PluginTest::SetUp();
-    simulator_ = quilbyhost::Simulator::attach();
+    simulator_ = quilbyhost::SimulatorControl::attach();
     ASSERT_TRUE(simulator_);
     frontend_ = std::make_unique<quilbyhost::Frontend>(thread_, simulator_.get(), "");
   }
@@ -43,7 +43,7 @@ class PluginRoutesTest : public quilby_test::PluginTest {
   }
 
   quilbyhost::HostThread thread_;
-  std::unique_ptr<quilbyhost::Simulator> simulator_;
+  std::unique_ptr<quilbyhost::SimulatorControl> simulator_;
   std::unique_ptr<quilbyhost::Frontend> frontend_;
 };
 

@@ -3,10 +3,11 @@
 // The host does not link the simulator: it binds to the libquilbysim.so that the plug-in's device
 // libraries brought into the process, so that the world it controls is the one the plug-in
 // measures. With real device libraries there is none, and the simulator routes say so.
-#ifndef QUILBY_HOST_SIMULATOR_H
-#define QUILBY_HOST_SIMULATOR_H
+#ifndef QUILBY_HOST_SIMULATOR_CONTROL_H
+#define QUILBY_HOST_SIMULATOR_CONTROL_H
 
 #include "quilby_sim/control.h"
+#include "util/library_handle.h"
 
 #include <cstdint>
 #include <memory>
@@ -15,14 +16,14 @@
 
 namespace quilbyhost {
 
-class Simulator {
+class SimulatorControl {
  public:
   // Binds to the simulator already loaded in the process (found by its SONAME), so call it after
   // the plug-in is loaded. Null when none is loaded or it lacks a control function.
-  static std::unique_ptr<Simulator> attach();
-  ~Simulator();
-  Simulator(const Simulator&) = delete;
-  Simulator& operator=(const Simulator&) = delete;
+  static std::unique_ptr<SimulatorControl> attach();
+  ~SimulatorControl();
+  SimulatorControl(const SimulatorControl&) = delete;
+  SimulatorControl& operator=(const SimulatorControl&) = delete;
 
   // The control functions of quilby_sim/control.h; texts are returned whole.
   int reset() const;
@@ -42,9 +43,9 @@ class Simulator {
                     double green, double blue) const;
 
  private:
-  Simulator() = default;
+  SimulatorControl() = default;
 
-  void* library_ = nullptr;
+  vesk::LibraryHandle library_;
   decltype(&QuilbySimReset) reset_ = nullptr;
   decltype(&QuilbySimLoadWorld) loadWorld_ = nullptr;
   decltype(&QuilbySimLastError) lastError_ = nullptr;
@@ -65,4 +66,4 @@ bool parseStatus(std::string_view text, std::uint32_t& status);
 
 }  // namespace quilbyhost
 
-#endif  // QUILBY_HOST_SIMULATOR_H
+#endif  // QUILBY_HOST_SIMULATOR_CONTROL_H

@@ -1,4 +1,4 @@
-#include "simulator.h"
+#include "simulator_control.h"
 
 #include "src/status_names.h"
 
@@ -26,18 +26,17 @@ std::string wholeText(Read read) {
 }
 
 template <class Function>
-bool bind(void* library, const char* name, Function& function) {
-  function = reinterpret_cast<Function>(dlsym(library, name));
+bool bind(const vesk::LibraryHandle& library, const char* name, Function& function) {
+  function = reinterpret_cast<Function>(library.symbol(name));
   return function != nullptr;
 }
 
 }  // namespace
 
-std::unique_ptr<Simulator> Simulator::attach() {
-  void* library = dlopen("libquilbysim.so", RTLD_LAZY | RTLD_NOLOAD);
+std::unique_ptr<SimulatorControl> SimulatorControl::attach() {
+  vesk::LibraryHandle library("libquilbysim.so", RTLD_LAZY | RTLD_NOLOAD);
   if (!library) return nullptr;
-  std::unique_ptr<Simulator> simulator(new Simulator());
-  simulator->library_ = library;
+  std::unique_ptr<SimulatorControl> simulator(new SimulatorControl());
   const bool complete =
       bind(library, "QuilbySimReset", simulator->reset_) &&
       bind(library, "QuilbySimLoadWorld", simulator->loadWorld_) &&
@@ -52,16 +51,15 @@ std::unique_ptr<Simulator> Simulator::attach() {
       bind(library, "QuilbySimHoldMonitor", simulator->holdMonitor_) &&
       bind(library, "QuilbySimSetShownColor", simulator->setShownColor_);
   if (!complete) return nullptr;
+  simulator->library_ = std::move(library);
   return simulator;
 }
 
-Simulator::~Simulator() {
-  if (library_) dlclose(library_);
-}
+SimulatorControl::~SimulatorControl() = default;
 
-int Simulator::reset() const { return reset_(); }
+int SimulatorControl::reset() const { return reset_(); }
 
-bool Simulator::loadWorld(const std::string& world, std::string& error) const {
+bool SimulatorControl::loadWorld(const std::string& world, std::string& error) const {
   std::string message(1024, '\0');
   if (loadWorld_(world.c_str(), message.data(), static_cast<std::uint32_t>(message.size())) == 0) {
     return true;
@@ -71,29 +69,29 @@ bool Simulator::loadWorld(const std::string& world, std::string& error) const {
   return false;
 }
 
-std::string Simulator::lastError() const { return wholeText(lastError_); }
-std::string Simulator::world() const { return wholeText(world_); }
-std::string Simulator::journal() const { return wholeText(journal_); }
-std::string Simulator::journalLast(std::uint32_t count) const {
+std::string SimulatorControl::lastError() const { return wholeText(lastError_); }
+std::string SimulatorControl::world() const { return wholeText(world_); }
+std::string SimulatorControl::journal() const { return wholeText(journal_); }
+std::string SimulatorControl::journalLast(std::uint32_t count) const {
   return wholeText(
       [&](char* buffer, std::uint32_t size) { return journalLast_(count, buffer, size); });
 }
-std::string Simulator::criticalSections() const { return wholeText(criticalSections_); }
+std::string SimulatorControl::criticalSections() const { return wholeText(criticalSections_); }
 
-void Simulator::failNext(const std::string& function, std::uint32_t count,
+void SimulatorControl::failNext(const std::string& function, std::uint32_t count,
                          std::uint32_t status) const {
   failNext_(function.c_str(), count, status);
 }
 
-void Simulator::clearFailures() const { clearFailures_(); }
-void Simulator::clearJournal() const { clearJournal_(); }
+void SimulatorControl::clearFailures() const { clearFailures_(); }
+void SimulatorControl::clearJournal() const { clearJournal_(); }
 
-int Simulator::holdMonitor(const std::string& serial, const std::string& product,
+int SimulatorControl::holdMonitor(const std::string& serial, const std::string& product,
                            bool held) const {
   return holdMonitor_(serial.c_str(), product.c_str(), held ? 1 : 0);
 }
 
-int Simulator::setShownColor(const std::string& serial, const std::string& product, double red,
+int SimulatorControl::setShownColor(const std::string& serial, const std::string& product, double red,
                              double green, double blue) const {
   return setShownColor_(serial.c_str(), product.c_str(), red, green, blue);
 }
