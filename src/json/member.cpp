@@ -189,7 +189,8 @@ std::optional<Member> memberOf(const Value& object, std::string_view key) {
 void Member::setText(std::string_view text) {
   length_ = text.size();
   if (length_ <= kInPlace) {
-    std::memcpy(inPlace_, text.data(), length_);
+    // An empty view may have no data at all, which memcpy must not be given.
+    if (length_ != 0) std::memcpy(inPlace_, text.data(), length_);
     longer_.clear();
   } else {
     longer_.assign(text);
