@@ -239,6 +239,10 @@ describe('a new user opens the studio monitor\u2019s sensor and measures', () =>
       await shot(page, 'console-live.png');
       await page.click('#live-toggle');
       await page.locator('#live-status', { hasText: 'Live stopped' }).waitFor();
+      // The series has ended with its last answer: nothing more waits in the sensor's line.
+      const sentByTheEnd = counter.total;
+      await page.waitForFunction(() => !document.querySelector('#opened-list .busy-label'));
+      assert.equal(counter.total - sentByTheEnd, 0, 'readings after the series ended');
     } finally {
       await page.unroute('**/Sensors/*/XYZ');
     }
@@ -433,6 +437,7 @@ describe('what an outside colorimeter cannot do', () => {
     }
     await page.locator('#why-builtIn', { hasText: 'built into a monitor' }).waitFor();
     assert.equal(await page.isDisabled('#measure-xyz'), false);
+    await shot(page, 'console-colorimeter.png');
     await tab('presence');
     assert.equal(await page.isDisabled('#presence-on'), true);
     await page.locator('#why-builtIn').waitFor();
@@ -442,7 +447,6 @@ describe('what an outside colorimeter cannot do', () => {
     await tab('sensor');
     const options = await page.$$eval('#mode-select option', (list) => list.map((o) => [o.value, o.disabled]));
     assert.deepEqual(options, [['0', false], ['1', false], ['2', true]]);
-    await shot(page, 'console-colorimeter.png');
     assert.equal(await failedRequests(), '', 'no request failed');
   });
 

@@ -139,8 +139,8 @@ export function gamutPosition(p, gamut, tolerance = GAMUT_TOLERANCE) {
 }
 
 // How far (in u'v') a reading may lie outside the gamut and still count as on its edge: about
-// the scatter of a colorimeter on a saturated primary.
-export const GAMUT_TOLERANCE = 0.004;
+// what a colorimeter may miss by on a saturated primary.
+export const GAMUT_TOLERANCE = 0.01;
 
 // Whether chromaticity `p` lies inside the gamut or on its edge (see gamutPosition).
 export function insideGamut(p, gamut, tolerance = GAMUT_TOLERANCE) {

@@ -158,14 +158,14 @@ export function checkbox({ id, checked = false, label, onChange, fromState = fal
   return h('label', { class: 'toggle-inline', for: id }, box, label);
 }
 
-// A <details> that stays open or closed across repaintings.
-export function details({ id, summary, className }, ...children) {
+// A <details> that stays open or closed across repaintings; `open` is how it starts.
+export function details({ id, summary, className, open = false }, ...children) {
   return h(
     'details',
     {
       id,
       class: className,
-      open: store.draft(id, false),
+      open: store.draft(id, open),
       on: { toggle: (event) => store.setDraft(id, event.currentTarget.open) },
     },
     h('summary', null, summary),
@@ -198,14 +198,12 @@ function hintView(state, key, id, hint) {
   );
 }
 
-// The envelope exactly as it came, focusable so that it can be scrolled from the keyboard.
-export function envelopeView(text, label = 'Envelope') {
-  return h(
-    'details',
-    { class: 'envelope' },
-    h('summary', null, label),
-    h('pre', { class: 'code', tabindex: '0' }, text),
-  );
+// The envelope exactly as it came, open beside the hint (`id` keeps it open or closed across
+// repaintings), focusable so that it can be scrolled from the keyboard.
+export function envelopeView(text, label = 'Envelope, as it came', id = null) {
+  const pre = h('pre', { class: 'code', tabindex: '0' }, text);
+  if (!id) return h('details', { class: 'envelope' }, h('summary', null, label), pre);
+  return details({ id, summary: label, className: 'envelope', open: true }, pre);
 }
 
 // What the last action of a card gave: a line, and for an error its hint and envelope.
@@ -218,7 +216,7 @@ export function outcomeView(state, key) {
     { class: ['outcome', `outcome-${outcome.kind}`], id, 'data-outcome': key },
     note(outcome.kind, outcome.text),
     outcome.hint ? hintView(state, key, id, outcome.hint) : null,
-    outcome.error?.envelopeText ? envelopeView(outcome.error.envelopeText) : null,
+    outcome.error?.envelopeText ? envelopeView(outcome.error.envelopeText, undefined, `${id}-envelope`) : null,
     outcome.closeSecond
       ? button({
           id: `${id}-close-second`,

@@ -106,7 +106,7 @@ export function renderRequest(state) {
           options: state.routes.map((r) => ({ value: r.entryPoint, label: `${r.entryPoint} \u2014 ${r.path}` })) })),
       h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Method'),
         select({ id: 'req-method', value: defaultMethod(route), options: METHODS.map((m) => ({ value: m, label: m })), onChange: repaint }))),
-    h('div', { class: 'form-row' }, parameterFields(state, route)),
+    route.path.includes('{') ? h('div', { class: 'form-row' }, parameterFields(state, route)) : null,
     h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Query (key, key=value, joined by &)'),
       input({ id: 'req-query', placeholder: 'supports', on: { input: showLine } })),
     h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Body (sent byte for byte)'),
