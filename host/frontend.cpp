@@ -1,5 +1,7 @@
 #include "frontend.h"
 
+#include "colour/export.h"
+#include "colour_routes.h"
 #include "json/cairnjson.h"
 #include "src/status_names.h"
 
@@ -41,10 +43,10 @@ bool startsWith(const std::string& text, const std::string& prefix) {
 }
 
 // The path's segments after `prefix`, decoded; none when the path is not longer than the prefix.
-std::vector<std::string> segmentsAfter(const std::string& path, const std::string& prefix) {
+std::vector<std::string> segmentsAfter(std::string_view path, std::string_view prefix) {
   std::vector<std::string> segments;
   if (path.size() <= prefix.size()) return segments;
-  std::string_view rest = std::string_view(path).substr(prefix.size());
+  std::string_view rest = path.substr(prefix.size());
   while (!rest.empty()) {
     const std::size_t slash = rest.find('/');
     segments.push_back(percentDecode(rest.substr(0, slash), false));
@@ -53,6 +55,39 @@ std::vector<std::string> segmentsAfter(const std::string& path, const std::strin
   }
   return segments;
 }
+
+// Matches the decoded segments of a path against a pattern's: literal segments must be equal,
+// "{name}" segments are collected into `parameters`.
+bool matchPattern(std::string_view pattern, const std::vector<std::string>& segments,
+                  std::vector<std::string>& parameters) {
+  const std::vector<std::string> expected = segmentsAfter(pattern, "/");
+  if (expected.size() != segments.size()) return false;
+  parameters.clear();
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    if (expected[i].size() > 1 && expected[i].front() == '{' && expected[i].back() == '}') {
+      parameters.push_back(segments[i]);
+    } else if (expected[i] != segments[i]) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// A family of host routes: the paths under one prefix.
+struct RouteFamily {
+  const char* prefix;
+  // As messages name it.
+  const char* name;
+  // The one method every route of the family takes, or null.
+  const char* onlyMethod;
+  bool needsSimulator;
+};
+
+const RouteFamily kRouteFamilies[] = {
+    {"/sim", "simulator", nullptr, true},
+    {"/host", "host", "GET", false},
+    {"/colour", "colour", "POST", false},
+};
 
 bool parseJson(const std::string& text, cairnjson::Value& value) {
   cairnjson::Parser parser;
@@ -101,10 +136,9 @@ HostResponse Frontend::handle(const std::string& method, const std::string& targ
       if (!match.ok()) return hostError(match.error.status, match.error.message);
       return callPlugin(match.call);
     }
-    if (path == "/sim" || startsWith(path, "/sim/")) {
-      return handleSimulator(method, path, rawQuery, body);
+    if (std::optional<HostResponse> answered = handleHostRoute(method, path, rawQuery, body)) {
+      return std::move(*answered);
     }
-    if (startsWith(path, "/host/")) return handleHost(method, path);
     const RouteMatch match = mapRestRequest(method, target, body);
     if (!match.ok()) return hostError(match.error.status, match.error.message);
     return callPlugin(match.call);
@@ -113,6 +147,56 @@ HostResponse Frontend::handle(const std::string& method, const std::string& targ
   } catch (...) {
     return hostError(500, "The host failed.");
   }
+}
+
+const std::vector<Frontend::HostRoute>& Frontend::hostRoutes() {
+  static const std::vector<HostRoute> routes = {
+      {"GET", "/host/info", &Frontend::hostInfo},
+      {"GET", "/host/routes", &Frontend::hostRouteTable},
+      {"GET", "/sim/world", &Frontend::simulatorWorld},
+      {"PUT", "/sim/world", &Frontend::simulatorLoadWorld},
+      {"POST", "/sim/reset", &Frontend::simulatorReset},
+      {"GET", "/sim/journal", &Frontend::simulatorJournal},
+      {"DELETE", "/sim/journal", &Frontend::simulatorClearJournal},
+      {"GET", "/sim/criticalSections", &Frontend::simulatorCriticalSections},
+      {"GET", "/sim/functions", &Frontend::simulatorFunctions},
+      {"GET", "/sim/errors", &Frontend::simulatorErrors},
+      {"POST", "/sim/failures", &Frontend::simulatorFail},
+      {"DELETE", "/sim/failures", &Frontend::simulatorClearFailures},
+      {"PUT", "/sim/monitors/{serial}/{product}/shownColor", &Frontend::simulatorShownColour},
+      {"PUT", "/sim/monitors/{serial}/{product}/held", &Frontend::simulatorHold},
+      {"POST", "/colour/derive", &Frontend::colourDerive},
+      {"POST", "/colour/export", &Frontend::colourExport},
+  };
+  return routes;
+}
+
+std::optional<HostResponse> Frontend::handleHostRoute(const std::string& method,
+                                                      const std::string& path,
+                                                      const std::string& rawQuery,
+                                                      const std::string& body) {
+  const RouteFamily* family = nullptr;
+  for (const RouteFamily& candidate : kRouteFamilies) {
+    const std::string prefix = candidate.prefix;
+    if (path == prefix || startsWith(path, prefix + "/")) family = &candidate;
+  }
+  if (!family) return std::nullopt;
+  if (family->needsSimulator && !simulator_) {
+    return hostError(404, "No simulator is loaded: the exports directory holds other device "
+                          "libraries than the simulated ones.");
+  }
+  const std::vector<std::string> segments = segmentsAfter(path, "/");
+  HostRequest request{method, path, rawQuery, body, {}};
+  for (const HostRoute& route : hostRoutes()) {
+    if (method == route.method && matchPattern(route.pattern, segments, request.parameters)) {
+      return (this->*route.handler)(request);
+    }
+  }
+  if (family->onlyMethod && method != family->onlyMethod) {
+    return hostError(405, std::string("The ") + family->name + " routes take " +
+                              family->onlyMethod + " only.");
+  }
+  return hostError(404, std::string("No ") + family->name + " route " + method + " " + path + ".");
 }
 
 HostResponse Frontend::callPlugin(const BridgeCall& call) {
@@ -142,182 +226,187 @@ void Frontend::forgetSensors() {
   simulator_->clearJournal();
 }
 
-HostResponse Frontend::handleHost(const std::string& method, const std::string& path) {
-  if (method != "GET") return hostError(405, "The host routes take GET only.");
-  if (path == "/host/info") {
-    const HostSettings settings = PluginHost::Instance().settings();
-    cairnjson::Value info(cairnjson::Type::Object);
-    info["exportsPath"].setString(settings.exportsPath);
-    info["webPagePath"].setString(settings.htmlPath);
-    info["registryPath"].setString(settings.registryPath);
-    info["architecture"].setString(settings.architecture);
-    info["applicationName"].setString(settings.applicationName);
-    info["consoleDirectory"].setString(consoleDirectory_);
-    info["simulator"].setBool(simulator_ != nullptr);
-    info["pluginLoaded"].setBool(PluginHost::Instance().loaded());
-    return answer(info);
-  }
-  if (path == "/host/routes") {
-    cairnjson::Value routes(cairnjson::Type::Array);
-    for (const RestRoute& route : restRoutes()) {
-      cairnjson::Value row(cairnjson::Type::Object);
-      row["methods"].setString(route.methods);
-      row["path"].setString(route.pattern);
-      row["entryPoint"].setString(route.entryPoint);
-      routes.push_back(row);
-    }
-    return answer(routes);
-  }
-  return hostError(404, "No host route " + path + ".");
+HostResponse Frontend::hostInfo(const HostRequest&) {
+  const HostSettings settings = PluginHost::Instance().settings();
+  cairnjson::Value info(cairnjson::Type::Object);
+  info["exportsPath"].setString(settings.exportsPath);
+  info["webPagePath"].setString(settings.htmlPath);
+  info["registryPath"].setString(settings.registryPath);
+  info["architecture"].setString(settings.architecture);
+  info["applicationName"].setString(settings.applicationName);
+  info["consoleDirectory"].setString(consoleDirectory_);
+  info["simulator"].setBool(simulator_ != nullptr);
+  info["pluginLoaded"].setBool(PluginHost::Instance().loaded());
+  return answer(info);
 }
 
-HostResponse Frontend::handleSimulator(const std::string& method, const std::string& path,
-                                       const std::string& rawQuery, const std::string& body) {
-  if (!simulator_) {
-    return hostError(404, "No simulator is loaded: the exports directory holds other device "
-                          "libraries than the simulated ones.");
+HostResponse Frontend::hostRouteTable(const HostRequest&) {
+  cairnjson::Value routes(cairnjson::Type::Array);
+  for (const RestRoute& route : restRoutes()) {
+    cairnjson::Value row(cairnjson::Type::Object);
+    row["methods"].setString(route.methods);
+    row["path"].setString(route.pattern);
+    row["entryPoint"].setString(route.entryPoint);
+    routes.push_back(row);
   }
-  const Simulator& simulator = *simulator_;
-  const std::vector<std::string> at = segmentsAfter(path, "/sim/");
-  // "METHOD name" for the routes of one segment; the monitor routes go by `at` instead.
-  const std::string route = at.size() == 1 ? method + " " + at.front() : "";
+  return answer(routes);
+}
 
-  if (route == "GET world") {
-    return reply(200, envelopeAround(thread_.run([&] { return simulator.world(); })));
+HostResponse Frontend::simulatorWorld(const HostRequest&) {
+  return reply(200, envelopeAround(thread_.run([&] { return simulator_->world(); })));
+}
+
+HostResponse Frontend::simulatorLoadWorld(const HostRequest& request) {
+  std::string error;
+  const bool loaded = thread_.run([&] {
+    if (!simulator_->loadWorld(request.body, error)) return false;
+    forgetSensors();
+    return true;
+  });
+  if (!loaded) return simulatorError(400, error);
+  return answer(cairnjson::Value());
+}
+
+HostResponse Frontend::simulatorReset(const HostRequest&) {
+  std::string error;
+  const int result = thread_.run([&] {
+    const int status = simulator_->reset();
+    if (status != 0) error = simulator_->lastError();
+    forgetSensors();
+    return status;
+  });
+  if (result != 0) {
+    return simulatorError(400, "The world file was refused, the built-in world was loaded: " +
+                                   error);
   }
-  if (route == "PUT world") {
-    std::string error;
-    const bool loaded = thread_.run([&] {
-      if (!simulator.loadWorld(body, error)) return false;
-      forgetSensors();
-      return true;
-    });
-    if (!loaded) return simulatorError(400, error);
-    return answer(cairnjson::Value());
+  return answer(cairnjson::Value());
+}
+
+HostResponse Frontend::simulatorJournal(const HostRequest& request) {
+  std::string text = thread_.run([&] { return simulator_->journal(); });
+  std::string last;
+  if (!queryValue(request.rawQuery, "last", last)) return reply(200, envelopeAround(text));
+  std::size_t count = 0;
+  const auto [end, error] = std::from_chars(last.data(), last.data() + last.size(), count);
+  if (error != std::errc() || end != last.data() + last.size()) {
+    return simulatorError(400, "last must be a whole number.");
   }
-  if (route == "POST reset") {
-    std::string error;
-    const int result = thread_.run([&] {
-      const int status = simulator.reset();
-      if (status != 0) error = simulator.lastError();
-      forgetSensors();
-      return status;
-    });
-    if (result != 0) {
-      return simulatorError(400, "The world file was refused, the built-in world was loaded: " +
-                                     error);
-    }
-    return answer(cairnjson::Value());
+  cairnjson::Value entries;
+  parseJson(text, entries);
+  const cairnjson::Value::Elements& all = entries.elements();
+  const std::size_t from = all.size() > count ? all.size() - count : 0;
+  return answer(cairnjson::Value::makeArray(
+      cairnjson::Value::Elements(all.begin() + static_cast<std::ptrdiff_t>(from), all.end())));
+}
+
+HostResponse Frontend::simulatorClearJournal(const HostRequest&) {
+  thread_.run([&] { simulator_->clearJournal(); });
+  return answer(cairnjson::Value());
+}
+
+HostResponse Frontend::simulatorCriticalSections(const HostRequest&) {
+  return reply(200, envelopeAround(thread_.run([&] { return simulator_->criticalSections(); })));
+}
+
+HostResponse Frontend::simulatorFunctions(const HostRequest&) {
+  const auto functions = quilbysim::deviceFunctions();
+  std::vector<std::string_view> sorted(functions.begin(), functions.end());
+  std::sort(sorted.begin(), sorted.end());
+  cairnjson::Value names(cairnjson::Type::Array);
+  for (const std::string_view name : sorted) {
+    names.push_back(cairnjson::Value::makeString(std::string(name)));
   }
-  if (route == "GET journal") {
-    std::string text = thread_.run([&] { return simulator.journal(); });
-    std::string last;
-    if (!queryValue(rawQuery, "last", last)) return reply(200, envelopeAround(text));
-    std::size_t count = 0;
-    const auto [end, error] = std::from_chars(last.data(), last.data() + last.size(), count);
-    if (error != std::errc() || end != last.data() + last.size()) {
-      return simulatorError(400, "last must be a whole number.");
-    }
-    cairnjson::Value entries;
-    parseJson(text, entries);
-    const cairnjson::Value::Elements& all = entries.elements();
-    const std::size_t from = all.size() > count ? all.size() - count : 0;
-    return answer(cairnjson::Value::makeArray(
-        cairnjson::Value::Elements(all.begin() + static_cast<std::ptrdiff_t>(from), all.end())));
+  return answer(names);
+}
+
+HostResponse Frontend::simulatorErrors(const HostRequest&) {
+  cairnjson::Value codes(cairnjson::Type::Array);
+  for (const quilbysim::NamedStatus& entry : quilbysim::namedStatuses()) {
+    cairnjson::Value row(cairnjson::Type::Object);
+    row["name"].setString(entry.name);
+    row["code"].setInteger(entry.status);
+    codes.push_back(row);
   }
-  if (route == "DELETE journal") {
-    thread_.run([&] { simulator.clearJournal(); });
-    return answer(cairnjson::Value());
+  return answer(codes);
+}
+
+HostResponse Frontend::simulatorFail(const HostRequest& request) {
+  cairnjson::Value failure;
+  if (!parseJson(request.body, failure) || !failure.isObject() || !failure["function"].isString()) {
+    return simulatorError(400, "The body must be {\"function\": name, \"count\": n, "
+                               "\"status\": code or EMERR_ name}.");
   }
-  if (route == "GET criticalSections") {
-    return reply(200, envelopeAround(thread_.run([&] { return simulator.criticalSections(); })));
+  const std::string function = failure["function"].stringRef();
+  if (!quilbysim::isDeviceFunction(function)) {
+    return simulatorError(400, "\"" + function + "\" is not a device-library function.");
   }
-  if (route == "GET functions") {
-    const auto functions = quilbysim::deviceFunctions();
-    std::vector<std::string_view> sorted(functions.begin(), functions.end());
-    std::sort(sorted.begin(), sorted.end());
-    cairnjson::Value names(cairnjson::Type::Array);
-    for (const std::string_view name : sorted) {
-      names.push_back(cairnjson::Value::makeString(std::string(name)));
-    }
-    return answer(names);
+  const cairnjson::Value& countValue = failure["count"];
+  if (!countValue.isNull() && !isUint32(countValue)) {
+    return simulatorError(400, "count must be a whole number from 0 (remove) upwards.");
   }
-  if (route == "GET errors") {
-    cairnjson::Value codes(cairnjson::Type::Array);
-    for (const quilbysim::NamedStatus& entry : quilbysim::namedStatuses()) {
-      cairnjson::Value row(cairnjson::Type::Object);
-      row["name"].setString(entry.name);
-      row["code"].setInteger(entry.status);
-      codes.push_back(row);
+  std::uint32_t status = 0x80000000u;
+  const cairnjson::Value& statusValue = failure["status"];
+  if (isUint32(statusValue)) {
+    status = static_cast<std::uint32_t>(statusValue.toLLong(0));
+  } else if (statusValue.isString()) {
+    if (!parseStatus(statusValue.stringRef(), status)) {
+      return simulatorError(400, "status \"" + statusValue.stringRef() +
+                                     "\" is not a number, 0x text or EMERR_ name.");
     }
-    return answer(codes);
+  } else if (!statusValue.isNull()) {
+    return simulatorError(400, "status must be a number, 0x text or EMERR_ name.");
   }
-  if (route == "POST failures") {
-    cairnjson::Value failure;
-    if (!parseJson(body, failure) || !failure.isObject() || !failure["function"].isString()) {
-      return simulatorError(400, "The body must be {\"function\": name, \"count\": n, "
-                                 "\"status\": code or EMERR_ name}.");
-    }
-    const std::string function = failure["function"].stringRef();
-    if (!quilbysim::isDeviceFunction(function)) {
-      return simulatorError(400, "\"" + function + "\" is not a device-library function.");
-    }
-    const cairnjson::Value& countValue = failure["count"];
-    if (!countValue.isNull() && !isUint32(countValue)) {
-      return simulatorError(400, "count must be a whole number from 0 (remove) upwards.");
-    }
-    std::uint32_t status = 0x80000000u;
-    const cairnjson::Value& statusValue = failure["status"];
-    if (isUint32(statusValue)) {
-      status = static_cast<std::uint32_t>(statusValue.toLLong(0));
-    } else if (statusValue.isString()) {
-      if (!parseStatus(statusValue.stringRef(), status)) {
-        return simulatorError(400, "status \"" + statusValue.stringRef() +
-                                       "\" is not a number, 0x text or EMERR_ name.");
-      }
-    } else if (!statusValue.isNull()) {
-      return simulatorError(400, "status must be a number, 0x text or EMERR_ name.");
-    }
-    const auto count = static_cast<std::uint32_t>(countValue.isNull() ? 1 : countValue.toLLong(1));
-    thread_.run([&] { simulator.failNext(function, count, status); });
-    return answer(cairnjson::Value());
+  const auto count = static_cast<std::uint32_t>(countValue.isNull() ? 1 : countValue.toLLong(1));
+  thread_.run([&] { simulator_->failNext(function, count, status); });
+  return answer(cairnjson::Value());
+}
+
+HostResponse Frontend::simulatorClearFailures(const HostRequest&) {
+  thread_.run([&] { simulator_->clearFailures(); });
+  return answer(cairnjson::Value());
+}
+
+HostResponse Frontend::simulatorShownColour(const HostRequest& request) {
+  const std::string& serial = request.parameters[0];
+  const std::string& product = request.parameters[1];
+  cairnjson::Value rgb;
+  bool valid = parseJson(request.body, rgb) && rgb.isArray() && rgb.size() == 3;
+  double channels[3] = {0, 0, 0};
+  for (unsigned long i = 0; valid && i < 3; ++i) {
+    valid = rgb[i].isNumber() && rgb[i].toDouble(-1) >= 0 && rgb[i].toDouble(-1) <= 1;
+    channels[i] = rgb[i].toDouble(0);
   }
-  if (route == "DELETE failures") {
-    thread_.run([&] { simulator.clearFailures(); });
-    return answer(cairnjson::Value());
+  if (!valid) return simulatorError(400, "The body must be [red, green, blue], each from 0 to 1.");
+  const int result = thread_.run([&] {
+    return simulator_->setShownColor(serial, product, channels[0], channels[1], channels[2]);
+  });
+  if (result != 0) return simulatorError(404, "No monitor " + serial + " / " + product + ".");
+  return answer(cairnjson::Value());
+}
+
+HostResponse Frontend::simulatorHold(const HostRequest& request) {
+  const std::string& serial = request.parameters[0];
+  const std::string& product = request.parameters[1];
+  cairnjson::Value held;
+  if (!parseJson(request.body, held) || !held.isBool()) {
+    return simulatorError(400, "The body must be true (another program holds the monitor) or "
+                               "false.");
   }
-  if (at.size() == 4 && at[0] == "monitors" && method == "PUT" && at[3] == "shownColor") {
-    cairnjson::Value rgb;
-    bool valid = parseJson(body, rgb) && rgb.isArray() && rgb.size() == 3;
-    double channels[3] = {0, 0, 0};
-    for (unsigned long i = 0; valid && i < 3; ++i) {
-      valid = rgb[i].isNumber() && rgb[i].toDouble(-1) >= 0 && rgb[i].toDouble(-1) <= 1;
-      channels[i] = rgb[i].toDouble(0);
-    }
-    if (!valid) {
-      return simulatorError(400, "The body must be [red, green, blue], each from 0 to 1.");
-    }
-    const int result = thread_.run([&] {
-      return simulator.setShownColor(at[1], at[2], channels[0], channels[1], channels[2]);
-    });
-    if (result != 0) return simulatorError(404, "No monitor " + at[1] + " / " + at[2] + ".");
-    return answer(cairnjson::Value());
+  const int result =
+      thread_.run([&] { return simulator_->holdMonitor(serial, product, held.toInt(0) != 0); });
+  if (result != 0) {
+    return simulatorError(409, "No monitor " + serial + " / " + product +
+                                   ", or this process holds its critical section.");
   }
-  if (at.size() == 4 && at[0] == "monitors" && method == "PUT" && at[3] == "held") {
-    cairnjson::Value held;
-    if (!parseJson(body, held) || !held.isBool()) {
-      return simulatorError(400, "The body must be true (another program holds the monitor) or "
-                                 "false.");
-    }
-    const int result = thread_.run(
-        [&] { return simulator.holdMonitor(at[1], at[2], held.toInt(0) != 0); });
-    if (result != 0) {
-      return simulatorError(409, "No monitor " + at[1] + " / " + at[2] +
-                                     ", or this process holds its critical section.");
-    }
-    return answer(cairnjson::Value());
-  }
-  return hostError(404, "No simulator route " + method + " " + path + ".");
+  return answer(cairnjson::Value());
+}
+
+HostResponse Frontend::colourDerive(const HostRequest& request) {
+  return deriveReadings(request.body);
+}
+
+HostResponse Frontend::colourExport(const HostRequest& request) {
+  return exportReadings(request.rawQuery, request.body, quilbycolour::currentUtcTime());
 }
 
 }  // namespace quilbyhost

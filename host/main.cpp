@@ -1,8 +1,11 @@
 // quilby-host: the development host. Loads libquilby.so as a host application does, and drives
-// it from HTTP (bridge route, REST routes, web console) or from lines of text (run, shell).
+// it from HTTP (bridge route, REST routes, web console), from lines of text (run, shell), or
+// measures with one sensor (measure).
 #include "frontend.h"
 #include "host_thread.h"
 #include "http_server.h"
+#include "line_editor.h"
+#include "measure.h"
 #include "options.h"
 #include "plugin_host.h"
 #include "script.h"
@@ -14,9 +17,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -87,23 +93,38 @@ int serve(Frontend& frontend, const HostOptions& options, SignalWatcher& watcher
   return served ? 0 : 1;
 }
 
-int runLines(Frontend& frontend, const HostOptions& options, SignalWatcher& watcher) {
+// run and shell. `fd` is the request file of run, already opened.
+int runLines(Frontend& frontend, const HostOptions& options, SignalWatcher& watcher, int fd) {
   const bool fromFile = options.mode == Mode::Run;
-  const int fd = fromFile ? open(options.file.c_str(), O_RDONLY | O_CLOEXEC) : STDIN_FILENO;
-  if (fd < 0) {
-    std::fprintf(stderr, "quilby-host: cannot read %s\n", options.file.c_str());
-    return 2;
+  const bool interactive = !fromFile && isatty(STDIN_FILENO) != 0;
+  ScriptSettings settings;
+  settings.echo = fromFile && !options.quiet;
+  settings.shellCommands = !fromFile;
+  settings.showCaptures = interactive && !options.quiet;
+  settings.sourceName = fromFile ? options.file : "";
+  std::unique_ptr<LineSource> source;
+  if (interactive) {
+    if (!options.quiet) {
+      std::fputs("quilby-host: help lists what a line can be; quit or Ctrl-D ends\n", stderr);
+    }
+    source = std::make_unique<LineEditor>("quilby> ", defaultHistoryFile());
+  } else {
+    source = std::make_unique<LineReader>(fromFile ? fd : STDIN_FILENO);
   }
-  int status = 0;
-  {
-    LineReader reader(fd);
-    watcher.onSignal([&reader] { reader.wake(); });
-    const bool prompt = !fromFile && isatty(STDIN_FILENO) != 0;
-    const ScriptOutcome outcome = runScript(frontend, reader, stdout, stderr, fromFile, prompt);
-    watcher.onSignal(nullptr);
-    if (fromFile && outcome.failures > 0) status = 1;
-  }
-  if (fromFile) close(fd);
+  watcher.onSignal([&source] { source->wake(); });
+  const ScriptOutcome outcome = runScript(frontend, *source, stdout, stderr, settings);
+  watcher.onSignal(nullptr);
+  if (!options.quiet) std::fprintf(stderr, "quilby-host: %s\n", summaryText(outcome).c_str());
+  return outcome.failures > 0 ? 1 : 0;
+}
+
+int measure(Frontend& frontend, bool simulator, const HostOptions& options,
+            SignalWatcher& watcher) {
+  std::atomic<bool> stop{false};
+  watcher.onSignal([&stop] { stop = true; });
+  const int status =
+      runMeasure(frontend, simulator, options.measure, options.quiet, stdout, stderr, stop);
+  watcher.onSignal(nullptr);
   return status;
 }
 
@@ -122,8 +143,33 @@ int main(int argc, char** argv) {
     std::fputs(usageText(defaults).c_str(), stdout);
     return 0;
   }
+  if (options.mode == Mode::Version) {
+    std::printf("%s\n", versionText().c_str());
+    return 0;
+  }
+  // What can fail without the plug-in fails before it is loaded.
+  int requestFile = -1;
+  if (options.mode == Mode::Run) {
+    requestFile = open(options.file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (requestFile < 0) {
+      std::fprintf(stderr, "quilby-host: cannot read %s: %s\n", options.file.c_str(),
+                   std::strerror(errno));
+      return 2;
+    }
+  }
+  if (options.mode == Mode::Measure && !checkMeasureFiles(options.measure, error)) {
+    std::fprintf(stderr, "quilby-host: %s\n", error.c_str());
+    return 2;
+  }
   // The simulator reads it when the plug-in first reaches a device library.
   if (!options.world.empty()) setenv("QUILBY_SIM_WORLD", options.world.c_str(), 1);
+  // The plug-in's request log would drown what quiet runs, measure and a person at the shell's
+  // prompt see, unless it is sent to a file of its own.
+  const bool interactive = options.mode == Mode::Shell && isatty(STDIN_FILENO) != 0;
+  if ((options.quiet || options.mode == Mode::Measure || interactive) &&
+      !std::getenv("QUILBY_LOG")) {
+    setenv("QUILBY_LOG", "/dev/null", 1);
+  }
   signal(SIGPIPE, SIG_IGN);
 
   SignalWatcher watcher;
@@ -133,15 +179,18 @@ int main(int argc, char** argv) {
   const std::string plugin = options.settings.exportsPath + "/libquilby.so";
   if (!hostThread.run([&] { return host.load(plugin, error); })) {
     std::fprintf(stderr, "quilby-host: %s\n", error.c_str());
+    if (requestFile >= 0) close(requestFile);
     return 1;
   }
   hostThread.run([&] { host.setUp(); });
   std::unique_ptr<Simulator> simulator = Simulator::attach();
-  std::fprintf(stderr, "quilby-host: %s loaded, Setup called; %s\n", plugin.c_str(),
-               !simulator             ? "no simulator (real device libraries)"
-               : !std::getenv("QUILBY_SIM_WORLD")
-                   ? "simulated device world: built-in"
-                   : "simulated device world: from QUILBY_SIM_WORLD");
+  if (!options.quiet) {
+    std::fprintf(stderr, "quilby-host: %s loaded, Setup called; %s\n", plugin.c_str(),
+                 !simulator             ? "no simulator (real device libraries)"
+                 : !std::getenv("QUILBY_SIM_WORLD")
+                     ? "simulated device world: built-in"
+                     : "simulated device world: from QUILBY_SIM_WORLD");
+  }
   if (const std::string refused = simulator ? simulator->lastError() : ""; !refused.empty()) {
     std::fprintf(stderr, "quilby-host: the world file was refused (%s); the built-in world is "
                          "used\n", refused.c_str());
@@ -150,13 +199,17 @@ int main(int argc, char** argv) {
   int status = 0;
   {
     Frontend frontend(hostThread, simulator.get(), options.server.consoleDirectory);
-    status = options.mode == Mode::Serve ? serve(frontend, options, watcher)
-                                         : runLines(frontend, options, watcher);
+    switch (options.mode) {
+      case Mode::Serve: status = serve(frontend, options, watcher); break;
+      case Mode::Measure: status = measure(frontend, simulator != nullptr, options, watcher); break;
+      default: status = runLines(frontend, options, watcher, requestFile); break;
+    }
   }
+  if (requestFile >= 0) close(requestFile);
   hostThread.run([&] {
     host.tearDown();
     host.unload();
   });
-  std::fprintf(stderr, "quilby-host: TearDown called, plug-in unloaded\n");
+  if (!options.quiet) std::fprintf(stderr, "quilby-host: TearDown called, plug-in unloaded\n");
   return status;
 }

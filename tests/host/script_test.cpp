@@ -1,12 +1,19 @@
-// The command-line front end: request lines and the reader that a signal can interrupt.
+// The command-line front end: request lines, variables, the runner against the host's own routes
+// (no plug-in), and the reader that a signal can interrupt.
 #include "script.h"
+
+#include "host_thread.h"
 
 #include <gtest/gtest.h>
 
 #include <unistd.h>
 
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -38,6 +45,214 @@ TEST(ScriptLineTest, ReadsMethodPathAndTheRestAsBody) {
     EXPECT_FALSE(line.isRequest) << text;
     EXPECT_EQ(!line.error.empty(), malformed) << text;
   }
+}
+
+TEST(ScriptLineTest, ReadsCapturesAndSaves) {
+  const struct {
+    const char* line;
+    const char* capture;
+    const char* selector;
+    const char* saveTo;
+    const char* method;
+    const char* target;
+    const char* body;
+  } cases[] = {
+      {"sensor = POST /Sensors/33", "sensor", ".value", "", "POST", "/Sensors/33", ""},
+      {"  y=.value.XYZ.Y get /Sensors/$s/XYZ", "y", ".value.XYZ.Y", "", "GET", "/Sensors/$s/XYZ", ""},
+      {"id_2 = .value.0.deviceID GET /Sensors?connected", "id_2", ".value.0.deviceID", "", "GET",
+       "/Sensors?connected", ""},
+      {"save out.csv POST /colour/export?format=csv {\"readings\": []}", "", "", "out.csv", "POST",
+       "/colour/export?format=csv", "{\"readings\": []}"},
+      {"PUT /Sensors/$s/Mode {\"a\" = 1}", "", "", "", "PUT", "/Sensors/$s/Mode", "{\"a\" = 1}"},
+  };
+  for (const auto& c : cases) {
+    const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(c.line);
+    EXPECT_TRUE(line.isRequest) << c.line << ": " << line.error;
+    EXPECT_EQ(line.capture, c.capture) << c.line;
+    EXPECT_EQ(line.selector, c.selector) << c.line;
+    EXPECT_EQ(line.saveTo, c.saveTo) << c.line;
+    EXPECT_EQ(line.method, c.method) << c.line;
+    EXPECT_EQ(line.target, c.target) << c.line;
+    EXPECT_EQ(line.body, c.body) << c.line;
+  }
+  for (const char* malformed : {"x =", "x = GET", "x = .value", "x = .value..Y GET /a",
+                                "x = . GET /a", "x = .value. GET /a", "save out.csv",
+                                "save out.csv GET"}) {
+    const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(malformed);
+    EXPECT_FALSE(line.isRequest) << malformed;
+    EXPECT_FALSE(line.error.empty()) << malformed;
+  }
+}
+
+TEST(ScriptVariablesTest, SubstitutesNamesAndKeepsOtherDollars) {
+  const quilbyhost::ScriptVariables variables = {{"s", "5f0c"}, {"s2", "X"}, {"white", "{\"X\":1}"}};
+  const std::pair<const char*, const char*> cases[] = {
+      {"/Sensors/$s/XYZ", "/Sensors/5f0c/XYZ"},
+      {"${s}2 $s2", "5f0c2 X"},
+      {"{\"XYZ\": $white}", "{\"XYZ\": {\"X\":1}}"},
+      {"costs $$5 or $5, $ alone, $-", "costs $5 or $5, $ alone, $-"},
+      {"end$", "end$"},
+  };
+  for (const auto& [text, want] : cases) {
+    std::string result;
+    std::string error;
+    EXPECT_TRUE(quilbyhost::substituteVariables(text, variables, result, error)) << text << error;
+    EXPECT_EQ(result, want) << text;
+  }
+  const std::pair<const char*, const char*> refused[] = {
+      {"/Sensors/$sensor/XYZ", "unknown variable $sensor"},
+      {"${s", "unterminated ${"},
+      {"${}", "unknown variable $"},
+  };
+  for (const auto& [text, message] : refused) {
+    std::string result = "unchanged";
+    std::string error;
+    std::string missing;
+    EXPECT_FALSE(quilbyhost::substituteVariables(text, variables, result, error, &missing)) << text;
+    EXPECT_EQ(error.rfind(message, 0), 0u) << error;
+    EXPECT_EQ(result, "unchanged");
+  }
+}
+
+TEST(ScriptVariablesTest, SelectsFromTheAnswer) {
+  const std::string answer =
+      R"({"error":null,"value":{"XYZ":{"X":152.5,"Y":160},"list":[{"deviceID":33}],"name":"QM","on":true,"none":null}})";
+  const std::pair<const char*, const char*> cases[] = {
+      {".value.name", "QM"}, {".value.XYZ.Y", "160"}, {".value.XYZ", R"({"X":152.5,"Y":160})"},
+      {".value.list.0.deviceID", "33"}, {".value.on", "true"},
+  };
+  for (const auto& [selector, want] : cases) {
+    std::string text;
+    std::string error;
+    EXPECT_TRUE(quilbyhost::selectFromAnswer(answer, selector, text, error)) << selector << error;
+    EXPECT_EQ(text, want) << selector;
+  }
+  const std::pair<const char*, const char*> refused[] = {
+      {".value.XYZ.Q", "the answer has no .value.XYZ.Q"},
+      {".value.list.1.deviceID", "the answer has no .value.list.1"},
+      {".value.name.first", "the answer has no .value.name.first"},
+      {".value.none", "the answer's .value.none is null"},
+      {".error", "the answer's .error is null"},
+  };
+  for (const auto& [selector, message] : refused) {
+    std::string text;
+    std::string error;
+    EXPECT_FALSE(quilbyhost::selectFromAnswer(answer, selector, text, error)) << selector;
+    EXPECT_EQ(error, message);
+  }
+  std::string text;
+  std::string error;
+  EXPECT_FALSE(quilbyhost::selectFromAnswer("time,sensor\r\n", ".value", text, error));
+}
+
+// A runner over the host's own routes, which need neither plug-in nor simulator.
+class ScriptRunnerTest : public testing::Test {
+ protected:
+  ScriptRunnerTest() : out_(std::tmpfile()), errors_(std::tmpfile()) {}
+  ~ScriptRunnerTest() override {
+    std::fclose(out_);
+    std::fclose(errors_);
+  }
+
+  static std::string contents(std::FILE* file) {
+    std::rewind(file);
+    std::string text;
+    char buffer[4096];
+    for (std::size_t got; (got = std::fread(buffer, 1, sizeof buffer, file)) > 0;) {
+      text.append(buffer, got);
+    }
+    return text;
+  }
+
+  quilbyhost::ScriptOutcome run(const std::vector<std::string>& lines,
+                                quilbyhost::ScriptSettings settings) {
+    quilbyhost::ScriptRunner runner(frontend_, out_, errors_, std::move(settings));
+    int number = 0;
+    for (const std::string& line : lines) {
+      if (!runner.runLine(line, ++number)) break;
+    }
+    return runner.outcome();
+  }
+
+  quilbyhost::HostThread thread_;
+  quilbyhost::Frontend frontend_{thread_, nullptr, ""};
+  std::FILE* out_;
+  std::FILE* errors_;
+};
+
+TEST_F(ScriptRunnerTest, CapturesFeedLaterLinesAndFailuresAreCountedWithTheirLine) {
+  quilbyhost::ScriptSettings settings;
+  settings.echo = true;
+  settings.sourceName = "session.txt";
+  const quilbyhost::ScriptOutcome outcome = run(
+      {"# a comment",
+       "arch = .value.architecture GET /host/info",
+       "GET /host/$arch",
+       "white = .value.derived.0.XYZ POST /colour/derive {\"readings\": [[1, 2, 3]]}",
+       "x = .value.derived.0.xy.0 POST /colour/derive {\"readings\": [$white]}",
+       "sensor = POST /Nowhere",
+       "GET /Sensors/$sensor/XYZ",
+       "GET /Sensors/$nobody",
+       "not a request",
+       "gone = .value.missing GET /host/info"},
+      settings);
+  EXPECT_EQ(outcome.requests, 9);
+  EXPECT_EQ(outcome.succeeded, 3);
+  EXPECT_EQ(outcome.failures, 6);
+  EXPECT_EQ(quilbyhost::summaryText(outcome), "9 requests, 3 answered 2xx, 6 failed");
+
+  const std::string out = contents(out_);
+  EXPECT_NE(out.find("> GET /host/x86_64\n404 "), std::string::npos) << out;
+  EXPECT_NE(out.find("> x = .value.derived.0.xy.0 POST /colour/derive {\"readings\": [[1,2,3]]}\n200 "),
+            std::string::npos)
+      << out;
+  EXPECT_EQ(out.find("$sensor"), std::string::npos) << "a line with an unknown variable is not sent";
+  EXPECT_EQ(contents(errors_),
+            "session.txt:3: GET /host/x86_64 answered 404: No host route GET /host/x86_64.\n"
+            "session.txt:6: POST /Nowhere answered 404: No resource answers POST /Nowhere.\n"
+            "session.txt:7: unknown variable $sensor (line 6, which was to set it, failed)\n"
+            "session.txt:8: unknown variable $nobody\n"
+            "session.txt:9: expected METHOD PATH [body], with a path starting with /\n"
+            "session.txt:10: gone was not set: the answer has no .value.missing\n");
+}
+
+TEST_F(ScriptRunnerTest, SavesAnAnswerToAFile) {
+  const std::filesystem::path file =
+      std::filesystem::temp_directory_path() / ("quilby-save-" + std::to_string(getpid()) + ".csv");
+  quilbyhost::ScriptSettings settings;
+  const quilbyhost::ScriptOutcome outcome = run(
+      {"save " + file.string() + " POST /colour/export?format=csv {\"readings\": [{\"XYZ\": [1, 2, 3]}]}",
+       "save " + file.string() + ".not POST /colour/export?format=xls {}",
+       "save /nonexistent-directory/x.csv POST /colour/export?format=csv {\"readings\": [{\"XYZ\": [1, 2, 3]}]}"},
+      settings);
+  EXPECT_EQ(outcome.succeeded, 1);
+  EXPECT_EQ(outcome.failures, 2);
+  std::ifstream saved(file, std::ios::binary);
+  std::string header;
+  std::getline(saved, header);
+  EXPECT_EQ(header, "time,sensor,mode,corrected,X,Y,Z,x,y,u',v',CCT,Duv\r");
+  const std::string out = contents(out_);
+  EXPECT_EQ(out.rfind("200 saved " + file.string() + " (", 0), 0u) << out;
+  EXPECT_NE(out.find("\n400 {\"error\""), std::string::npos) << "a refusal is printed, not saved";
+  EXPECT_FALSE(std::filesystem::exists(file.string() + ".not"));
+  EXPECT_NE(contents(errors_).find("line 3: cannot write /nonexistent-directory/x.csv"),
+            std::string::npos);
+  std::filesystem::remove(file);
+}
+
+TEST_F(ScriptRunnerTest, ShellCommandsListVariablesAndQuit) {
+  quilbyhost::ScriptSettings settings;
+  settings.shellCommands = true;
+  const quilbyhost::ScriptOutcome outcome =
+      run({"help", "a = .value.architecture GET /host/info", " vars ", "quit", "GET /host/info"},
+          settings);
+  EXPECT_EQ(outcome.requests, 1) << "nothing after quit runs";
+  const std::string out = contents(out_);
+  EXPECT_NE(out.find("A line is a request"), std::string::npos);
+  EXPECT_NE(out.find("\na = x86_64\na_time = 20"), std::string::npos) << out;
+  // In a file, the shell's words are no requests.
+  quilbyhost::ScriptSettings fileSettings;
+  EXPECT_EQ(run({"vars"}, fileSettings).failures, 1);
 }
 
 TEST(LineReaderTest, SplitsLinesAcrossReadsAndKeepsAnUnfinishedLastLine) {

@@ -1,0 +1,322 @@
+// quilby-host's command line end to end: the measuring script of docs/cli.md against the real
+// plug-in and the simulated device world (its CGATS file read back with Little CMS), run and
+// shell against the plug-in double, measure, and what the program says and exits with.
+#include <gtest/gtest.h>
+#include <lcms2.h>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+namespace fsys = std::filesystem;
+
+std::string readFile(const fsys::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+struct Finished {
+  int status = -1;
+  std::string out;
+  std::string errors;
+};
+
+class CliTest : public testing::Test {
+ protected:
+  void SetUp() override { fsys::create_directories(scratch_); }
+  void TearDown() override { fsys::remove_all(scratch_); }
+
+  // Runs quilby-host with `arguments` in the scratch directory, `input` on its standard input and
+  // `environment` added to the test's; gives up (killing it) after 20 s.
+  Finished run(std::vector<std::string> arguments, const std::string& input = "",
+               const std::vector<std::string>& environment = {}) {
+    arguments.insert(arguments.begin(), QUILBY_HOST_PROGRAM);
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    std::vector<std::string> variables = environment;
+    std::vector<char*> envp;
+    for (std::string& variable : variables) envp.push_back(variable.data());
+    for (char** entry = environ; *entry != nullptr; ++entry) envp.push_back(*entry);
+    envp.push_back(nullptr);
+
+    const fsys::path in = scratch_ / "stdin.txt";
+    const fsys::path out = scratch_ / "stdout.txt";
+    const fsys::path errors = scratch_ / "stderr.txt";
+    std::ofstream(in) << input;
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in.c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addchdir_np(&actions, scratch_.c_str());
+    pid_t pid = -1;
+    Finished finished;
+    const int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    if (spawned != 0) return finished;
+    int status = 0;
+    for (int tenths = 0; waitpid(pid, &status, WNOHANG) == 0; ++tenths) {
+      if (tenths == 200) {
+        kill(pid, SIGKILL);
+        waitpid(pid, &status, 0);
+        ADD_FAILURE() << "quilby-host " << arguments[1] << " did not end within 20 s";
+        break;
+      }
+      usleep(100 * 1000);
+    }
+    finished.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    finished.out = readFile(out);
+    finished.errors = readFile(errors);
+    return finished;
+  }
+
+  // Against the plug-in double, which echoes what each entry point receives.
+  Finished runEcho(std::vector<std::string> arguments, const std::string& input = "") {
+    arguments.insert(arguments.end(), {"--exports", QUILBY_ECHO_EXPORTS_DIR});
+    return run(std::move(arguments), input);
+  }
+
+  fsys::path write(const std::string& name, const std::string& text) {
+    std::ofstream(scratch_ / name) << text;
+    return scratch_ / name;
+  }
+
+  const fsys::path scratch_ =
+      fsys::temp_directory_path() / ("quilby-cli-" + std::to_string(getpid()));
+};
+
+using It8 = std::unique_ptr<void, decltype(&cmsIT8Free)>;
+
+It8 loadCgats(const fsys::path& path) {
+  const std::string text = readFile(path);
+  return It8(cmsIT8LoadFromMem(nullptr, text.data(), static_cast<cmsUInt32Number>(text.size())),
+             &cmsIT8Free);
+}
+
+// The script under the marker line of docs/cli.md, as the page shows it.
+std::string documentedScript() {
+  const std::string page = readFile(QUILBY_CLI_DOC);
+  const std::string marker = "<!-- tests/host/cli_test.cpp runs the script below";
+  const std::size_t at = page.find(marker);
+  if (at == std::string::npos) return "";
+  const std::size_t start = page.find("```text\n", at);
+  const std::size_t end = page.find("\n```", start + 8);
+  if (start == std::string::npos || end == std::string::npos) return "";
+  return page.substr(start + 8, end - start - 8 + 1);
+}
+
+TEST_F(CliTest, TheDocumentedMeasuringScriptKeepsItsReadingsAsCgats) {
+  const std::string script = documentedScript();
+  ASSERT_FALSE(script.empty()) << "no script under the marker in docs/cli.md";
+  write("studio.txt", script);
+  const Finished finished = run({"run", "studio.txt", "--exports", QUILBY_EXPORTS_DIR});
+  ASSERT_EQ(finished.status, 0) << finished.errors;
+  EXPECT_NE(finished.errors.find("quilby-host: 19 requests, 19 answered 2xx, 0 failed\n"),
+            std::string::npos)
+      << finished.errors;
+  // Every answer line follows its request line; the sensor id reached the later paths.
+  const std::vector<std::string> lines = linesOf(finished.out);
+  ASSERT_EQ(lines.size(), 38u) << finished.out;
+  EXPECT_TRUE(std::regex_match(lines[4], std::regex(R"(> name = \.value\.name GET /Sensors/[0-9a-f-]{36})")))
+      << lines[4];
+  EXPECT_EQ(lines.back().rfind("200 saved studio.csv (", 0), 0u) << lines.back();
+
+  const It8 it8 = loadCgats(scratch_ / "studio.cgats.txt");
+  ASSERT_TRUE(it8) << readFile(scratch_ / "studio.cgats.txt");
+  EXPECT_EQ(cmsIT8GetPropertyDbl(it8.get(), "NUMBER_OF_SETS"), 4);
+  const char* const colours[] = {"white", "red", "green", "blue"};
+  for (int set = 0; set < 4; ++set) {
+    const std::string id = std::to_string(set + 1);
+    EXPECT_STREQ(cmsIT8GetData(it8.get(), id.c_str(), "SAMPLE_NAME"), colours[set]);
+    EXPECT_STREQ(cmsIT8GetData(it8.get(), id.c_str(), "SENSOR"), "QM arm sensor");
+    EXPECT_STREQ(cmsIT8GetData(it8.get(), id.c_str(), "CORRECTED"), "true");
+    EXPECT_TRUE(std::regex_match(cmsIT8GetData(it8.get(), id.c_str(), "TIME"),
+                                 std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)")));
+  }
+  // The studio monitor: 160 cd/m² of white at about D65, red near its primary (0.68, 0.32).
+  EXPECT_NEAR(cmsIT8GetDataDbl(it8.get(), "1", "XYZ_Y"), 160, 2);
+  EXPECT_NEAR(cmsIT8GetDataDbl(it8.get(), "1", "LAB_L"), 100, 1e-9);
+  const double redX = cmsIT8GetDataDbl(it8.get(), "2", "XYZ_X");
+  const double redSum = redX + cmsIT8GetDataDbl(it8.get(), "2", "XYZ_Y") +
+                        cmsIT8GetDataDbl(it8.get(), "2", "XYZ_Z");
+  EXPECT_NEAR(redX / redSum, 0.68, 0.005);
+  EXPECT_EQ(linesOf(readFile(scratch_ / "studio.csv")).size(), 5u);
+}
+
+TEST_F(CliTest, RunSaysWhichLinesFailedAndSumsUp) {
+  write("session.txt",
+        "entry = .value.entryPoint POST /Sensors/33\n"
+        "PUT /Sensors/$entry/Mode\n"
+        "GET /Nowhere\n"
+        "GET /Sensors/$sensor/XYZ\n"
+        "a line\n");
+  const Finished finished = runEcho({"run", "session.txt"});
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_NE(finished.errors.find("session.txt:3: GET /Nowhere answered 404: No resource answers "
+                                 "GET /Nowhere.\n"
+                                 "session.txt:4: unknown variable $sensor\n"
+                                 "session.txt:5: expected METHOD PATH [body], with a path "
+                                 "starting with /\n"),
+            std::string::npos)
+      << finished.errors;
+  EXPECT_NE(finished.errors.find("quilby-host: 5 requests, 2 answered 2xx, 3 failed\n"),
+            std::string::npos)
+      << finished.errors;
+  // The double answers the texts it received: the captured entry point reached the next path.
+  EXPECT_NE(finished.out.find("> PUT /Sensors/DeviceID/Mode\n200 "), std::string::npos)
+      << finished.out;
+  EXPECT_NE(finished.out.find(R"("parameters":"{\"id\":\"DeviceID\"}")"), std::string::npos)
+      << finished.out;
+}
+
+TEST_F(CliTest, RunChecksItsFileBeforeLoadingThePlugIn) {
+  const Finished finished = runEcho({"run", "missing.txt"});
+  EXPECT_EQ(finished.status, 2);
+  EXPECT_EQ(finished.errors, "quilby-host: cannot read missing.txt: No such file or directory\n");
+  EXPECT_EQ(finished.out, "");
+}
+
+TEST_F(CliTest, QuietLeavesOnlyTheAnswersAndTheFailures) {
+  write("session.txt", "GET /Sensors?connected\nPUT /Sensors/a/Mode {\"mode\": 1}\n");
+  const Finished quiet = runEcho({"run", "session.txt", "--quiet"});
+  EXPECT_EQ(quiet.status, 0);
+  EXPECT_EQ(quiet.errors, "");
+  const std::vector<std::string> lines = linesOf(quiet.out);
+  ASSERT_EQ(lines.size(), 2u) << quiet.out;
+  for (const std::string& line : lines) EXPECT_EQ(line.rfind("200 {", 0), 0u) << line;
+
+  write("failing.txt", "GET /Nowhere\n");
+  const Finished failing = runEcho({"run", "failing.txt", "-q"});
+  EXPECT_EQ(failing.status, 1);
+  EXPECT_EQ(failing.errors,
+            "failing.txt:1: GET /Nowhere answered 404: No resource answers GET /Nowhere.\n");
+}
+
+TEST_F(CliTest, ShellReadsAPipeWithoutPromptsAndFailsOnABadLine) {
+  const Finished finished =
+      runEcho({"shell"}, "GET /Sensors\nGET Sensors\nvars\nquit\nGET /Sensors\n");
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_EQ(finished.out.find("quilby>"), std::string::npos);
+  EXPECT_EQ(finished.errors.find("quilby>"), std::string::npos);
+  EXPECT_EQ(linesOf(finished.out).size(), 2u) << "one answer, the empty list of variables";
+  EXPECT_NE(finished.errors.find("line 2: expected METHOD PATH [body], with a path starting with "
+                                 "/ (help lists what a line can be)\n"),
+            std::string::npos)
+      << finished.errors;
+  EXPECT_NE(finished.errors.find("quilby-host: 2 requests, 1 answered 2xx, 1 failed\n"),
+            std::string::npos);
+  EXPECT_EQ(runEcho({"shell"}, "GET /Sensors\n").status, 0);
+}
+
+TEST_F(CliTest, VersionAndUnknownOptions) {
+  const Finished version = run({"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.out, std::string("quilby-host ") + QUILBY_HOST_VERSION + "\n");
+  const Finished unknown = run({"shell", "--foo"});
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_EQ(unknown.errors,
+            "quilby-host: unknown option --foo\n(quilby-host --help lists the commands and flags)\n");
+}
+
+TEST_F(CliTest, MeasurePrintsATableWithUnitsAndWritesBothFiles) {
+  const Finished finished =
+      run({"measure", "--monitor", "QM7A0451/QM-27-Studio-Lab", "--count", "2", "--colours",
+           "white,red", "--csv", "out.csv", "--cgats", "out.cgats.txt", "--exports",
+           QUILBY_EXPORTS_DIR});
+  ASSERT_EQ(finished.status, 0) << finished.errors;
+  EXPECT_NE(finished.errors.find("the sensor has an arm: taking it out"), std::string::npos);
+  EXPECT_NE(finished.errors.find("taking the arm in"), std::string::npos);
+  const std::vector<std::string> lines = linesOf(finished.out);
+  ASSERT_GT(lines.size(), 8u) << finished.out;
+  EXPECT_EQ(lines[0], "QM arm sensor (ARM-QM7A0451), 4 readings of corrected XYZ");
+  EXPECT_TRUE(std::regex_search(lines[3], std::regex(R"(^ +# +colour +X +Y +Z +x +y +u' +v' +CCT +Duv +L\* +a\* +b\* +ΔE00 +Δu'v'$)")))
+      << lines[3];
+  EXPECT_TRUE(std::regex_search(lines[4], std::regex(R"(^ +cd/m² +cd/m² +cd/m² +K$)"))) << lines[4];
+  // The first white: about 160 cd/m², D65-like, L* 100 against the white measured, no difference
+  // from itself.
+  EXPECT_TRUE(std::regex_match(
+      lines[5], std::regex(R"( +1  white +1\d\d\.\d\d +1[56]\d\.\d\d +1\d\d\.\d\d +0\.31\d\d +0\.32\d\d +0\.19\d\d +0\.46\d\d +6[45]\d\d +\+0\.00\d\d +(100\.0\d|99\.9\d) +-?0\.\d\d +-?0\.\d\d +0\.00 +0\.0000)")))
+      << lines[5];
+  EXPECT_TRUE(std::regex_match(lines[7], std::regex(R"( +3  red .* +- +- .*)"))) << lines[7];
+  // People get rounded numbers: no long runs of decimals anywhere.
+  EXPECT_FALSE(std::regex_search(finished.out, std::regex(R"(\d\.\d{5})"))) << finished.out;
+  EXPECT_NE(finished.out.find("\nwhite, 2 readings"), std::string::npos);
+  EXPECT_NE(finished.out.find("\n  Y (cd/m²)"), std::string::npos);
+
+  const std::vector<std::string> csv = linesOf(readFile(scratch_ / "out.csv"));
+  ASSERT_EQ(csv.size(), 5u);
+  EXPECT_EQ(csv[0], "time,sensor,mode,corrected,label,X,Y,Z,x,y,u',v',CCT,Duv,L*,a*,b*\r");
+  EXPECT_NE(csv[3].find(",QM arm sensor (ARM-QM7A0451),,true,red,"), std::string::npos) << csv[3];
+  const It8 it8 = loadCgats(scratch_ / "out.cgats.txt");
+  ASSERT_TRUE(it8);
+  EXPECT_EQ(cmsIT8GetPropertyDbl(it8.get(), "NUMBER_OF_SETS"), 4);
+  EXPECT_STREQ(cmsIT8GetData(it8.get(), "4", "SAMPLE_NAME"), "red");
+}
+
+TEST_F(CliTest, AFailedMeasurementPutsTheArmBackAndClosesTheSensor) {
+  const fsys::path world = write("world.json", R"({
+      "monitors": [{"serial": "QMT00001", "product": "QM-T1", "hidHandle": 7}],
+      "sensors": [{"deviceID": 9001, "individualID": 1, "name": "QM test sensor", "serial": "T-1",
+                   "connection": "builtIn", "monitor": "QMT00001", "capabilities": {"arm": true}}],
+      "failures": [{"function": "MDMeasureXYZ2", "skip": 1, "status": "EMERR_MEASURE_ERROR"}]})");
+  const fsys::path log = scratch_ / "plugin.log";
+  const Finished finished =
+      run({"measure", "--monitor", "QMT00001/QM-T1", "--count", "3", "--csv", "never.csv",
+           "--world", world.string(), "--exports", QUILBY_EXPORTS_DIR},
+          "", {"QUILBY_LOG=" + log.string()});
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_NE(finished.errors.find("quilby-host: Measuring XYZ (reading 2) failed: 500 EmError: "
+                                 "Measure error. (Measure XYZ.)\n"),
+            std::string::npos)
+      << finished.errors;
+  EXPECT_EQ(finished.out, "");
+  EXPECT_FALSE(fsys::exists(scratch_ / "never.csv"));
+  // After the failed reading: the arm in, then the sensor closed.
+  const std::string requests = readFile(log);
+  const std::size_t failed = requests.find("statusCode:500");
+  ASSERT_NE(failed, std::string::npos) << requests;
+  const std::size_t armIn = requests.find("method:PUT\turi:/quilby/Sensors/", failed);
+  ASSERT_NE(armIn, std::string::npos) << requests;
+  EXPECT_NE(requests.find("/Arm\t", armIn), std::string::npos);
+  EXPECT_NE(requests.find("method:DELETE\turi:/quilby/Sensors/", armIn), std::string::npos)
+      << requests;
+}
+
+TEST_F(CliTest, MeasureRefusesColoursWithoutTheSimulatorAndUnwritableFiles) {
+  const Finished colours = runEcho({"measure", "--device-id", "33", "--colours", "red"});
+  EXPECT_EQ(colours.status, 1);
+  EXPECT_NE(colours.errors.find("--colours needs the simulated device libraries"),
+            std::string::npos)
+      << colours.errors;
+  const Finished unwritable =
+      runEcho({"measure", "--device-id", "33", "--cgats", "/nonexistent-directory/out.txt"});
+  EXPECT_EQ(unwritable.status, 2);
+  EXPECT_EQ(unwritable.errors.find("loaded"), std::string::npos) << "refused before loading";
+}
+
+}  // namespace

@@ -1,0 +1,247 @@
+// The colour computations against published reference values: the CIEDE2000 test data of Sharma,
+// Wu and Dalal ("The CIEDE2000 Color-Difference Formula: Implementation Notes, Supplementary Test
+// Data, and Mathematical Observations", Color Research and Application 30(1), 2005), and the
+// standard illuminants of CIE 15:2004 (chromaticities, correlated colour temperatures).
+#include "colour/colorimetry.h"
+#include "colour/number_text.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ostream>
+#include <string>
+
+namespace {
+
+using quilbycolour::Xyz;
+
+// A reading of luminance `Y` at chromaticity (x, y).
+Xyz fromXyY(double x, double y, double Y) { return {x / y * Y, Y, (1 - x - y) / y * Y}; }
+
+struct DeltaEPair {
+  double L1, a1, b1, L2, a2, b2, deltaE;
+};
+
+// The 34 pairs of the implementation notes, with their CIEDE2000 to four decimals.
+const DeltaEPair kDeltaEPairs[] = {
+    {50.0000, 2.6772, -79.7751, 50.0000, 0.0000, -82.7485, 2.0425},
+    {50.0000, 3.1571, -77.2803, 50.0000, 0.0000, -82.7485, 2.8615},
+    {50.0000, 2.8361, -74.0200, 50.0000, 0.0000, -82.7485, 3.4412},
+    {50.0000, -1.3802, -84.2814, 50.0000, 0.0000, -82.7485, 1.0000},
+    {50.0000, -1.1848, -84.8006, 50.0000, 0.0000, -82.7485, 1.0000},
+    {50.0000, -0.9009, -85.5211, 50.0000, 0.0000, -82.7485, 1.0000},
+    {50.0000, 0.0000, 0.0000, 50.0000, -1.0000, 2.0000, 2.3669},
+    {50.0000, -1.0000, 2.0000, 50.0000, 0.0000, 0.0000, 2.3669},
+    {50.0000, 2.4900, -0.0010, 50.0000, -2.4900, 0.0009, 7.1792},
+    {50.0000, 2.4900, -0.0010, 50.0000, -2.4900, 0.0010, 7.1792},
+    {50.0000, 2.4900, -0.0010, 50.0000, -2.4900, 0.0011, 7.2195},
+    {50.0000, 2.4900, -0.0010, 50.0000, -2.4900, 0.0012, 7.2195},
+    {50.0000, -0.0010, 2.4900, 50.0000, 0.0009, -2.4900, 4.8045},
+    {50.0000, -0.0010, 2.4900, 50.0000, 0.0010, -2.4900, 4.8045},
+    {50.0000, -0.0010, 2.4900, 50.0000, 0.0011, -2.4900, 4.7461},
+    {50.0000, 2.5000, 0.0000, 50.0000, 0.0000, -2.5000, 4.3065},
+    {50.0000, 2.5000, 0.0000, 73.0000, 25.0000, -18.0000, 27.1492},
+    {50.0000, 2.5000, 0.0000, 61.0000, -5.0000, 29.0000, 22.8977},
+    {50.0000, 2.5000, 0.0000, 56.0000, -27.0000, -3.0000, 31.9030},
+    {50.0000, 2.5000, 0.0000, 58.0000, 24.0000, 15.0000, 19.4535},
+    {50.0000, 2.5000, 0.0000, 50.0000, 3.1736, 0.5854, 1.0000},
+    {50.0000, 2.5000, 0.0000, 50.0000, 3.2972, 0.0000, 1.0000},
+    {50.0000, 2.5000, 0.0000, 50.0000, 1.8634, 0.5757, 1.0000},
+    {50.0000, 2.5000, 0.0000, 50.0000, 3.2592, 0.3350, 1.0000},
+    {60.2574, -34.0099, 36.2677, 60.4626, -34.1751, 39.4387, 1.2644},
+    {63.0109, -31.0961, -5.8663, 62.8187, -29.7946, -4.0864, 1.2630},
+    {61.2901, 3.7196, -5.3901, 61.4292, 2.2480, -4.9620, 1.8731},
+    {35.0831, -44.1164, 3.7933, 35.0232, -40.0716, 1.5901, 1.8645},
+    {22.7233, 20.0904, -46.6940, 23.0331, 14.9730, -42.5619, 2.0373},
+    {36.4612, 47.8580, 18.3852, 36.2715, 50.5065, 21.2231, 1.4146},
+    {90.8027, -2.0831, 1.4410, 91.1528, -1.6435, 0.0447, 1.4441},
+    {90.9257, -0.5406, -0.9208, 88.6381, -0.8985, -0.7239, 1.5381},
+    {6.7747, -0.2908, -2.4247, 5.8714, -0.0985, -2.2286, 0.6377},
+    {2.0776, 0.0795, -1.1350, 0.9033, -0.0636, -0.5514, 0.9082},
+};
+
+void PrintTo(const DeltaEPair& pair, std::ostream* out) {
+  *out << "(" << pair.L1 << ", " << pair.a1 << ", " << pair.b1 << ") (" << pair.L2 << ", "
+       << pair.a2 << ", " << pair.b2 << ")";
+}
+
+class DeltaE2000Test : public testing::TestWithParam<DeltaEPair> {};
+
+TEST_P(DeltaE2000Test, MatchesThePublishedDifferenceBothWays) {
+  const DeltaEPair& pair = GetParam();
+  const quilbycolour::Lab first{pair.L1, pair.a1, pair.b1};
+  const quilbycolour::Lab second{pair.L2, pair.a2, pair.b2};
+  // Published to four decimals.
+  EXPECT_NEAR(quilbycolour::deltaE2000(first, second), pair.deltaE, 1e-4);
+  EXPECT_NEAR(quilbycolour::deltaE2000(second, first), pair.deltaE, 1e-4);
+}
+
+INSTANTIATE_TEST_SUITE_P(SharmaWuDalal, DeltaE2000Test, testing::ValuesIn(kDeltaEPairs),
+                         [](const testing::TestParamInfo<DeltaEPair>& info) {
+                           return "Pair" + std::to_string(info.index + 1);
+                         });
+
+struct Illuminant {
+  const char* name;
+  double x, y;
+  double kelvin;
+  // NAN where no Duv is checked.
+  double duv;
+};
+
+// CIE 15:2004 (2-degree observer); Duv as Ohno lists it ("Practical Use and Calculation of CCT
+// and Duv", LEUKOS 10(1), 2014): A lies on the locus, the daylights above it.
+const Illuminant kIlluminants[] = {
+    {"A", 0.44757, 0.40745, 2856, 0.0},    {"D50", 0.34567, 0.35850, 5003, 0.0033},
+    {"D55", 0.33242, 0.34743, 5503, NAN},  {"D65", 0.31272, 0.32903, 6504, 0.0032},
+    {"D75", 0.29902, 0.31485, 7504, NAN},  {"F11", 0.38052, 0.37713, 4000, NAN},
+};
+
+void PrintTo(const Illuminant& illuminant, std::ostream* out) { *out << illuminant.name; }
+
+class IlluminantTest : public testing::TestWithParam<Illuminant> {};
+
+TEST_P(IlluminantTest, HasItsChromaticityAndColourTemperature) {
+  const Illuminant& illuminant = GetParam();
+  // Any luminance: the chromaticity does not depend on it.
+  const Xyz reading = fromXyY(illuminant.x, illuminant.y, 160.0);
+  const auto xy = quilbycolour::chromaticityXy(reading);
+  ASSERT_TRUE(xy);
+  EXPECT_NEAR(xy->first, illuminant.x, 1e-9);
+  EXPECT_NEAR(xy->second, illuminant.y, 1e-9);
+
+  const auto temperature = quilbycolour::colourTemperature(reading);
+  ASSERT_TRUE(temperature);
+  // Robertson's interpolation lands within 2.5 K of the published values here.
+  EXPECT_NEAR(temperature->kelvin, illuminant.kelvin, 3.0);
+  if (!std::isnan(illuminant.duv)) {
+    EXPECT_NEAR(temperature->duv, illuminant.duv, 2e-4);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cie15, IlluminantTest, testing::ValuesIn(kIlluminants),
+                         [](const testing::TestParamInfo<Illuminant>& info) {
+                           return info.param.name;
+                         });
+
+TEST(ColorimetryTest, D65InTheUniformChromaticityScale) {
+  // D65's XYZ with Y = 100 (CIE 15:2004), and its u'v' as published.
+  const auto uv = quilbycolour::chromaticityUv({95.047, 100.0, 108.883});
+  ASSERT_TRUE(uv);
+  EXPECT_NEAR(uv->first, 0.1978, 5e-5);
+  EXPECT_NEAR(uv->second, 0.4683, 5e-5);
+  const auto illuminantA = quilbycolour::chromaticityUv(fromXyY(0.44757, 0.40745, 1.0));
+  ASSERT_TRUE(illuminantA);
+  EXPECT_NEAR(illuminantA->first, 0.2560, 5e-5);
+  EXPECT_NEAR(illuminantA->second, 0.5243, 5e-5);
+}
+
+TEST(ColorimetryTest, HasNoColourTemperatureFarFromTheLocusOrOutsideItsRange) {
+  const struct {
+    const char* what;
+    Xyz reading;
+  } cases[] = {
+      {"no light", {0, 0, 0}},
+      {"sRGB red, outside the isotherms", fromXyY(0.64, 0.33, 20)},
+      {"sRGB blue, outside the isotherms", fromXyY(0.15, 0.06, 10)},
+      {"saturated green, 0.2 above the locus", fromXyY(0.30, 0.60, 70)},
+      {"deep orange, below 1667 K", fromXyY(0.5857, 0.3931, 1)},
+      {"blue sky, above 15000 K", fromXyY(0.24, 0.24, 1)},
+      {"pink, 0.053 below the locus", fromXyY(0.34, 0.26, 1)},
+  };
+  for (const auto& c : cases) {
+    EXPECT_FALSE(quilbycolour::colourTemperature(c.reading)) << c.what;
+  }
+  // Just inside: 0.02 below the locus near 3000 K.
+  const auto pinkish = quilbycolour::colourTemperature(fromXyY(0.42, 0.36, 1));
+  ASSERT_TRUE(pinkish);
+  EXPECT_LT(pinkish->duv, -0.015);
+  EXPECT_FALSE(quilbycolour::chromaticityXy({0, 0, 0}));
+  EXPECT_FALSE(quilbycolour::chromaticityUv({0, 0, 0}));
+}
+
+TEST(ColorimetryTest, LabIsRelativeToTheWhitesLuminance) {
+  const Xyz white{95.047, 100.0, 108.883};
+  // sRGB red against D65: L*a*b* (53.24, 80.09, 67.20).
+  const Xyz red{41.2456, 21.2673, 1.9334};
+  for (const double scale : {0.01, 1.0, 1.6}) {
+    const Xyz scaledWhite{white.X * scale, white.Y * scale, white.Z * scale};
+    const Xyz scaledRed{red.X * scale, red.Y * scale, red.Z * scale};
+    const quilbycolour::Lab lab = quilbycolour::labAgainstWhite(scaledRed, scaledWhite);
+    EXPECT_NEAR(lab.L, 53.24, 0.01) << scale;
+    EXPECT_NEAR(lab.a, 80.09, 0.01) << scale;
+    EXPECT_NEAR(lab.b, 67.20, 0.01) << scale;
+  }
+  // L* of greys: 18 % is 49.50; below 216/24389 the linear segment (24389/27 times Y).
+  const std::pair<double, double> greys[] = {{1.0, 100.0}, {0.18, 49.496}, {0.008, 7.2263}, {0, 0}};
+  for (const auto& [luminance, lightness] : greys) {
+    const quilbycolour::Lab lab = quilbycolour::labAgainstWhite(
+        {white.X * luminance, white.Y * luminance, white.Z * luminance}, white);
+    EXPECT_NEAR(lab.L, lightness, 1e-3) << luminance;
+    EXPECT_NEAR(lab.a, 0, 1e-9) << luminance;
+    EXPECT_NEAR(lab.b, 0, 1e-9) << luminance;
+  }
+}
+
+TEST(ColorimetryTest, DeriveComparesWithTheReferenceUnderTheWhite) {
+  const Xyz white = fromXyY(0.3127, 0.3290, 160);
+  const Xyz reading = fromXyY(0.3150, 0.3300, 150);
+  const quilbycolour::Derived bare = quilbycolour::derive(reading, std::nullopt, std::nullopt);
+  EXPECT_TRUE(bare.xy && bare.uv && bare.temperature);
+  EXPECT_FALSE(bare.lab || bare.deltaE2000 || bare.deltaUv);
+
+  const quilbycolour::Derived withReference = quilbycolour::derive(reading, std::nullopt, white);
+  EXPECT_FALSE(withReference.lab || withReference.deltaE2000);
+  ASSERT_TRUE(withReference.deltaUv);
+  const auto readingUv = quilbycolour::chromaticityUv(reading);
+  const auto whiteUv = quilbycolour::chromaticityUv(white);
+  EXPECT_NEAR(*withReference.deltaUv, std::hypot(readingUv->first - whiteUv->first,
+                                                 readingUv->second - whiteUv->second), 1e-12);
+
+  const quilbycolour::Derived full = quilbycolour::derive(reading, white, white);
+  ASSERT_TRUE(full.lab && full.deltaE2000);
+  EXPECT_NEAR(*full.deltaE2000,
+              quilbycolour::deltaE2000(*full.lab, quilbycolour::labAgainstWhite(white, white)),
+              1e-12);
+  EXPECT_GT(*full.deltaE2000, 1.0);
+  const quilbycolour::Derived same = quilbycolour::derive(white, white, white);
+  EXPECT_NEAR(*same.deltaE2000, 0, 1e-9);
+  EXPECT_NEAR(*same.deltaUv, 0, 1e-12);
+  EXPECT_FALSE(quilbycolour::derive({0, 0, 0}, white, white).deltaUv);
+}
+
+TEST(ColorimetryTest, StatisticsOfASeries) {
+  const auto four = quilbycolour::statisticsOf({4, 1, 3, 2});
+  ASSERT_TRUE(four);
+  EXPECT_EQ(four->count, 4u);
+  EXPECT_EQ(four->minimum, 1);
+  EXPECT_EQ(four->maximum, 4);
+  EXPECT_DOUBLE_EQ(four->mean, 2.5);
+  ASSERT_TRUE(four->standardDeviation);
+  // The sample standard deviation: sqrt(5 / 3).
+  EXPECT_NEAR(*four->standardDeviation, 1.290994, 1e-6);
+  const auto one = quilbycolour::statisticsOf({7});
+  ASSERT_TRUE(one);
+  EXPECT_FALSE(one->standardDeviation);
+  EXPECT_FALSE(quilbycolour::statisticsOf({}));
+}
+
+TEST(NumberTextTest, FixedDecimalsWithoutNegativeZero) {
+  const struct {
+    double value;
+    int decimals;
+    const char* text;
+    const char* signedText;
+  } cases[] = {
+      {6502.39, 0, "6502", "+6502"},        {0.312721, 4, "0.3127", "+0.3127"},
+      {-0.00004, 4, "0.0000", "0.0000"},    {-0.0011, 4, "-0.0011", "-0.0011"},
+      {1796.5, 2, "1796.50", "+1796.50"},   {1e20, 1, "100000000000000000000.0", "+100000000000000000000.0"},
+      {0.1 + 0.2, 2, "0.30", "+0.30"},      {NAN, 2, "nan", "nan"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(quilbycolour::fixedText(c.value, c.decimals), c.text) << c.value;
+    EXPECT_EQ(quilbycolour::signedFixedText(c.value, c.decimals), c.signedText) << c.value;
+  }
+}
+
+}  // namespace
