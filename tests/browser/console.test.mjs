@@ -392,6 +392,33 @@ describe('every resource from its own place', () => {
     await outcome('connection').locator('.note-ok').waitFor();
   });
 
+  step('a long action holds every other action on its sensor, and says so', 'SensorCalibration PUT', async () => {
+    let release;
+    const held = new Promise((resolve) => (release = resolve));
+    await page.route('**/Sensors/*/Calibration', async (route) => {
+      await held;
+      await route.continue();
+    });
+    const counter = inFlight(page, /\/XYZ$/);
+    try {
+      await page.click('#calibrate');
+      await page.locator('#busy-banner', { hasText: 'Calibrating' }).waitFor();
+      await page.locator('#opened-list .busy-label', { hasText: 'Calibrating' }).waitFor();
+      await tab('measure');
+      assert.equal(await page.getAttribute('#measure-xyz', 'aria-disabled'), 'true');
+      // Pressed anyway (Playwright waits for a button that refuses presses unless forced).
+      await page.click('#measure-xyz', { force: true });
+      assert.equal(counter.total, 0, 'a measurement was sent during the calibration');
+    } finally {
+      release();
+      // The held request ends before its route goes.
+      await page.locator('#busy-banner').waitFor({ state: 'hidden' });
+      await page.unroute('**/Sensors/*/Calibration');
+    }
+    assert.equal(await page.getAttribute('#measure-xyz', 'aria-disabled'), null);
+    await tab('sensor');
+  });
+
   step('the spectrophotometer\u2019s exterior light and target marker', 'DeviceID POST, SensorExteriorLight, SensorTargetMarker', async () => {
     await openWith('#open-device-48', 'QS-20');
     await page.locator('#card-exteriorLight').waitFor();

@@ -3,7 +3,7 @@
 
 import * as api from '../api.js';
 import { ok, onHost, setOutcome } from '../actions.js';
-import { h, note } from '../dom.js';
+import { focusById, h, note } from '../dom.js';
 import { describeError, shortId } from '../format.js';
 import { individualIdToDecimal, parseDeviceId } from '../ids.js';
 import { closeAll, closeSensor, openSensor, refreshSensors, refreshSerial, selectSensor } from '../opening.js';
@@ -92,8 +92,16 @@ function openedRow(state, sensor) {
     ),
     h('div', { class: 'row-actions' },
       button({ id: `close-${sensor.id}`, label: 'Close', small: true, kind: 'ghost', title: 'Close this sensor',
-        onClick: () => closeSensor(sensor.id) })),
+        onClick: () => closeAndKeepFocus(sensor.id) })),
   );
+}
+
+// The closed sensor's row goes away with its button; the keyboard goes to the sensor selected
+// next, or to Close all.
+async function closeAndKeepFocus(id) {
+  await closeSensor(id);
+  const next = store.get().selected;
+  focusById(next ? `select-${next}` : 'close-all');
 }
 
 function openedSection(state) {

@@ -79,6 +79,12 @@ function armedList(state) {
   }));
 }
 
+// The chosen status in full under its list, which a narrow panel cuts: name and code.
+function chosenStatus(statuses) {
+  const chosen = statuses.find((e) => e.name === store.draft('sim-status', 'EMERR_FAILED'));
+  return chosen ? h('p', { class: 'field-hint', id: 'sim-status-full' }, h('code', null, chosen.name), ` ${hexCode(chosen.code)}`) : null;
+}
+
 function failureControls(state) {
   const statuses = injectableStatuses(state.simErrors);
   const inject = () => injectFailure({
@@ -92,8 +98,9 @@ function failureControls(state) {
       input({ id: 'sim-function', list: 'sim-functions', placeholder: 'MDMeasureXYZ2' }),
       h('datalist', { id: 'sim-functions' }, state.simFunctions.map((name) => h('option', { value: name })))),
     h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Status'),
-      select({ id: 'sim-status', value: 'EMERR_FAILED', class: 'wide-select',
-        options: statuses.map((e) => ({ value: e.name, label: `${e.name.replace(/^EMERR_/, '')} \u2014 ${libraryStatus(e.code)?.message ?? hexCode(e.code)}` })) })),
+      select({ id: 'sim-status', value: 'EMERR_FAILED', class: 'wide-select', onChange: repaint,
+        options: statuses.map((e) => ({ value: e.name, label: libraryStatus(e.code)?.message ?? e.name })) })),
+    chosenStatus(statuses),
     h('label', { class: 'field field-narrow' }, h('span', { class: 'field-label' }, 'Calls'), input({ id: 'sim-count', type: 'number', min: 0, value: 1 })),
     h('div', { class: 'button-row' },
       button({ id: 'sim-inject', label: 'Inject', small: true, busy: Boolean(state.pending['sim-failures']), onClick: inject }),
