@@ -16,13 +16,19 @@ const hostProgram = process.env.QUILBY_HOST ?? path.join(root, 'build/quilby-hos
 export const screenshots = process.env.QUILBY_SCREENSHOTS ?? path.join(root, 'build/browser');
 export const STEP_TIMEOUT = 10000;
 
-const axeSource = readFileSync(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8');
+const axeSource = readFileSync(
+  createRequire(import.meta.url).resolve('axe-core/axe.min.js'),
+  'utf8',
+);
 
 // Starts quilby-host on a free loopback port; resolves with {base, stop()}.
 export function startHost() {
   return new Promise((resolve, reject) => {
-    const host = spawn(hostProgram, ['--port', '0', '--quiet', '--console', path.join(root, 'host/web')],
-      { stdio: ['ignore', 'pipe', 'pipe'] });
+    const host = spawn(
+      hostProgram,
+      ['--port', '0', '--quiet', '--console', path.join(root, 'host/web')],
+      { stdio: ['ignore', 'pipe', 'pipe'] },
+    );
     let output = '';
     let errors = '';
     host.stderr.on('data', (chunk) => (errors += chunk));
@@ -52,8 +58,16 @@ export async function launch(options = {}) {
     headless: true,
     viewport: { width: 1400, height: 1000 },
     acceptDownloads: true,
-    args: ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-      '--disable-background-networking', '--disable-component-update', '--disable-sync'],
+    args: [
+      '--headless',
+      '--no-sandbox',
+      '--disable-gpu',
+      '--disable-quic',
+      '--no-first-run',
+      '--disable-background-networking',
+      '--disable-component-update',
+      '--disable-sync',
+    ],
     ...options,
   });
   const page = context.pages()[0] ?? (await context.newPage());
@@ -81,7 +95,13 @@ export async function audit(page, state) {
     const result = await window.axe.run(document, { resultTypes: ['violations'] });
     return result.violations
       .filter((v) => v.impact === 'serious' || v.impact === 'critical')
-      .map((v) => `${v.id} (${v.impact}): ${v.nodes.slice(0, 4).map((n) => n.target.join(' ')).join(' | ')}${v.nodes.length > 4 ? ` and ${v.nodes.length - 4} more` : ''}`);
+      .map(
+        (v) =>
+          `${v.id} (${v.impact}): ${v.nodes
+            .slice(0, 4)
+            .map((n) => n.target.join(' '))
+            .join(' | ')}${v.nodes.length > 4 ? ` and ${v.nodes.length - 4} more` : ''}`,
+      );
   });
   assert.deepEqual(violations, [], `axe-core in state "${state}"`);
 }
@@ -135,8 +155,9 @@ export function parseCgats(text) {
   };
   const split = (line) => line.match(/"[^"]*"|\S+/g) ?? [];
   const fields = between('BEGIN_DATA_FORMAT', 'END_DATA_FORMAT').flatMap(split);
-  const rows = between('BEGIN_DATA', 'END_DATA').filter((l) => l.trim()).map((l) =>
-    Object.fromEntries(split(l).map((v, i) => [fields[i], v.replace(/^"|"$/g, '')])));
+  const rows = between('BEGIN_DATA', 'END_DATA')
+    .filter((l) => l.trim())
+    .map((l) => Object.fromEntries(split(l).map((v, i) => [fields[i], v.replace(/^"|"$/g, '')])));
   return { header: lines[0], fields, rows };
 }
 

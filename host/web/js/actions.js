@@ -173,7 +173,10 @@ const reading = new Map();
 // Reads what the sensor can do: capabilities, `supports` answers, built in or not.
 export function loadCapabilities(sensorId = selectedId()) {
   if (!reading.has(sensorId)) {
-    reading.set(sensorId, readCapabilities(sensorId).finally(() => reading.delete(sensorId)));
+    reading.set(
+      sensorId,
+      readCapabilities(sensorId).finally(() => reading.delete(sensorId)),
+    );
   }
   return reading.get(sensorId);
 }
@@ -204,3 +207,8 @@ export function setPlot(patch) {
 
 // Paints the views again after drafts changed underneath them (a matrix read into its fields).
 export const repaint = () => store.set({});
+
+// A button's action on the selected sensor: `request(sensorId)` in the sensor's line, its
+// outcome (`success(value, sensorId)`) under `card`.
+export const act = (card, label, request, success) => () =>
+  onSensor(card, label, request, { success });

@@ -51,7 +51,14 @@ export async function send(method, path, { query, body } = {}) {
     // An explicit empty body makes the browser send "Content-Length: 0".
     init.body = '';
   }
-  const exchange = { id: nextExchange++, method, path: url, body: init.body ?? '', started: new Date(), pending: true };
+  const exchange = {
+    id: nextExchange++,
+    method,
+    path: url,
+    body: init.body ?? '',
+    started: new Date(),
+    pending: true,
+  };
   report(exchange);
   const t0 = performance.now();
   let response;
@@ -59,9 +66,17 @@ export async function send(method, path, { query, body } = {}) {
     response = await fetch(url, init);
     exchange.text = await response.text();
   } catch (failure) {
-    Object.assign(exchange, { status: 0, pending: false, milliseconds: performance.now() - t0, text: String(failure) });
+    Object.assign(exchange, {
+      status: 0,
+      pending: false,
+      milliseconds: performance.now() - t0,
+      text: String(failure),
+    });
     report(exchange);
-    throw new ApiError(0, { name: 'NetworkError', message: 'The development host cannot be reached.' });
+    throw new ApiError(0, {
+      name: 'NetworkError',
+      message: 'The development host cannot be reached.',
+    });
   }
   exchange.status = response.status;
   exchange.entryPoint = response.headers.get('X-Quilby-Entry-Point') ?? '';
@@ -84,7 +99,11 @@ export async function send(method, path, { query, body } = {}) {
 async function call(method, path, options) {
   const { status, envelope, response, text } = await send(method, path, options);
   if (!envelope || typeof envelope !== 'object' || !('value' in envelope)) {
-    throw new ApiError(status, { name: 'HostError', message: 'The answer is not an envelope.' }, text);
+    throw new ApiError(
+      status,
+      { name: 'HostError', message: 'The answer is not an envelope.' },
+      text,
+    );
   }
   if (envelope.error || !response.ok) throw new ApiError(status, envelope.error, text);
   return envelope.value;
@@ -232,7 +251,8 @@ export const setExteriorLight = (id, on) =>
 export const hasTargetMarker = (id) =>
   call('GET', sensorPath(id, 'TargetMarker'), { query: { supports: null } });
 export const targetMarker = (id) => call('GET', sensorPath(id, 'TargetMarker'));
-export const setTargetMarker = (id, on) => call('PUT', sensorPath(id, 'TargetMarker'), { body: on });
+export const setTargetMarker = (id, on) =>
+  call('PUT', sensorPath(id, 'TargetMarker'), { body: on });
 export const parameterDescription = (id) => call('GET', sensorPath(id, 'ParameterDescription'));
 // `text`: at most 255 bytes; sent as a JSON string (a bare text body would pass unquoted).
 export const setParameterDescription = (id, text) =>
@@ -285,5 +305,9 @@ export async function exportReadings(format, request) {
   }
   const disposition = answer.response.headers.get('Content-Disposition') ?? '';
   const filename = /filename="([^"]+)"/.exec(disposition)?.[1] ?? `quilby-readings.${format}`;
-  return { blob: new Blob([answer.text], { type: answer.contentType }), filename, text: answer.text };
+  return {
+    blob: new Blob([answer.text], { type: answer.contentType }),
+    filename,
+    text: answer.text,
+  };
 }

@@ -75,7 +75,11 @@ export function availability(caps, feature) {
     return { shown: listed, enabled: false, reason: HARDWARE[need].lacks };
   }
   // An arm card for a sensor whose arm is not known yet would flash and vanish: wait for it.
-  return { shown: has === true || need === 'ambient' || need === 'reflectance', enabled: true, reason: null };
+  return {
+    shown: has === true || need === 'ambient' || need === 'reflectance',
+    enabled: true,
+    reason: null,
+  };
 }
 
 // The hardware a sensor lacks, in words, for the line under its capabilities.

@@ -119,7 +119,8 @@ function segmentDistance(p, a, b) {
   const dx = b.x - a.x;
   const dy = b.y - a.y;
   const length2 = dx * dx + dy * dy;
-  const t = length2 > 0 ? Math.min(1, Math.max(0, ((p.x - a.x) * dx + (p.y - a.y) * dy) / length2)) : 0;
+  const t =
+    length2 > 0 ? Math.min(1, Math.max(0, ((p.x - a.x) * dx + (p.y - a.y) * dy) / length2)) : 0;
   return Math.hypot(p.x - (a.x + t * dx), p.y - (a.y + t * dy));
 }
 
@@ -134,7 +135,11 @@ export function gamutPosition(p, gamut, tolerance = GAMUT_TOLERANCE) {
   const signs = [cross(r, g, q), cross(g, b, q), cross(b, r, q)];
   const inside = !(signs.some((s) => s < 0) && signs.some((s) => s > 0));
   if (inside) return { where: 'inside', distance: 0 };
-  const distance = Math.min(segmentDistance(q, r, g), segmentDistance(q, g, b), segmentDistance(q, b, r));
+  const distance = Math.min(
+    segmentDistance(q, r, g),
+    segmentDistance(q, g, b),
+    segmentDistance(q, b, r),
+  );
   return { where: distance <= tolerance ? 'edge' : 'outside', distance };
 }
 

@@ -88,9 +88,13 @@ export function refill(element, ...children) {
 let pressed = false;
 const held = new Set();
 if (typeof document !== 'undefined') {
-  document.addEventListener('pointerdown', (event) => {
-    pressed = !event.target.closest?.('.plot-frame');
-  }, true);
+  document.addEventListener(
+    'pointerdown',
+    (event) => {
+      pressed = !event.target.closest?.('.plot-frame');
+    },
+    true,
+  );
   const release = () => {
     if (!pressed) return;
     // After the click that this release makes.

@@ -17,9 +17,21 @@ function renderHostStatus(state) {
   if (info === null) return h('span', { class: 'status-pill status-plain' }, 'connecting\u2026');
   if (info.unreachable) return h('span', { class: 'status-pill status-bad' }, 'host unreachable');
   return [
-    h('span', { class: ['status-pill', info.pluginLoaded ? 'status-good' : 'status-bad'] }, info.pluginLoaded ? 'plug-in loaded' : 'no plug-in'),
-    h('span', { class: ['status-pill', info.simulator ? 'status-sim' : 'status-plain'] }, info.simulator ? 'simulated devices' : 'device libraries'),
-    h('span', { class: 'status-path', title: 'Exports directory (libquilby.so and the device libraries)' }, info.exportsPath),
+    h(
+      'span',
+      { class: ['status-pill', info.pluginLoaded ? 'status-good' : 'status-bad'] },
+      info.pluginLoaded ? 'plug-in loaded' : 'no plug-in',
+    ),
+    h(
+      'span',
+      { class: ['status-pill', info.simulator ? 'status-sim' : 'status-plain'] },
+      info.simulator ? 'simulated devices' : 'device libraries',
+    ),
+    h(
+      'span',
+      { class: 'status-path', title: 'Exports directory (libquilby.so and the device libraries)' },
+      info.exportsPath,
+    ),
   ];
 }
 
@@ -35,7 +47,10 @@ async function readHost() {
   const routes = await api.hostRoutes().catch(() => []);
   store.set({ routes });
   if (!store.get().info.simulator) return;
-  const [simErrors, simFunctions] = await Promise.all([api.simErrors().catch(() => []), api.simFunctions().catch(() => [])]);
+  const [simErrors, simFunctions] = await Promise.all([
+    api.simErrors().catch(() => []),
+    api.simFunctions().catch(() => []),
+  ]);
   store.set({ simErrors, simFunctions });
   await refreshWorld();
 }
@@ -46,7 +61,16 @@ async function start() {
   region(document.getElementById('dialog-root'), store, renderDialog, ['dialog']);
   await readHost();
   region(document.getElementById('sensors'), store, renderSensors);
-  region(document.getElementById('simulator'), store, renderSimulator, ['info', 'world', 'simErrors', 'simFunctions', 'outcomes', 'pending', 'selected', 'meta']);
+  region(document.getElementById('simulator'), store, renderSimulator, [
+    'info',
+    'world',
+    'simErrors',
+    'simFunctions',
+    'outcomes',
+    'pending',
+    'selected',
+    'meta',
+  ]);
   document.getElementById('simulator').hidden = !store.get().info?.simulator;
   region(document.getElementById('workspace'), store, renderWorkspace);
   await refreshSensors();

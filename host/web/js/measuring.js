@@ -39,7 +39,9 @@ function correctedNow(state, sensorId) {
   const record = worldSensor(state.world, state.meta[sensorId]);
   if (record) {
     const s = record.state ?? {};
-    return Boolean(s.appliedCorrelation || s.appliedMatrix || s.correction || s.ninePointCorrection);
+    return Boolean(
+      s.appliedCorrelation || s.appliedMatrix || s.correction || s.ninePointCorrection,
+    );
   }
   const applied = state.sensorState[sensorId]?.applied ?? {};
   return Boolean(applied.correlation || applied.matrix || applied.correction);

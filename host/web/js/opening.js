@@ -81,7 +81,9 @@ export async function openSensor(open, meta, { again = false, label = 'the senso
   if (existing) {
     store.set({ selected: existing.id });
     setOutcome('open', {
-      ...info(`${existing.name || label} is already open as ${shortId(existing.id)}; it is selected.`),
+      ...info(
+        `${existing.name || label} is already open as ${shortId(existing.id)}; it is selected.`,
+      ),
       openAgain: { open, meta, label },
     });
     return;
@@ -104,7 +106,8 @@ async function sameInstrument(id) {
   const mine = state.caps[id]?.info;
   if (!mine) return null;
   for (const sensor of state.opened.filter((s) => s.id !== id)) {
-    const theirs = state.caps[sensor.id]?.info ?? (await api.sensorInfo(sensor.id).catch(() => null));
+    const theirs =
+      state.caps[sensor.id]?.info ?? (await api.sensorInfo(sensor.id).catch(() => null));
     if (theirs && theirs.deviceID === mine.deviceID && theirs.serial === mine.serial) return sensor;
   }
   return null;
@@ -117,7 +120,9 @@ async function tellSecondHandle(id, meta) {
   if (!twin) return;
   store.update((s) => ({ meta: s.meta[twin.id] ? s.meta : withEntry(s.meta, twin.id, meta) }));
   setOutcome('open', {
-    ...info(`This sensor was already open as ${shortId(twin.id)}; opening it again gave a second handle, ${shortId(id)}. Both work.`),
+    ...info(
+      `This sensor was already open as ${shortId(twin.id)}; opening it again gave a second handle, ${shortId(id)}. Both work.`,
+    ),
     closeSecond: id,
   });
 }
@@ -130,13 +135,21 @@ export function selectSensor(id) {
 
 export async function closeSensor(id) {
   if (store.get().live?.sensorId === id) stopLive();
-  await onHost('open', () => api.closeSensor(id), () => null);
+  await onHost(
+    'open',
+    () => api.closeSensor(id),
+    () => null,
+  );
   store.update((s) => ({ caps: withEntry(s.caps, id, undefined) }));
   await refreshOpened();
 }
 
 export async function closeAll() {
   stopLive();
-  await onHost('open', () => api.closeAll(), () => null);
+  await onHost(
+    'open',
+    () => api.closeAll(),
+    () => null,
+  );
   await refreshOpened();
 }

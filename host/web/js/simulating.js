@@ -9,34 +9,53 @@ import { refreshSensors } from './opening.js';
 import { store } from './store.js';
 
 export async function showColour(monitor, rgb) {
-  await onHost('sim-colour', () => api.simShowColour(monitor.serial, monitor.product, rgb), () => null);
+  await onHost(
+    'sim-colour',
+    () => api.simShowColour(monitor.serial, monitor.product, rgb),
+    () => null,
+  );
   await refreshWorld();
 }
 
 export async function holdMonitor(monitor, held) {
-  const result = await onHost('sim-colour', () => api.simHoldMonitor(monitor.serial, monitor.product, held), () => null);
+  const result = await onHost(
+    'sim-colour',
+    () => api.simHoldMonitor(monitor.serial, monitor.product, held),
+    () => null,
+  );
   await refreshWorld();
   return result;
 }
 
 // `failure`: {function, count, status}.
 export async function injectFailure(failure) {
-  await onHost('sim-failures', () => api.simInjectFailure(failure), () =>
-    ok(`The next ${plural(failure.count, 'call')} of ${failure.function} fail with ${failure.status}.`),
+  await onHost(
+    'sim-failures',
+    () => api.simInjectFailure(failure),
+    () =>
+      ok(
+        `The next ${plural(failure.count, 'call')} of ${failure.function} fail with ${failure.status}.`,
+      ),
   );
   await refreshWorld();
 }
 
 export async function clearFailures() {
-  await onHost('sim-failures', () => api.simClearFailures(), () => ok('No failure is armed.'));
+  await onHost(
+    'sim-failures',
+    () => api.simClearFailures(),
+    () => ok('No failure is armed.'),
+  );
   await refreshWorld();
 }
 
 // A new world closes every sensor, so the lists are read again.
 export async function resetWorld() {
   stopLive();
-  const result = await onHost('sim-world', () => api.simReset(), () =>
-    ok('The world was reset; every sensor was closed.'),
+  const result = await onHost(
+    'sim-world',
+    () => api.simReset(),
+    () => ok('The world was reset; every sensor was closed.'),
   );
   await refreshWorld();
   if (result.ok) await refreshSensors();

@@ -61,7 +61,10 @@ export function fitView(points, full, margin = 0.2) {
   else w = h * aspect;
   const cx = (Math.max(...xs) + Math.min(...xs)) / 2;
   const cy = (Math.max(...ys) + Math.min(...ys)) / 2;
-  return clampView({ xMin: cx - w / 2, xMax: cx + w / 2, yMin: cy - h / 2, yMax: cy + h / 2 }, full);
+  return clampView(
+    { xMin: cx - w / 2, xMax: cx + w / 2, yMin: cy - h / 2, yMax: cy + h / 2 },
+    full,
+  );
 }
 
 // Tick values from `min` to `max`: about `count` of them at 1, 2 or 5 times a power of ten.

@@ -13,10 +13,18 @@ import { exportRows, seriesStats, whiteOfDisplay } from '../../../host/web/js/re
 import { FULL_VIEWS, fitView, panView, ticks, zoomView } from '../../../host/web/js/viewport.js';
 
 const apiDoc = readFileSync(new URL('../../../docs/api.md', import.meta.url), 'utf8');
-const libraryError = (code, reason = 'Measure XYZ.') => ({ status: 500, name: 'EmError', message: '', detail: { code, reason } });
+const libraryError = (code, reason = 'Measure XYZ.') => ({
+  status: 500,
+  name: 'EmError',
+  message: '',
+  detail: { code, reason },
+});
 
 test('every status of the EmError table has its message and a hint', () => {
-  const rows = [...apiDoc.matchAll(/(0x8[0-9A-F]{7}) \| ([^|]+?) \|/g)].map(([, code, message]) => [Number(code), message]);
+  const rows = [...apiDoc.matchAll(/(0x8[0-9A-F]{7}) \| ([^|]+?) \|/g)].map(([, code, message]) => [
+    Number(code),
+    message,
+  ]);
   assert.equal(rows.length, 41);
   for (const [code, message] of rows) {
     const entry = LIBRARY_STATUSES.find((e) => e.code === code);
@@ -50,9 +58,24 @@ test('hints follow what is known of the sensor', () => {
     [libraryError(0x80000000, 'Get HID handle.'), {}, undefined, /built into a monitor/i],
     [libraryError(0x80000000), {}, undefined, /test the connection/i],
     [libraryError(0x12345678), {}, undefined, /does not know/i],
-    [{ status: 404, name: 'Error', message: 'Not found.', detail: {} }, {}, undefined, /open the sensor again/i],
-    [{ status: 405, name: 'MethodError', message: 'PUT method is not allowed.', detail: {} }, {}, undefined, /method/],
-    [{ status: 400, name: 'BadRequestError', message: 'reference must be object.', detail: {} }, {}, undefined, /"reference" must be/],
+    [
+      { status: 404, name: 'Error', message: 'Not found.', detail: {} },
+      {},
+      undefined,
+      /open the sensor again/i,
+    ],
+    [
+      { status: 405, name: 'MethodError', message: 'PUT method is not allowed.', detail: {} },
+      {},
+      undefined,
+      /method/,
+    ],
+    [
+      { status: 400, name: 'BadRequestError', message: 'reference must be object.', detail: {} },
+      {},
+      undefined,
+      /"reference" must be/,
+    ],
     [{ status: 403, name: 'HostError', message: 'x', detail: {} }, {}, undefined, /own pages/],
   ];
   for (const [error, context, action, text] of cases) {
@@ -65,17 +88,33 @@ test('hints follow what is known of the sensor', () => {
 
 test('only failures are offered for injection', () => {
   const errors = [
-    { code: 0, name: 'EMERR_OK' }, { code: 2, name: 'EMERR_RUNNING' }, { code: 1, name: 'EMERR_EXISTS_MORE_DATA' },
-    { code: 0x80000000, name: 'EMERR_FAILED' }, { code: 0x80000006, name: 'EMERR_UNKNOWN' },
+    { code: 0, name: 'EMERR_OK' },
+    { code: 2, name: 'EMERR_RUNNING' },
+    { code: 1, name: 'EMERR_EXISTS_MORE_DATA' },
+    { code: 0x80000000, name: 'EMERR_FAILED' },
+    { code: 0x80000006, name: 'EMERR_UNKNOWN' },
     { code: 0x80010004, name: 'EMERR_SENSOR_POSITION_ERROR' },
   ];
-  assert.deepEqual(injectableStatuses(errors).map((e) => e.name), ['EMERR_FAILED', 'EMERR_SENSOR_POSITION_ERROR']);
+  assert.deepEqual(
+    injectableStatuses(errors).map((e) => e.name),
+    ['EMERR_FAILED', 'EMERR_SENSOR_POSITION_ERROR'],
+  );
 });
 
 test('capabilities hide missing hardware and disable what needs a built-in sensor, with reasons', () => {
   const colorimeter = {
-    info: { hasArm: false, supportsAmbient: true, supportsReflectance: false, hasTargetMarker: false },
-    supports: { modes: { ambient: true, reflectance: false }, arm: false, exteriorLight: false, targetMarker: false },
+    info: {
+      hasArm: false,
+      supportsAmbient: true,
+      supportsReflectance: false,
+      hasTargetMarker: false,
+    },
+    supports: {
+      modes: { ambient: true, reflectance: false },
+      arm: false,
+      exteriorLight: false,
+      targetMarker: false,
+    },
     builtIn: false,
   };
   const cases = [
@@ -109,13 +148,14 @@ test('actions on one sensor run one after the other; other sensors do not wait',
   const busy = [];
   const queue = createQueue((key, task) => busy.push([key, task]));
   const gates = {};
-  const task = (name) => () => new Promise((resolve) => {
-    events.push(`start ${name}`);
-    gates[name] = () => {
-      events.push(`end ${name}`);
-      resolve(name);
-    };
-  });
+  const task = (name) => () =>
+    new Promise((resolve) => {
+      events.push(`start ${name}`);
+      gates[name] = () => {
+        events.push(`end ${name}`);
+        resolve(name);
+      };
+    });
   const first = queue.run('a', 'one', task('a1'));
   const second = queue.run('a', 'two', task('a2')).catch(() => 'failed');
   const other = queue.run('b', 'three', task('b1'));
@@ -131,7 +171,10 @@ test('actions on one sensor run one after the other; other sensors do not wait',
   await Promise.all([second, other]);
   await new Promise((r) => setImmediate(r));
   assert.equal(queue.busy('a'), false);
-  assert.deepEqual(busy.filter(([k]) => k === 'a').map(([, t]) => t), ['one', 'two', null]);
+  assert.deepEqual(
+    busy.filter(([k]) => k === 'a').map(([, t]) => t),
+    ['one', 'two', null],
+  );
   // A failing task does not block the line.
   await assert.rejects(queue.run('a', 'x', () => Promise.reject(new Error('no'))));
   assert.equal(await queue.run('a', 'y', async () => 'after'), 'after');
@@ -164,7 +207,14 @@ test('a live loop waits for each answer and the pause before the next request', 
   assert.deepEqual(pauses, [250, 250, 250, 250]);
   // A failing step ends the loop with its error.
   const ended = await new Promise((resolve) => {
-    startLoop({ step: async () => { throw new Error('measure'); }, delay: () => 0, wait: async () => {}, onEnd: resolve });
+    startLoop({
+      step: async () => {
+        throw new Error('measure');
+      },
+      delay: () => 0,
+      wait: async () => {},
+      onEnd: resolve,
+    });
   });
   assert.equal(ended.message, 'measure');
 });
@@ -178,18 +228,29 @@ test('zoom keeps the point under the pointer, pan stays inside, fit shows every 
   assert.deepEqual(zoomView(full, 0.5, null, full), full);
   const moved = panView(zoomed, 10, 10, full);
   assert.ok(Math.abs(moved.xMax - full.xMax) < 1e-12 && Math.abs(moved.yMax - full.yMax) < 1e-12);
-  const points = [{ x: 0.31, y: 0.33 }, { x: 0.315, y: 0.328 }];
+  const points = [
+    { x: 0.31, y: 0.33 },
+    { x: 0.315, y: 0.328 },
+  ];
   const fit = fitView(points, full);
-  for (const p of points) assert.ok(p.x > fit.xMin && p.x < fit.xMax && p.y > fit.yMin && p.y < fit.yMax);
+  for (const p of points)
+    assert.ok(p.x > fit.xMin && p.x < fit.xMax && p.y > fit.yMin && p.y < fit.yMax);
   assert.ok(fit.xMax - fit.xMin < 0.05);
   assert.ok(Math.abs((fit.xMax - fit.xMin) / (fit.yMax - fit.yMin) - 0.8 / 0.9) < 1e-9);
-  assert.deepEqual(ticks(0, 0.9), { values: [0, 0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9], decimals: 1 });
+  assert.deepEqual(ticks(0, 0.9), {
+    values: [0, 0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9],
+    decimals: 1,
+  });
   assert.deepEqual(ticks(0.31, 0.32).decimals, 3);
 });
 
 test('series statistics: min, mean, max and the sample standard deviation', () => {
   assert.deepEqual(seriesStats([2, 4, 4, 4, 5, 5, 7, 9, NaN, undefined]), {
-    count: 8, min: 2, mean: 5, max: 9, sd: Math.sqrt(32 / 7),
+    count: 8,
+    min: 2,
+    mean: 5,
+    max: 9,
+    sd: Math.sqrt(32 / 7),
   });
   assert.deepEqual(seriesStats([3]), { count: 1, min: 3, mean: 3, max: 3, sd: 0 });
   assert.equal(seriesStats([]), null);
@@ -197,10 +258,30 @@ test('series statistics: min, mean, max and the sample standard deviation', () =
 
 test('exported rows carry time, sensor, mode and correction state', () => {
   const time = new Date('2026-11-24T12:00:00.000Z');
-  const reading = { time, sensor: 'S (1a)', mode: 1, corrected: true, XYZ: { X: 1, Y: 2, Z: -0.001 }, rawXYZ: { X: 1.1, Y: 2, Z: 3 } };
-  assert.deepEqual(exportRows([reading]), [{ time: '2026-11-24T12:00:00.000Z', sensor: 'S (1a)', mode: 'Ambient', corrected: true, XYZ: [1, 2, 0] }]);
+  const reading = {
+    time,
+    sensor: 'S (1a)',
+    mode: 1,
+    corrected: true,
+    XYZ: { X: 1, Y: 2, Z: -0.001 },
+    rawXYZ: { X: 1.1, Y: 2, Z: 3 },
+  };
+  assert.deepEqual(exportRows([reading]), [
+    {
+      time: '2026-11-24T12:00:00.000Z',
+      sensor: 'S (1a)',
+      mode: 'Ambient',
+      corrected: true,
+      XYZ: [1, 2, 0],
+    },
+  ]);
   assert.equal(exportRows([reading], { includeRaw: true })[1].mode, 'Ambient (raw)');
-  assert.deepEqual(whiteOfDisplay({ white: { x: 0.3127, y: 0.329 }, luminance: 100 }).map((v) => Number(v.toFixed(3))), [95.046, 100, 108.906]);
+  assert.deepEqual(
+    whiteOfDisplay({ white: { x: 0.3127, y: 0.329 }, luminance: 100 }).map((v) =>
+      Number(v.toFixed(3)),
+    ),
+    [95.046, 100, 108.906],
+  );
   assert.equal(whiteOfDisplay({ white: { x: 0.3, y: 0.3 } }), null);
 });
 

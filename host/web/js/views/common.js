@@ -14,7 +14,12 @@ export function card({ id, title, aside, className }, ...children) {
   return h(
     'section',
     { class: ['card', className], id, 'aria-labelledby': id ? `${id}-title` : null },
-    h('div', { class: 'card-head' }, h('h3', { id: id ? `${id}-title` : null }, title), aside ?? null),
+    h(
+      'div',
+      { class: 'card-head' },
+      h('h3', { id: id ? `${id}-title` : null }, title),
+      aside ?? null,
+    ),
     children,
   );
 }
@@ -22,7 +27,9 @@ export function card({ id, title, aside, className }, ...children) {
 // The "sim" tag before `text`: what the simulated world says, set apart from what the plug-in
 // answers. Nothing without a text.
 export function simTag(text) {
-  return text ? h('p', { class: 'sim-state' }, h('span', { class: 'tag tag-sim' }, 'sim'), ` ${text}`) : null;
+  return text
+    ? h('p', { class: 'sim-state' }, h('span', { class: 'tag tag-sim' }, 'sim'), ` ${text}`)
+    : null;
 }
 
 // A yes/no chip; the word says it, not only the colour.
@@ -31,7 +38,10 @@ export function flag(label, value) {
   const word = known ? (value ? 'yes' : 'no') : 'unknown';
   return h(
     'span',
-    { class: ['chip', known ? (value ? 'chip-yes' : 'chip-no') : 'chip-unknown'], title: `${label}: ${word}` },
+    {
+      class: ['chip', known ? (value ? 'chip-yes' : 'chip-no') : 'chip-unknown'],
+      title: `${label}: ${word}`,
+    },
     label,
     h('span', { class: 'visually-hidden' }, `: ${word}`),
   );
@@ -42,7 +52,9 @@ export function facts(pairs, props = {}) {
   return h(
     'dl',
     { class: 'facts', ...props },
-    pairs.filter(Boolean).map(([term, description]) => [h('dt', null, term), h('dd', null, description)]),
+    pairs
+      .filter(Boolean)
+      .map(([term, description]) => [h('dt', null, term), h('dd', null, description)]),
   );
 }
 
@@ -100,7 +112,9 @@ export function whyNot(state, ...features) {
     const can = availability(state.caps[state.selected], feature);
     if (!can.enabled) lines.set(needOf(feature), can.reason);
   }
-  return [...lines].map(([need, reason]) => h('p', { class: 'why-not', id: `why-${need}` }, reason));
+  return [...lines].map(([need, reason]) =>
+    h('p', { class: 'why-not', id: `why-${need}` }, reason),
+  );
 }
 
 // ---- Fields that keep what was typed --------------------------------------------------------------
@@ -109,11 +123,22 @@ const keep = (event) => store.setDraft(event.currentTarget.id, event.currentTarg
 
 // A text (or number) input whose value survives repainting; `value` is the value before typing.
 export function input({ id, value = '', type = 'text', on = {}, ...props }) {
-  return h('input', { type, id, value: store.draft(id, String(value)), on: { input: keep, ...on }, ...props });
+  return h('input', {
+    type,
+    id,
+    value: store.draft(id, String(value)),
+    on: { input: keep, ...on },
+    ...props,
+  });
 }
 
 export function textarea({ id, value = '', on = {}, ...props }) {
-  return h('textarea', { id, value: store.draft(id, String(value)), on: { input: keep, ...on }, ...props });
+  return h('textarea', {
+    id,
+    value: store.draft(id, String(value)),
+    on: { input: keep, ...on },
+    ...props,
+  });
 }
 
 // A select of `options` ([{value, label, disabled}]); `onChange(value)` after the draft is kept.
@@ -135,7 +160,11 @@ export function select({ id, options, value, onChange, fromState = false, ...pro
       ...props,
     },
     options.map((o) =>
-      h('option', { value: o.value, disabled: o.disabled ?? false, selected: String(o.value) === current }, o.label),
+      h(
+        'option',
+        { value: o.value, disabled: o.disabled ?? false, selected: String(o.value) === current },
+        o.label,
+      ),
     ),
   );
 }
@@ -180,7 +209,11 @@ export function details({ id, summary, className, open = false }, ...children) {
 async function runHintAction(key, action) {
   const result = await action.run();
   if (result?.ok) setOutcome(key, { kind: 'ok', text: `${action.done} Try again.` });
-  else if (result?.error) setOutcome(key, errorOutcome(result.error, hintContext(store.get().caps[store.get().selected])));
+  else if (result?.error)
+    setOutcome(
+      key,
+      errorOutcome(result.error, hintContext(store.get().caps[store.get().selected])),
+    );
 }
 
 // The hint of an error with its suggested step as a button.
@@ -192,8 +225,13 @@ function hintView(state, key, id, hint) {
     { class: 'hint', 'data-testid': 'hint' },
     h('p', null, h('strong', null, 'What to do: '), hint.text),
     offered
-      ? button({ id: `${id}-hint-action`, label: offered.label, small: true, busy: Boolean(sensorBusy(state)),
-          onClick: () => runHintAction(key, offered) })
+      ? button({
+          id: `${id}-hint-action`,
+          label: offered.label,
+          small: true,
+          busy: Boolean(sensorBusy(state)),
+          onClick: () => runHintAction(key, offered),
+        })
       : null,
   );
 }
@@ -216,7 +254,9 @@ export function outcomeView(state, key) {
     { class: ['outcome', `outcome-${outcome.kind}`], id, 'data-outcome': key },
     note(outcome.kind, outcome.text),
     outcome.hint ? hintView(state, key, id, outcome.hint) : null,
-    outcome.error?.envelopeText ? envelopeView(outcome.error.envelopeText, undefined, `${id}-envelope`) : null,
+    outcome.error?.envelopeText
+      ? envelopeView(outcome.error.envelopeText, undefined, `${id}-envelope`)
+      : null,
     outcome.closeSecond
       ? button({
           id: `${id}-close-second`,
@@ -232,7 +272,8 @@ export function outcomeView(state, key) {
           label: 'Open a second handle anyway',
           small: true,
           kind: 'ghost',
-          onClick: () => openSensor(outcome.openAgain.open, outcome.openAgain.meta, { again: true }),
+          onClick: () =>
+            openSensor(outcome.openAgain.open, outcome.openAgain.meta, { again: true }),
         })
       : null,
   );
@@ -241,9 +282,25 @@ export function outcomeView(state, key) {
 // One value of a reading: its name over the number, the unit small after it.
 export function valueCell({ name, value, quantity, unit, testid, title }) {
   const [text, shownUnit] = quantityParts(value, quantity, unit);
-  return h('div', { class: 'value', title },
+  return h(
+    'div',
+    { class: 'value', title },
     h('span', { class: 'value-name' }, name),
-    h('span', { class: 'value-line' },
+    h(
+      'span',
+      { class: 'value-line' },
       h('span', { class: 'value-number', 'data-testid': testid }, text),
-      shownUnit ? h('span', { class: 'value-unit' }, shownUnit) : null));
+      shownUnit ? h('span', { class: 'value-unit' }, shownUnit) : null,
+    ),
+  );
 }
+
+// A row of buttons.
+export const buttonRow = (...buttons) => h('div', { class: 'button-row' }, buttons);
+
+// A row of fields and buttons, aligned at their bottoms; `inline` keeps fields at their size.
+export const formRow = (inline, ...children) =>
+  h('div', { class: ['form-row', inline ? 'inline-fields' : null] }, children);
+
+// The line under a card's title that says what the card is for.
+export const cardHint = (text) => h('p', { class: 'panel-hint' }, text);

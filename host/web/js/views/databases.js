@@ -3,53 +3,97 @@
 // read one, store the sensor's current one).
 
 import * as api from '../api.js';
-import { info, ok, onSensor, outcomeKey, setOutcome } from '../actions.js';
-import { h } from '../dom.js';
+import { act, info, ok, onSensor, outcomeKey, setOutcome } from '../actions.js';
+import { field, h } from '../dom.js';
 import { formatJson, plural } from '../format.js';
 import { store } from '../store.js';
-import { card, checkbox, envelopeView, input, outcomeView, select, sensorButton, textarea, whyNot } from './common.js';
+import {
+  buttonRow,
+  card,
+  cardHint,
+  checkbox,
+  envelopeView,
+  formRow,
+  input,
+  outcomeView,
+  select,
+  sensorButton,
+  textarea,
+  whyNot,
+} from './common.js';
 import { confirmThen } from './dialogs.js';
 
 const reference = (sensor) => `${sensor?.deviceID ?? '?'} \u00b7 ${sensor?.serial || '\u2014'}`;
+const listed = (state, key) => state.outcomes[outcomeKey(key)]?.list ?? [];
 
 // ---- Records -------------------------------------------------------------------------------------
 
-function readRecords() {
-  return onSensor('records', 'Reading the correlation records', (id) => api.correlationData(id), {
-    success: (value) => {
-      store.setDraft('records-json', formatJson(value));
-      return info(`${plural(Object.keys(value).length, 'record')} read; edit them below and write back what you changed.`);
-    },
-  });
+const readRecords = act(
+  'records',
+  'Reading the correlation records',
+  api.correlationData,
+  (value) => {
+    store.setDraft('records-json', formatJson(value));
+    const count = plural(Object.keys(value).length, 'record');
+    return info(`${count} read; edit them below and write back what you changed.`);
+  },
+);
+
+// The records typed in, with `send` when asked; null after saying why they are not JSON.
+function typedRecords() {
+  try {
+    const records = JSON.parse(store.draft('records-json') || 'null');
+    const send = store.draft('records-send', false) && records && typeof records === 'object';
+    return send ? { ...records, send: true } : records;
+  } catch (error) {
+    setOutcome(outcomeKey('records'), { kind: 'error', text: `Not JSON: ${error.message}` });
+    return null;
+  }
 }
 
 function writeRecords() {
-  let records;
-  try {
-    records = JSON.parse(store.draft('records-json') || 'null');
-  } catch (error) {
-    return setOutcome(outcomeKey('records'), { kind: 'error', text: `The records are not JSON: ${error.message}` });
-  }
-  if (store.draft('records-send', false) && records && typeof records === 'object') records = { ...records, send: true };
-  return confirmThen({
+  const records = typedRecords();
+  if (records === null) return;
+  confirmThen({
     title: 'Write the correlation records?',
-    text: 'The records given replace those of the sensor\u2019s user data set; every later correlated reading uses them.',
+    text:
+      'The records given replace those of the sensor\u2019s user data set; every later ' +
+      'correlated reading uses them.',
     confirm: 'Write the records',
-    run: () => onSensor('records', 'Writing the correlation records', (id) => api.setCorrelationData(id, records), {
-      success: () => ok('The records were written.') }),
+    run: act(
+      'records',
+      'Writing the correlation records',
+      (id) => api.setCorrelationData(id, records),
+      () => ok('The records were written.'),
+    ),
   });
 }
 
 function recordsCard(state) {
-  return card({ id: 'card-records', title: 'Correlation records of the sensor' },
-    h('p', { class: 'panel-hint' }, 'Calibration, correction, luminance-level, normalized measurement, reference, reference tone and tone correction records, as JSON. Write back only the records you changed.'),
-    h('div', { class: 'button-row' },
-      sensorButton(state, { id: 'read-records', label: 'Read', feature: 'correlationData', onClick: readRecords }),
-      sensorButton(state, { id: 'write-records', label: 'Write\u2026', kind: 'primary', feature: 'correlationData', onClick: writeRecords }),
-      checkbox({ id: 'records-send', label: 'send the calibration and correction records to the sensor' })),
-    h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Records (JSON)'),
-      textarea({ id: 'records-json', rows: 8, spellcheck: 'false', placeholder: '{"luminanceLevelCorrection": {"brightness": 140, "dimmerOut": 895}}' })),
-    outcomeView(state, outcomeKey('records')));
+  const feature = 'correlationData';
+  return card(
+    { id: 'card-records', title: 'Correlation records of the sensor' },
+    cardHint(
+      'Calibration, correction, luminance-level, normalized measurement, reference, reference ' +
+        'tone and tone correction records, as JSON. Write back only the records you changed.',
+    ),
+    buttonRow(
+      sensorButton(state, { id: 'read-records', label: 'Read', feature, onClick: readRecords }),
+      sensorButton(state, {
+        id: 'write-records',
+        label: 'Write\u2026',
+        kind: 'primary',
+        feature,
+        onClick: writeRecords,
+      }),
+      checkbox({
+        id: 'records-send',
+        label: 'send the calibration and correction records to the sensor',
+      }),
+    ),
+    field('Records (JSON)', textarea({ id: 'records-json', rows: 8, spellcheck: 'false' })),
+    outcomeView(state, outcomeKey('records')),
+  );
 }
 
 // ---- The correlation database ---------------------------------------------------------------------
@@ -59,63 +103,181 @@ const referenceBody = () => ({
   serial: store.draft('db-reference-serial', ''),
 });
 
+const listCorrelationDatabase = act(
+  'correlation-db',
+  'Listing stored records',
+  api.correlationDatabase,
+  (entries) => ({
+    ...info(
+      entries.length === 0
+        ? 'No record is stored for this monitor.'
+        : `${plural(entries.length, 'record')} stored.`,
+    ),
+    list: entries,
+  }),
+);
+
+function readEntry() {
+  const entryID = store.draft('db-entry-id', '');
+  const matches = (entry) => (entry.matchesSensor ? 'matches' : 'differs from');
+  return onSensor(
+    'correlation-db-entry',
+    'Reading a stored record',
+    (id) => api.correlationDatabaseEntry(id, entryID),
+    {
+      success: (entry) => ({
+        ...info(`Entry ${entry.id}: ${entry.kind}, ${matches(entry)} the sensor\u2019s record.`),
+        record: formatJson(entry.data),
+      }),
+    },
+  );
+}
+
+function storeRecord() {
+  const body = { referenceSensor: referenceBody() };
+  if (store.draft('db-kind', 'CSSG2') === 'IFSv3') body.kind = 'IFSv3';
+  const kind = body.kind ?? 'CSSG2';
+  return onSensor(
+    'correlation-db-entry',
+    'Storing the sensor\u2019s record',
+    (id) => api.addCorrelationDatabaseEntry(id, body),
+    {
+      success: (newId) => ok(`The sensor\u2019s ${kind} record was stored as entry ${newId}.`),
+    },
+  );
+}
+
+// Stored entries: id, date, reference sensor.
+function entryList(id, entries) {
+  if (entries.length === 0) return null;
+  return h(
+    'ul',
+    { class: 'plain-list', id },
+    entries.map((e) =>
+      h(
+        'li',
+        null,
+        h('code', null, `#${e.id}`),
+        ` ${e.date?.dateString ?? ''} \u00b7 reference ${reference(e.referenceSensor)}`,
+      ),
+    ),
+  );
+}
+
+function referenceFields() {
+  return [
+    field(
+      'Reference device id',
+      input({ id: 'db-reference-device', type: 'number', min: 0, value: 48 }),
+    ),
+    field('Reference serial', input({ id: 'db-reference-serial', maxlength: 32 })),
+  ];
+}
+
 function correlationDatabaseCard(state) {
-  const list = () => onSensor('correlation-db', 'Listing stored records', (id) => api.correlationDatabase(id), {
-    success: (entries) => ({ ...info(entries.length === 0 ? 'No record is stored for this monitor.' : `${plural(entries.length, 'record')} stored.`), list: entries }) });
-  const readOne = () => {
-    const entryID = store.draft('db-entry-id', '');
-    return onSensor('correlation-db-entry', 'Reading a stored record', (id) => api.correlationDatabaseEntry(id, entryID), {
-      success: (entry) => ({ ...info(`Entry ${entry.id}: ${entry.kind}, ${entry.matchesSensor ? 'matches' : 'differs from'} the sensor\u2019s record.`), record: formatJson(entry.data) }) });
-  };
-  const add = () => {
-    const body = { referenceSensor: referenceBody() };
-    if (store.draft('db-kind', 'CSSG2') === 'IFSv3') body.kind = 'IFSv3';
-    return onSensor('correlation-db-entry', 'Storing the sensor\u2019s record', (id) => api.addCorrelationDatabaseEntry(id, body), {
-      success: (newId) => ok(`The sensor\u2019s ${body.kind ?? 'CSSG2'} record was stored as entry ${newId}.`) });
-  };
-  const listed = state.outcomes[outcomeKey('correlation-db')]?.list ?? [];
+  const feature = 'correlationDatabase';
   const read = state.outcomes[outcomeKey('correlation-db-entry')]?.record;
-  return card({ id: 'card-correlation-db', title: 'Correlation database' },
-    sensorButton(state, { id: 'list-correlation-db', label: 'List', feature: 'correlationDatabase', onClick: list }),
-    listed.length > 0 ? h('ul', { class: 'plain-list', id: 'correlation-db-list' }, listed.map((e) =>
-      h('li', null, h('code', null, `#${e.id}`), ` ${e.date?.dateString ?? ''} \u00b7 reference ${reference(e.referenceSensor)}`))) : null,
+  const kinds = [
+    { value: 'CSSG2', label: 'CSSG2' },
+    { value: 'IFSv3', label: 'IFSv3' },
+  ];
+  return card(
+    { id: 'card-correlation-db', title: 'Correlation database' },
+    sensorButton(state, {
+      id: 'list-correlation-db',
+      label: 'List',
+      feature,
+      onClick: listCorrelationDatabase,
+    }),
+    entryList('correlation-db-list', listed(state, 'correlation-db')),
     outcomeView(state, outcomeKey('correlation-db')),
-    h('div', { class: 'form-row' },
-      h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Entry id'), input({ id: 'db-entry-id', type: 'number', min: 1 })),
-      sensorButton(state, { id: 'read-correlation-entry', label: 'Read entry', feature: 'correlationDatabase', onClick: readOne })),
-    h('div', { class: 'form-row' },
-      h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Reference device id'), input({ id: 'db-reference-device', type: 'number', min: 0, value: 48 })),
-      h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Reference serial'), input({ id: 'db-reference-serial', maxlength: 32 })),
-      h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Record'),
-        select({ id: 'db-kind', options: [{ value: 'CSSG2', label: 'CSSG2' }, { value: 'IFSv3', label: 'IFSv3' }] })),
-      sensorButton(state, { id: 'add-correlation-entry', label: 'Store the sensor\u2019s record', feature: 'correlationDatabase', onClick: add })),
+    formRow(
+      false,
+      field('Entry id', input({ id: 'db-entry-id', type: 'number', min: 1 })),
+      sensorButton(state, {
+        id: 'read-correlation-entry',
+        label: 'Read entry',
+        feature,
+        onClick: readEntry,
+      }),
+    ),
+    formRow(
+      false,
+      referenceFields(),
+      field('Record', select({ id: 'db-kind', options: kinds })),
+      sensorButton(state, {
+        id: 'add-correlation-entry',
+        label: 'Store the sensor\u2019s record',
+        feature,
+        onClick: storeRecord,
+      }),
+    ),
     outcomeView(state, outcomeKey('correlation-db-entry')),
-    read ? envelopeView(read, 'Stored record') : null);
+    read ? envelopeView(read, 'Stored record') : null,
+  );
 }
 
 // ---- The matrix database -----------------------------------------------------------------------------
 
+const listMatrixDatabase = act(
+  'matrix-db',
+  'Listing stored matrices',
+  api.matrixDatabase,
+  (value) => ({
+    ...info(
+      value.matrices.length === 0
+        ? 'No matrix is stored for this product and panel revision.'
+        : `${plural(value.matrices.length, 'matrix', 'matrices')} stored; the latest is ${value.latestID}.`,
+    ),
+    list: value.matrices,
+  }),
+);
+
+const storeMatrix = act(
+  'matrix-db-add',
+  'Storing the sensor\u2019s matrix',
+  (id) => api.addMatrixDatabaseEntry(id, referenceBody()),
+  (newId) => ok(`The sensor\u2019s matrix was stored as matrix ${newId}.`),
+);
+
 function matrixDatabaseCard(state) {
-  const list = () => onSensor('matrix-db', 'Listing stored matrices', (id) => api.matrixDatabase(id), {
-    success: (value) => ({ ...info(value.matrices.length === 0 ? 'No matrix is stored for this product and panel revision.'
-      : `${plural(value.matrices.length, 'matrix', 'matrices')} stored; the latest is ${value.latestID}.`), list: value.matrices }) });
-  const add = () => onSensor('matrix-db-add', 'Storing the sensor\u2019s matrix', (id) => api.addMatrixDatabaseEntry(id, referenceBody()), {
-    success: (newId) => ok(`The sensor\u2019s matrix was stored as matrix ${newId}.`) });
-  const listed = state.outcomes[outcomeKey('matrix-db')]?.list ?? [];
-  return card({ id: 'card-matrix-db', title: 'Matrix database' },
-    h('div', { class: 'button-row' },
-      sensorButton(state, { id: 'list-matrix-db', label: 'List', feature: 'matrixDatabase', onClick: list }),
-      sensorButton(state, { id: 'add-matrix-entry', label: 'Store the sensor\u2019s matrix', feature: 'matrixDatabase', onClick: add })),
-    h('p', { class: 'muted' }, 'Stored with the reference sensor given in the correlation database card.'),
-    listed.length > 0 ? h('ul', { class: 'plain-list', id: 'matrix-db-list' }, listed.map((e) =>
-      h('li', null, h('code', null, `#${e.id}`), ` ${e.date?.dateString ?? ''} \u00b7 reference ${reference(e.referenceSensor)}`))) : null,
+  const feature = 'matrixDatabase';
+  return card(
+    { id: 'card-matrix-db', title: 'Matrix database' },
+    buttonRow(
+      sensorButton(state, {
+        id: 'list-matrix-db',
+        label: 'List',
+        feature,
+        onClick: listMatrixDatabase,
+      }),
+      sensorButton(state, {
+        id: 'add-matrix-entry',
+        label: 'Store the sensor\u2019s matrix',
+        feature,
+        onClick: storeMatrix,
+      }),
+    ),
+    h(
+      'p',
+      { class: 'muted' },
+      'Stored with the reference sensor given in the correlation database card.',
+    ),
+    entryList('matrix-db-list', listed(state, 'matrix-db')),
     outcomeView(state, outcomeKey('matrix-db')),
-    outcomeView(state, outcomeKey('matrix-db-add')));
+    outcomeView(state, outcomeKey('matrix-db-add')),
+  );
 }
 
 export function renderDatabases(state) {
   return [
     whyNot(state, 'correlationData'),
-    h('div', { class: 'cards' }, recordsCard(state), correlationDatabaseCard(state), matrixDatabaseCard(state)),
+    h(
+      'div',
+      { class: 'cards' },
+      recordsCard(state),
+      correlationDatabaseCard(state),
+      matrixDatabaseCard(state),
+    ),
   ];
 }

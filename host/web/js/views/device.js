@@ -2,71 +2,155 @@
 // the temperature and brightness correction parameters of a built-in sensor.
 
 import * as api from '../api.js';
-import { info, ok, onSensor, outcomeKey } from '../actions.js';
-import { h } from '../dom.js';
+import { act, info, ok, outcomeKey } from '../actions.js';
+import { field, h } from '../dom.js';
 import { store } from '../store.js';
-import { card, input, outcomeView, sensorButton, whyNot } from './common.js';
+import {
+  buttonRow,
+  card,
+  cardHint,
+  formRow,
+  input,
+  outcomeView,
+  sensorButton,
+  whyNot,
+} from './common.js';
+
+// ---- Parameter description ------------------------------------------------------------------------
+
+const bytes = (text) => new TextEncoder().encode(text).length;
+
+const readDescription = act(
+  'parameter-description',
+  'Reading the parameter description',
+  api.parameterDescription,
+  (text) => {
+    store.setDraft('parameter-description', text);
+    return info(text === '' ? 'The description is empty.' : `Read ${bytes(text)} bytes.`);
+  },
+);
+
+const writeDescription = () =>
+  act(
+    'parameter-description',
+    'Writing the parameter description',
+    (id) => api.setParameterDescription(id, store.draft('parameter-description')),
+    () => ok('The parameter description was written.'),
+  )();
 
 function descriptionCard(state) {
-  const read = () => onSensor('parameter-description', 'Reading the parameter description', (id) => api.parameterDescription(id), {
-    success: (text) => {
-      store.setDraft('parameter-description', text);
-      return info(text === '' ? 'The description is empty.' : `Read ${new TextEncoder().encode(text).length} bytes.`);
-    } });
-  const write = () => {
-    const text = store.draft('parameter-description');
-    return onSensor('parameter-description', 'Writing the parameter description', (id) => api.setParameterDescription(id, text), {
-      success: () => ok('The parameter description was written.') });
-  };
-  return card({ id: 'card-parameter-description', title: 'Parameter description' },
-    h('p', { class: 'panel-hint' }, 'A text of up to 255 bytes the sensor keeps for its measuring parameters.'),
-    h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Description'), input({ id: 'parameter-description', maxlength: 255 })),
-    h('div', { class: 'button-row' },
-      sensorButton(state, { id: 'read-parameter-description', label: 'Read', onClick: read }),
-      sensorButton(state, { id: 'write-parameter-description', label: 'Write', onClick: write })),
-    outcomeView(state, outcomeKey('parameter-description')));
+  return card(
+    { id: 'card-parameter-description', title: 'Parameter description' },
+    cardHint('A text of up to 255 bytes the sensor keeps for its measuring parameters.'),
+    field('Description', input({ id: 'parameter-description', maxlength: 255 })),
+    buttonRow(
+      sensorButton(state, {
+        id: 'read-parameter-description',
+        label: 'Read',
+        onClick: readDescription,
+      }),
+      sensorButton(state, {
+        id: 'write-parameter-description',
+        label: 'Write',
+        onClick: writeDescription,
+      }),
+    ),
+    outcomeView(state, outcomeKey('parameter-description')),
+  );
+}
+
+// ---- Device options -----------------------------------------------------------------------------------
+
+const option = () => Number(store.draft('device-option', '1'));
+
+const readOption = () =>
+  act(
+    'device-option',
+    'Reading a device option',
+    (id) => api.deviceOption(id, option()),
+    (value) => {
+      store.setDraft('device-option-value', String(value));
+      return info(`Option ${option()} is ${value}.`);
+    },
+  )();
+
+function writeOption() {
+  const value = Number(store.draft('device-option-value', '0'));
+  return act(
+    'device-option',
+    'Setting a device option',
+    (id) => api.setDeviceOption(id, option(), value),
+    () => ok(`Option ${option()} set to ${value}.`),
+  )();
 }
 
 function optionsCard(state) {
-  const option = () => Number(store.draft('device-option', '1'));
-  const read = () => onSensor('device-option', 'Reading a device option', (id) => api.deviceOption(id, option()), {
-    success: (value) => {
-      store.setDraft('device-option-value', String(value));
-      return info(`Option ${option()} is ${value}.`);
-    } });
-  const write = () => {
-    const value = Number(store.draft('device-option-value', '0'));
-    return onSensor('device-option', 'Setting a device option', (id) => api.setDeviceOption(id, option(), value), {
-      success: () => ok(`Option ${option()} set to ${value}.`) });
-  };
-  return card({ id: 'card-device-options', title: 'Device options' },
-    h('p', { class: 'panel-hint' }, 'Numbered settings of the instrument; which numbers exist depends on the instrument.'),
-    h('div', { class: 'form-row inline-fields' },
-      h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Option'), input({ id: 'device-option', type: 'number', min: 0, step: 1, value: 1 })),
-      h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Value'), input({ id: 'device-option-value', type: 'number', step: 1, value: 0 })),
-      sensorButton(state, { id: 'read-device-option', label: 'Read', onClick: read }),
-      sensorButton(state, { id: 'write-device-option', label: 'Set', onClick: write })),
-    outcomeView(state, outcomeKey('device-option')));
+  return card(
+    { id: 'card-device-options', title: 'Device options' },
+    cardHint('Numbered settings of the instrument; which numbers exist depends on the instrument.'),
+    formRow(
+      true,
+      field('Option', input({ id: 'device-option', type: 'number', min: 0, step: 1, value: 1 })),
+      field('Value', input({ id: 'device-option-value', type: 'number', step: 1, value: 0 })),
+      sensorButton(state, { id: 'read-device-option', label: 'Read', onClick: readOption }),
+      sensorButton(state, { id: 'write-device-option', label: 'Set', onClick: writeOption }),
+    ),
+    outcomeView(state, outcomeKey('device-option')),
+  );
 }
 
+// ---- Temperature and brightness correction ---------------------------------------------------------
+
+const calculate = act(
+  'ifs',
+  'Calculating the temperature correction',
+  api.calculateTemperatureCorrection,
+  () => ok('The temperature correction parameters were calculated.'),
+);
+
+const updating = (on) => `Updating the brightness correction parameters is ${on ? 'on' : 'off'}.`;
+
+const readUpdate = act(
+  'ifs',
+  'Reading the brightness correction update',
+  api.brightnessCorrectionUpdate,
+  (on) => info(updating(on)),
+);
+
+const switchUpdate = (on) =>
+  act(
+    'ifs',
+    'Switching the brightness correction update',
+    (id) => api.setBrightnessCorrectionUpdate(id, on),
+    () => ok(updating(on)),
+  )();
+
 function ifsCard(state) {
-  const calculate = () => onSensor('ifs', 'Calculating the temperature correction', (id) => api.calculateTemperatureCorrection(id), {
-    success: () => ok('The temperature correction parameters were calculated.') });
-  const read = () => onSensor('ifs', 'Reading the brightness correction update', (id) => api.brightnessCorrectionUpdate(id), {
-    success: (on) => info(`Updating the brightness correction parameters is ${on ? 'on' : 'off'}.`) });
-  const turn = (on) => onSensor('ifs', 'Switching the brightness correction update', (id) => api.setBrightnessCorrectionUpdate(id, on), {
-    success: () => ok(`Updating the brightness correction parameters is ${on ? 'on' : 'off'}.`) });
-  return card({ id: 'card-ifs', title: 'Temperature and brightness correction' },
+  const feature = 'ifs';
+  const small = (id, label, onClick, kind) =>
+    sensorButton(state, { id, label, onClick, kind, feature, small: true });
+  return card(
+    { id: 'card-ifs', title: 'Temperature and brightness correction' },
     whyNot(state, 'ifs'),
-    h('p', { class: 'panel-hint' }, 'The built-in sensor corrects its readings for the panel\u2019s temperature and brightness.'),
-    h('div', { class: 'button-row' },
-      sensorButton(state, { id: 'ifs-temperature', label: 'Calculate temperature correction', feature: 'ifs', onClick: calculate })),
-    h('div', { class: 'button-row' },
+    cardHint(
+      'The built-in sensor corrects its readings for the panel\u2019s temperature and brightness.',
+    ),
+    buttonRow(
+      sensorButton(state, {
+        id: 'ifs-temperature',
+        label: 'Calculate temperature correction',
+        feature,
+        onClick: calculate,
+      }),
+    ),
+    buttonRow(
       h('span', { class: 'muted' }, 'Brightness correction update:'),
-      sensorButton(state, { id: 'ifs-bright-read', label: 'Read', kind: 'ghost', small: true, feature: 'ifs', onClick: read }),
-      sensorButton(state, { id: 'ifs-bright-on', label: 'On', small: true, feature: 'ifs', onClick: () => turn(true) }),
-      sensorButton(state, { id: 'ifs-bright-off', label: 'Off', small: true, feature: 'ifs', onClick: () => turn(false) })),
-    outcomeView(state, outcomeKey('ifs')));
+      small('ifs-bright-read', 'Read', readUpdate, 'ghost'),
+      small('ifs-bright-on', 'On', () => switchUpdate(true)),
+      small('ifs-bright-off', 'Off', () => switchUpdate(false)),
+    ),
+    outcomeView(state, outcomeKey('ifs')),
+  );
 }
 
 export function renderDevice(state) {

@@ -21,27 +21,60 @@ function finish(dialog, element, confirmed) {
 function confirmBody(dialog, element) {
   return [
     h('p', { id: 'dialog-text' }, dialog.text),
-    h('div', { class: 'button-row dialog-buttons' },
-      h('button', { type: 'button', id: 'dialog-cancel', class: 'ghost', on: { click: () => finish(dialog, element, false) } }, 'Cancel'),
-      h('button', { type: 'button', id: 'dialog-confirm', class: 'danger', on: { click: () => finish(dialog, element, true) } }, dialog.confirm)),
+    h(
+      'div',
+      { class: 'button-row dialog-buttons' },
+      h(
+        'button',
+        {
+          type: 'button',
+          id: 'dialog-cancel',
+          class: 'ghost',
+          on: { click: () => finish(dialog, element, false) },
+        },
+        'Cancel',
+      ),
+      h(
+        'button',
+        {
+          type: 'button',
+          id: 'dialog-confirm',
+          class: 'danger',
+          on: { click: () => finish(dialog, element, true) },
+        },
+        dialog.confirm,
+      ),
+    ),
   ];
 }
 
 function jsonBody(dialog, element) {
   return [
     h('pre', { class: 'code', tabindex: '0', 'aria-label': dialog.title }, dialog.text),
-    h('div', { class: 'button-row dialog-buttons' },
-      h('button', { type: 'button', id: 'dialog-close', on: { click: () => element.close() } }, 'Close')),
+    h(
+      'div',
+      { class: 'button-row dialog-buttons' },
+      h(
+        'button',
+        { type: 'button', id: 'dialog-close', on: { click: () => element.close() } },
+        'Close',
+      ),
+    ),
   ];
 }
 
 export function renderDialog(state) {
   const dialog = state.dialog;
   if (!dialog) return null;
-  const element = h('dialog', { class: ['dialog', `dialog-${dialog.kind}`], 'aria-labelledby': 'dialog-title',
-    'aria-describedby': dialog.kind === 'confirm' ? 'dialog-text' : null });
-  element.append(h('h2', { id: 'dialog-title' }, dialog.title),
-    ...(dialog.kind === 'confirm' ? confirmBody(dialog, element) : jsonBody(dialog, element)));
+  const element = h('dialog', {
+    class: ['dialog', `dialog-${dialog.kind}`],
+    'aria-labelledby': 'dialog-title',
+    'aria-describedby': dialog.kind === 'confirm' ? 'dialog-text' : null,
+  });
+  element.append(
+    h('h2', { id: 'dialog-title' }, dialog.title),
+    ...(dialog.kind === 'confirm' ? confirmBody(dialog, element) : jsonBody(dialog, element)),
+  );
   element.addEventListener('close', () => {
     closeDialog();
     if (dialog.opener) focusById(dialog.opener);

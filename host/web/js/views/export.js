@@ -29,13 +29,34 @@ async function exportAs(format) {
 export function renderExport(state) {
   const count = state.readings.length;
   const sensors = new Set(state.readings.map((r) => r.sensorId)).size;
-  return card({ id: 'card-export', title: 'Export' },
-    h('p', { class: 'muted' }, count === 0
-      ? 'No reading to export yet.'
-      : `${plural(count, 'XYZ reading')} of ${plural(sensors, 'sensor')}, with time, sensor, mode and correction state; L*a*b* against the white chosen above.`),
+  return card(
+    { id: 'card-export', title: 'Export' },
+    h(
+      'p',
+      { class: 'muted' },
+      count === 0
+        ? 'No reading to export yet.'
+        : `${plural(count, 'XYZ reading')} of ${plural(sensors, 'sensor')}, with time, sensor, mode and correction state; L*a*b* against the white chosen above.`,
+    ),
     checkbox({ id: 'export-raw', label: 'also the raw XYZ of each reading' }),
-    h('div', { class: 'button-row' },
-      button({ id: 'export-csv', label: 'Export CSV', disabled: count === 0, busy: Boolean(state.pending['export-csv']), onClick: () => exportAs('csv') }),
-      button({ id: 'export-cgats', label: 'Export CGATS', disabled: count === 0, busy: Boolean(state.pending['export-cgats']), onClick: () => exportAs('cgats') })),
-    outcomeView(state, outcomeKey('export')));
+    h(
+      'div',
+      { class: 'button-row' },
+      button({
+        id: 'export-csv',
+        label: 'Export CSV',
+        disabled: count === 0,
+        busy: Boolean(state.pending['export-csv']),
+        onClick: () => exportAs('csv'),
+      }),
+      button({
+        id: 'export-cgats',
+        label: 'Export CGATS',
+        disabled: count === 0,
+        busy: Boolean(state.pending['export-cgats']),
+        onClick: () => exportAs('cgats'),
+      }),
+    ),
+    outcomeView(state, outcomeKey('export')),
+  );
 }

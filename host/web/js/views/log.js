@@ -11,48 +11,93 @@ import { hintFor } from '../hints.js';
 const LIMIT = 500;
 
 function statusPill(exchange) {
-  if (exchange.pending) return h('span', { class: 'status-pill status-running' }, h('span', { class: 'spinner', 'aria-hidden': 'true' }), 'running');
+  if (exchange.pending)
+    return h(
+      'span',
+      { class: 'status-pill status-running' },
+      h('span', { class: 'spinner', 'aria-hidden': 'true' }),
+      'running',
+    );
   const { status } = exchange;
-  const kind = status === 0 || status >= 500 ? 'status-bad' : status >= 300 ? 'status-warn' : 'status-good';
+  const kind =
+    status === 0 || status >= 500 ? 'status-bad' : status >= 300 ? 'status-warn' : 'status-good';
   return h('span', { class: ['status-pill', kind] }, status === 0 ? 'failed' : String(status));
 }
 
 function summary(exchange) {
-  return h('summary', { class: 'log-summary' },
-    h('span', { class: 'log-line' },
+  return h(
+    'summary',
+    { class: 'log-summary' },
+    h(
+      'span',
+      { class: 'log-line' },
       h('span', { class: ['method', `method-${exchange.method.toLowerCase()}`] }, exchange.method),
       h('span', { class: 'log-path' }, exchange.path),
-      statusPill(exchange)),
-    h('span', { class: 'log-line log-sub' },
+      statusPill(exchange),
+    ),
+    h(
+      'span',
+      { class: 'log-line log-sub' },
       h('span', { class: 'log-time' }, timeOfDay(exchange.started)),
       exchange.entryPoint ? h('code', { class: 'log-entry-point' }, exchange.entryPoint) : null,
-      exchange.pending ? null : h('span', { class: 'log-ms' }, `${Math.round(exchange.milliseconds ?? 0)} ms`)));
+      exchange.pending
+        ? null
+        : h('span', { class: 'log-ms' }, `${Math.round(exchange.milliseconds ?? 0)} ms`),
+    ),
+  );
 }
 
 function detail(exchange) {
   const error = exchange.envelope?.error;
   const hint = error ? hintFor(new ApiError(exchange.status, error)) : null;
-  const block = (caption, text) => h('div', { class: 'log-block' }, h('div', { class: 'log-caption' }, caption), h('pre', { class: 'code', tabindex: '0' }, text));
-  return h('div', { class: 'log-detail' },
+  const block = (caption, text) =>
+    h(
+      'div',
+      { class: 'log-block' },
+      h('div', { class: 'log-caption' }, caption),
+      h('pre', { class: 'code', tabindex: '0' }, text),
+    );
+  return h(
+    'div',
+    { class: 'log-detail' },
     exchange.body ? block('Request body', exchange.body) : null,
-    exchange.pending ? null : block('Envelope', exchange.envelope !== undefined ? formatJson(exchange.envelope) : (exchange.text ?? '')),
-    hint ? h('p', { class: 'hint' }, h('strong', null, 'What to do: '), hint.text) : null);
+    exchange.pending
+      ? null
+      : block(
+          'Envelope',
+          exchange.envelope !== undefined ? formatJson(exchange.envelope) : (exchange.text ?? ''),
+        ),
+    hint ? h('p', { class: 'hint' }, h('strong', null, 'What to do: '), hint.text) : null,
+  );
 }
 
 function entry(exchange, open) {
   const failed = !exchange.pending && (exchange.status === 0 || exchange.status >= 400);
-  return h('details', {
-    class: ['log-entry', failed ? 'log-failed' : null, exchange.pending ? 'log-pending' : null],
-    open,
-    dataset: { id: exchange.id, status: exchange.status ?? '', path: exchange.path, entryPoint: exchange.entryPoint ?? '' },
-  }, summary(exchange), detail(exchange));
+  return h(
+    'details',
+    {
+      class: ['log-entry', failed ? 'log-failed' : null, exchange.pending ? 'log-pending' : null],
+      open,
+      dataset: {
+        id: exchange.id,
+        status: exchange.status ?? '',
+        path: exchange.path,
+        entryPoint: exchange.entryPoint ?? '',
+      },
+    },
+    summary(exchange),
+    detail(exchange),
+  );
 }
 
 export function mountLog(root) {
   const list = h('div', { class: 'log-list', id: 'log-list' });
   const count = h('span', { class: 'log-count' }, '0 requests');
-  const errorsOnly = h('input', { type: 'checkbox', id: 'log-errors-only',
-    on: { change: () => list.classList.toggle('log-errors-only', errorsOnly.checked) } });
+  const errorsOnly = h('input', {
+    type: 'checkbox',
+    id: 'log-errors-only',
+    on: { change: () => list.classList.toggle('log-errors-only', errorsOnly.checked) },
+  });
   const entries = new Map();
   let total = 0;
   const clear = () => {
@@ -62,13 +107,25 @@ export function mountLog(root) {
     count.textContent = '0 requests';
   };
   root.replaceChildren(
-    h('div', { class: 'panel-head' },
+    h(
+      'div',
+      { class: 'panel-head' },
       h('h2', { id: 'log-title' }, 'Requests'),
       count,
       h('label', { class: 'toggle-inline', for: 'log-errors-only' }, errorsOnly, 'failures only'),
-      h('button', { type: 'button', id: 'log-clear', class: 'ghost small', on: { click: clear } }, 'Clear')),
-    h('p', { class: 'panel-hint' }, 'Every request of this page, newest first. Open one for its body, envelope and hint.'),
-    list);
+      h(
+        'button',
+        { type: 'button', id: 'log-clear', class: 'ghost small', on: { click: clear } },
+        'Clear',
+      ),
+    ),
+    h(
+      'p',
+      { class: 'panel-hint' },
+      'Every request of this page, newest first. Open one for its body, envelope and hint.',
+    ),
+    list,
+  );
   onExchange((exchange) => {
     const old = entries.get(exchange.id);
     const next = entry(exchange, old?.open ?? false);

@@ -3,10 +3,21 @@
 // The routes come from the host (GET /host/routes), so nothing is out of reach.
 
 import { repaint } from '../actions.js';
-import { h, note } from '../dom.js';
+import { field, h, note } from '../dom.js';
 import { sendRequest } from '../simulating.js';
 import { store } from '../store.js';
-import { button, card, checkbox, input, outcomeView, select, textarea } from './common.js';
+import {
+  button,
+  buttonRow,
+  card,
+  cardHint,
+  checkbox,
+  formRow,
+  input,
+  outcomeView,
+  select,
+  textarea,
+} from './common.js';
 
 const METHODS = ['GET', 'PUT', 'POST', 'DELETE'];
 
@@ -20,27 +31,47 @@ function chosenRoute(state) {
 // The method a route takes when it names one ("POST", or "!POST": anything else, GET first).
 function defaultMethod(route) {
   if (!route || route.methods === '*') return 'GET';
-  return route.methods.startsWith('!') ? METHODS.find((m) => m !== route.methods.slice(1)) : route.methods;
+  return route.methods.startsWith('!')
+    ? METHODS.find((m) => m !== route.methods.slice(1))
+    : route.methods;
 }
 
 function parameterDefault(state, name) {
   if (name === 'id') return state.selected ?? '';
-  return { deviceID: '33', individualID: '54887620458597674', serial: 'QM7A0451', product: 'QM-27-Studio-Lab' }[name] ?? '';
+  return (
+    {
+      deviceID: '33',
+      individualID: '54887620458597674',
+      serial: 'QM7A0451',
+      product: 'QM-27-Studio-Lab',
+    }[name] ?? ''
+  );
 }
 
 // "a&b=c" as the query object the bridge route takes: a key without "=" gives null.
 function queryObject(text) {
-  const entries = text.replace(/^\?/, '').split('&').filter(Boolean).map((piece) => {
-    const at = piece.indexOf('=');
-    return at < 0 ? [decodeURIComponent(piece), null] : [decodeURIComponent(piece.slice(0, at)), decodeURIComponent(piece.slice(at + 1))];
-  });
+  const entries = text
+    .replace(/^\?/, '')
+    .split('&')
+    .filter(Boolean)
+    .map((piece) => {
+      const at = piece.indexOf('=');
+      return at < 0
+        ? [decodeURIComponent(piece), null]
+        : [decodeURIComponent(piece.slice(0, at)), decodeURIComponent(piece.slice(at + 1))];
+    });
   return Object.fromEntries(entries);
 }
 
 // The request the fields describe.
 function composed(state) {
   const route = chosenRoute(state);
-  const parameters = Object.fromEntries(parameterNames(route.path).map((name) => [name, store.draft(`req-param-${name}`, parameterDefault(state, name))]));
+  const parameters = Object.fromEntries(
+    parameterNames(route.path).map((name) => [
+      name,
+      store.draft(`req-param-${name}`, parameterDefault(state, name)),
+    ]),
+  );
   const path = route.path.replace(/\{(\w+)\}/g, (_, name) => encodeURIComponent(parameters[name]));
   const query = store.draft('req-query', '').trim().replace(/^\?/, '');
   return {
@@ -55,7 +86,11 @@ function composed(state) {
 }
 
 function curlLine(request) {
-  const body = request.body ? ` -d '${request.body.replace(/'/g, "'\\''")}'` : request.method === 'POST' || request.method === 'PUT' ? " -d ''" : '';
+  const body = request.body
+    ? ` -d '${request.body.replace(/'/g, "'\\''")}'`
+    : request.method === 'POST' || request.method === 'PUT'
+      ? " -d ''"
+      : '';
   return `curl -s -X ${request.method} '${location.origin}${request.path}'${body}`;
 }
 
@@ -64,18 +99,43 @@ function answerView(state) {
   if (!answer) return null;
   if (answer.pending) return note('info', 'Waiting for the answer\u2026');
   const failed = answer.status === 0 || answer.status >= 400;
-  return h('div', { class: 'request-answer', id: 'request-answer', 'data-status': answer.status },
-    h('p', null, h('span', { class: ['status-pill', failed ? 'status-bad' : 'status-good'] }, answer.status === 0 ? 'no answer' : String(answer.status)),
-      answer.entryPoint ? [' entry point ', h('code', { id: 'request-entry-point' }, answer.entryPoint)] : ' (no entry point: a host route)'),
-    answer.error?.hint ? h('div', { class: 'hint', 'data-testid': 'hint' }, h('p', null, h('strong', null, 'What to do: '), answer.error.hint.text)) : null,
+  return h(
+    'div',
+    { class: 'request-answer', id: 'request-answer', 'data-status': answer.status },
+    h(
+      'p',
+      null,
+      h(
+        'span',
+        { class: ['status-pill', failed ? 'status-bad' : 'status-good'] },
+        answer.status === 0 ? 'no answer' : String(answer.status),
+      ),
+      answer.entryPoint
+        ? [' entry point ', h('code', { id: 'request-entry-point' }, answer.entryPoint)]
+        : ' (no entry point: a host route)',
+    ),
+    answer.error?.hint
+      ? h(
+          'div',
+          { class: 'hint', 'data-testid': 'hint' },
+          h('p', null, h('strong', null, 'What to do: '), answer.error.hint.text),
+        )
+      : null,
     h('div', { class: 'log-caption' }, 'Envelope, as it came'),
-    h('pre', { class: 'code', tabindex: '0', id: 'request-envelope' }, answer.text || answer.error?.text || ''));
+    h(
+      'pre',
+      { class: 'code', tabindex: '0', id: 'request-envelope' },
+      answer.text || answer.error?.text || '',
+    ),
+  );
 }
 
 // The request line follows what is typed without painting the panel again (a field replaced
 // while it is typed in loses the text being composed).
 function requestLine(request) {
-  return request.bridge ? `POST /bridge/${request.entryPoint}` : `${request.method} ${request.path}`;
+  return request.bridge
+    ? `POST /bridge/${request.entryPoint}`
+    : `${request.method} ${request.path}`;
 }
 
 function showLine(event) {
@@ -85,37 +145,96 @@ function showLine(event) {
 }
 
 function parameterFields(state, route) {
-  return parameterNames(route.path).map((name) => h('label', { class: 'field' }, h('span', { class: 'field-label' }, `{${name}}`),
-    input({ id: `req-param-${name}`, value: parameterDefault(state, name), on: { input: showLine } })));
+  return parameterNames(route.path).map((name) =>
+    field(
+      `{${name}}`,
+      input({
+        id: `req-param-${name}`,
+        value: parameterDefault(state, name),
+        on: { input: showLine },
+      }),
+    ),
+  );
+}
+
+function choosingFields(state, route) {
+  const onEntry = () => {
+    store.setDraft('req-method', defaultMethod(chosenRoute(store.get())));
+    repaint();
+  };
+  const entries = state.routes.map((r) => ({
+    value: r.entryPoint,
+    label: `${r.entryPoint} \u2014 ${r.path}`,
+  }));
+  const methods = METHODS.map((m) => ({ value: m, label: m }));
+  const entry = field(
+    'Entry point',
+    select({ id: 'req-entry', value: route.entryPoint, onChange: onEntry, options: entries }),
+  );
+  entry.classList.add('field-wide');
+  return formRow(
+    false,
+    entry,
+    field(
+      'Method',
+      select({
+        id: 'req-method',
+        value: defaultMethod(route),
+        options: methods,
+        onChange: repaint,
+      }),
+    ),
+  );
+}
+
+function contentFields() {
+  return [
+    field(
+      'Query (key, key=value, joined by &)',
+      input({ id: 'req-query', placeholder: 'supports', on: { input: showLine } }),
+    ),
+    field(
+      'Body (sent byte for byte)',
+      textarea({ id: 'req-body', rows: 4, spellcheck: 'false', placeholder: 'true' }),
+    ),
+    checkbox({
+      id: 'req-bridge',
+      label: 'send through the bridge route (typed query and parameters)',
+      onChange: repaint,
+    }),
+  ];
 }
 
 export function renderRequest(state) {
   if (state.routes.length === 0) return note('info', 'Reading the host\u2019s routes\u2026');
   const route = chosenRoute(state);
   const request = composed(state);
-  const onEntry = () => {
-    const next = chosenRoute(store.get());
-    store.setDraft('req-method', defaultMethod(next));
-    repaint();
-  };
-  return card({ id: 'card-any-request', title: 'Any request' },
-    h('p', { class: 'panel-hint' }, 'Every entry point of the plug-in with any method, query and body. The envelope below is the plug-in\u2019s, exactly as it came.'),
-    h('div', { class: 'form-row' },
-      h('label', { class: 'field field-wide' }, h('span', { class: 'field-label' }, 'Entry point'),
-        select({ id: 'req-entry', value: route.entryPoint, onChange: onEntry,
-          options: state.routes.map((r) => ({ value: r.entryPoint, label: `${r.entryPoint} \u2014 ${r.path}` })) })),
-      h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Method'),
-        select({ id: 'req-method', value: defaultMethod(route), options: METHODS.map((m) => ({ value: m, label: m })), onChange: repaint }))),
-    route.path.includes('{') ? h('div', { class: 'form-row' }, parameterFields(state, route)) : null,
-    h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Query (key, key=value, joined by &)'),
-      input({ id: 'req-query', placeholder: 'supports', on: { input: showLine } })),
-    h('label', { class: 'field' }, h('span', { class: 'field-label' }, 'Body (sent byte for byte)'),
-      textarea({ id: 'req-body', rows: 4, spellcheck: 'false', placeholder: 'true' })),
-    checkbox({ id: 'req-bridge', label: 'send through the bridge route (typed query and parameters)', onChange: repaint }),
-    h('div', { class: 'button-row' },
-      button({ id: 'req-send', label: 'Send', kind: 'primary', busy: Boolean(state.request?.pending), onClick: () => sendRequest(composed(store.get())) }),
-      h('code', { class: 'request-line', id: 'request-line' }, requestLine(request))),
-    h('details', { class: 'envelope' }, h('summary', null, 'As a curl command'), h('pre', { class: 'code', tabindex: '0' }, curlLine(request))),
+  const send = () => sendRequest(composed(store.get()));
+  return card(
+    { id: 'card-any-request', title: 'Any request' },
+    cardHint(
+      'Every entry point of the plug-in with any method, query and body. The envelope below is the plug-in\u2019s, exactly as it came.',
+    ),
+    choosingFields(state, route),
+    route.path.includes('{') ? formRow(false, parameterFields(state, route)) : null,
+    contentFields(),
+    buttonRow(
+      button({
+        id: 'req-send',
+        label: 'Send',
+        kind: 'primary',
+        busy: Boolean(state.request?.pending),
+        onClick: send,
+      }),
+      h('code', { class: 'request-line', id: 'request-line' }, requestLine(request)),
+    ),
+    h(
+      'details',
+      { class: 'envelope' },
+      h('summary', null, 'As a curl command'),
+      h('pre', { class: 'code', tabindex: '0' }, curlLine(request)),
+    ),
     outcomeView(state, 'request'),
-    answerView(state));
+    answerView(state),
+  );
 }

@@ -29,14 +29,44 @@ function noSensor() {
     'div',
     { class: 'empty' },
     h('h2', null, 'No sensor selected'),
-    h('p', null, 'Open a sensor from the list on the left: a connected USB sensor by its device id or individual id, a serial-USB sensor, or the sensor built into a monitor.'),
-    h('ol', { class: 'steps' },
+    h(
+      'p',
+      null,
+      'Open a sensor from the list on the left: a connected USB sensor by its device id or individual id, a serial-USB sensor, or the sensor built into a monitor.',
+    ),
+    h(
+      'ol',
+      { class: 'steps' },
       h('li', null, 'Open a sensor; it appears under ', h('strong', null, 'Opened'), ' and here.'),
-      h('li', null, h('strong', null, 'Sensor'), ': capabilities, mode, calibration, arm, position, exterior light, target marker.'),
-      h('li', null, h('strong', null, 'Measure'), ': readings with units and derived values, the chromaticity diagram, live series, export.'),
-      h('li', null, h('strong', null, 'Presence detection'), ', ', h('strong', null, 'Correlation'), ', ', h('strong', null, 'Records & databases'),
-        ': what a sensor built into a monitor offers.'),
-      h('li', null, h('strong', null, 'Any request'), ': any entry point with any method, query and body.')),
+      h(
+        'li',
+        null,
+        h('strong', null, 'Sensor'),
+        ': capabilities, mode, calibration, arm, position, exterior light, target marker.',
+      ),
+      h(
+        'li',
+        null,
+        h('strong', null, 'Measure'),
+        ': readings with units and derived values, the chromaticity diagram, live series, export.',
+      ),
+      h(
+        'li',
+        null,
+        h('strong', null, 'Presence detection'),
+        ', ',
+        h('strong', null, 'Correlation'),
+        ', ',
+        h('strong', null, 'Records & databases'),
+        ': what a sensor built into a monitor offers.',
+      ),
+      h(
+        'li',
+        null,
+        h('strong', null, 'Any request'),
+        ': any entry point with any method, query and body.',
+      ),
+    ),
     h('p', { class: 'muted' }, 'Every request and its envelope appear in the request log.'),
   );
 }
@@ -48,21 +78,32 @@ function title(state) {
   const monitor = monitorOf(world, known);
   const simulated = worldSensor(world, known);
   const deviceID = known.deviceID ?? state.caps[selected]?.info?.deviceID;
-  return h('div', { class: 'sensor-title' },
+  return h(
+    'div',
+    { class: 'sensor-title' },
     h('h2', { id: 'sensor-name' }, sensor?.name || simulated?.name || 'Sensor'),
-    h('div', { class: 'sensor-sub' },
+    h(
+      'div',
+      { class: 'sensor-sub' },
       h('code', { class: 'sensor-id', id: 'sensor-id' }, selected),
       Number.isInteger(deviceID) ? h('span', null, `device ${deviceID}`) : null,
       monitor ? h('span', null, `on ${monitor.serial} \u00b7 ${monitor.product}`) : null,
-      simulated ? h('span', { class: 'tag tag-sim' }, simulated.connection) : null));
+      simulated ? h('span', { class: 'tag tag-sim' }, simulated.connection) : null,
+    ),
+  );
 }
 
 // What the selected sensor is busy with; other actions on it wait until it is done.
 function busyBanner(state) {
   const task = state.busy[state.selected];
-  if (!task || task.background) return h('div', { class: 'busy-banner', hidden: true, id: 'busy-banner' });
-  return h('div', { class: 'busy-banner', id: 'busy-banner' },
-    h('span', { class: 'spinner', 'aria-hidden': 'true' }), `${task.label}\u2026 Other actions on this sensor wait until it is done.`);
+  if (!task || task.background)
+    return h('div', { class: 'busy-banner', hidden: true, id: 'busy-banner' });
+  return h(
+    'div',
+    { class: 'busy-banner', id: 'busy-banner' },
+    h('span', { class: 'spinner', 'aria-hidden': 'true' }),
+    `${task.label}\u2026 Other actions on this sensor wait until it is done.`,
+  );
 }
 
 function tabBar(state) {
@@ -74,11 +115,25 @@ function tabBar(state) {
     selectTab(next);
     setTimeout(() => document.getElementById(`tab-${next}`)?.focus(), 0);
   };
-  return h('div', { class: 'tabs', role: 'tablist', 'aria-label': 'Sensor views', on: { keydown: moveBy } },
-    TABS.map((tab) => h('button', {
-      type: 'button', role: 'tab', id: `tab-${tab.key}`, 'aria-controls': 'tab-panel',
-      'aria-selected': String(tab.key === state.tab), tabindex: tab.key === state.tab ? '0' : '-1',
-      on: { click: () => selectTab(tab.key) } }, tab.label)));
+  return h(
+    'div',
+    { class: 'tabs', role: 'tablist', 'aria-label': 'Sensor views', on: { keydown: moveBy } },
+    TABS.map((tab) =>
+      h(
+        'button',
+        {
+          type: 'button',
+          role: 'tab',
+          id: `tab-${tab.key}`,
+          'aria-controls': 'tab-panel',
+          'aria-selected': String(tab.key === state.tab),
+          tabindex: tab.key === state.tab ? '0' : '-1',
+          on: { click: () => selectTab(tab.key) },
+        },
+        tab.label,
+      ),
+    ),
+  );
 }
 
 export function renderWorkspace(state) {
@@ -88,6 +143,15 @@ export function renderWorkspace(state) {
     state.selected ? title(state) : null,
     busyBanner(state),
     tabBar(state),
-    h('div', { role: 'tabpanel', id: 'tab-panel', 'aria-labelledby': `tab-${tab.key}`, 'data-tab': tab.key }, content),
+    h(
+      'div',
+      {
+        role: 'tabpanel',
+        id: 'tab-panel',
+        'aria-labelledby': `tab-${tab.key}`,
+        'data-tab': tab.key,
+      },
+      content,
+    ),
   ];
 }
