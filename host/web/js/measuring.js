@@ -67,7 +67,13 @@ function recordXYZ(sensorId, value) {
     XYZ: value.XYZ,
     rawXYZ: value.rawXYZ,
   };
-  store.update((s) => ({ readings: [...s.readings, reading].slice(-KEPT) }));
+  store.update((s) => {
+    const readings = [...s.readings, reading].slice(-KEPT);
+    if (readings.length < KEPT) return { readings };
+    // The derived values of the readings let go go with them.
+    const kept = Object.entries(s.derived).filter(([seq]) => Number(seq) >= readings[0].seq);
+    return { readings, derived: Object.fromEntries(kept) };
+  });
   return reading;
 }
 

@@ -4,9 +4,11 @@
 // in live mode it changes every second, and each change would be read out.
 
 import { ApiError, onExchange } from '../api.js';
+import { hintContext } from '../capabilities.js';
 import { h } from '../dom.js';
 import { formatJson, plural, timeOfDay } from '../format.js';
 import { hintFor } from '../hints.js';
+import { store } from '../store.js';
 
 const LIMIT = 500;
 
@@ -47,9 +49,15 @@ function summary(exchange) {
   );
 }
 
+// What is known of the sensor a request went to, for a precise hint.
+function contextOf(path) {
+  const id = /^\/Sensors\/([0-9a-f-]{36})(\/|\?|$)/.exec(path)?.[1];
+  return id ? hintContext(store.get().caps[id]) : {};
+}
+
 function detail(exchange) {
   const error = exchange.envelope?.error;
-  const hint = error ? hintFor(new ApiError(exchange.status, error)) : null;
+  const hint = error ? hintFor(new ApiError(exchange.status, error), contextOf(exchange.path)) : null;
   const block = (caption, text) =>
     h(
       'div',
