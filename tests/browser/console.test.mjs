@@ -197,6 +197,7 @@ describe('a new user opens the studio monitor\u2019s sensor and measures', () =>
       const point = page.locator("[data-testid='point-xyz']");
       assert.ok(near(Number(await point.getAttribute('cx')), 52 + x * 600, 1));
       assert.ok(near(Number(await point.getAttribute('cy')), 12 + (0.9 - y) * 600, 1));
+      await audit(page, 'measure tab');
     },
   );
 
