@@ -258,6 +258,8 @@ struct HttpServer::State {
   MHD_Result receive(MHD_Connection* connection, Exchange& exchange, const char* upload,
                      std::size_t size);
   MHD_Result dispatch(MHD_Connection* connection, Exchange& exchange);
+  // A worker's answer is ready: hands the exchange back to the serving thread and wakes it.
+  void handBack(MHD_Connection* connection, Exchange& exchange);
   MHD_Result respond(MHD_Connection* connection, Exchange& exchange,
                      const HostResponse& answer);
   MHD_Result serveFile(MHD_Connection* connection, Exchange& exchange, const fsys::path& file);
@@ -473,21 +475,24 @@ MHD_Result HttpServer::State::dispatch(MHD_Connection* connection, Exchange& exc
   try {
     workers.post([this, connection, &exchange] {
       exchange.response = frontend.handle(exchange.method, exchange.target, exchange.body);
-      exchange.phase = Exchange::Phase::Ready;
-      // The exchange belongs to the serving thread again from here on.
-      MHD_resume_connection(connection);
-      wake();
-      --working;
+      handBack(connection, exchange);
     });
   } catch (...) {
     exchange.response.status = 500;
     exchange.response.body = hostErrorEnvelope("HostError", "The host failed.");
-    exchange.phase = Exchange::Phase::Ready;
-    MHD_resume_connection(connection);
-    wake();
-    --working;
+    handBack(connection, exchange);
   }
   return MHD_YES;
+}
+
+void HttpServer::State::handBack(MHD_Connection* connection, Exchange& exchange) {
+  exchange.phase = Exchange::Phase::Ready;
+  // Counted down before the serving thread is woken: a wake-up that found the count unchanged
+  // would let it sleep again, with no one left to wake it, while it waits for the count to fall.
+  --working;
+  // The exchange belongs to the serving thread again from here on.
+  MHD_resume_connection(connection);
+  wake();
 }
 
 MHD_Result HttpServer::State::respond(MHD_Connection* connection, Exchange& exchange,

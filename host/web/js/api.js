@@ -2,36 +2,46 @@
 // or throws an ApiError made from its "error"; every request and its answer are also reported to
 // the listeners of onExchange (the request log).
 //
-// The functions below follow the plug-in's resources one to one, so this file doubles as an
-// example of how a host page calls each of them (docs/api.md has the full reference).
+// The functions below follow the plug-in's resources one to one, every method of each of the 34
+// entry points, so this file doubles as an example of how a host page calls them (docs/api.md has
+// the full reference). The colour routes at the end are the host's own.
 
 import { monitorSensorPath, queryString, sensorPath, simMonitorPath } from './paths.js';
 
 export class ApiError extends Error {
   // `status`: the HTTP status (0 when the host could not be reached); `error`: the envelope's
-  // error object ({name, message, ...further members such as code and reason}).
-  constructor(status, error) {
+  // error object ({name, message, ...further members such as code and reason}); `envelopeText`:
+  // the answer's body exactly as it came, shown beside the hint.
+  constructor(status, error, envelopeText = '') {
     super(error?.message ?? `HTTP status ${status}`);
     this.status = status;
     this.name = error?.name ?? 'Error';
     const { name: _name, message: _message, ...detail } = error ?? {};
     this.detail = detail;
+    this.envelopeText = envelopeText;
   }
 }
 
 const listeners = new Set();
 
-// Calls `listener(exchange)` after every request: {id, method, path, body, status, entryPoint,
-// envelope, text, started (Date), milliseconds}.
+// Calls `listener(exchange)` when a request starts (`status` still undefined, `pending` true) and
+// again, with the same object completed, when its answer has come: {id, method, path, body,
+// status, entryPoint, envelope, text, started (Date), milliseconds, pending}.
 export function onExchange(listener) {
   listeners.add(listener);
   return () => listeners.delete(listener);
 }
 
+function report(exchange) {
+  for (const listener of [...listeners]) listener(exchange);
+}
+
 let nextExchange = 1;
 
-// One request. `body`: undefined for none, a string as it stands, anything else as JSON.
-async function call(method, path, { query, body } = {}) {
+// One request, answered whatever its status: {status, text, envelope (undefined when the body is
+// not JSON), entryPoint, response}. `body`: undefined for none, a string as it stands, anything
+// else as JSON. Throws an ApiError with status 0 only when the host cannot be reached.
+export async function send(method, path, { query, body } = {}) {
   const url = path + queryString(query);
   const init = { method, headers: {} };
   if (body !== undefined) {
@@ -47,7 +57,9 @@ async function call(method, path, { query, body } = {}) {
     path: url,
     body: init.body ?? '',
     started: new Date(),
+    pending: true,
   };
+  report(exchange);
   const t0 = performance.now();
   let response;
   try {
@@ -56,6 +68,7 @@ async function call(method, path, { query, body } = {}) {
   } catch (failure) {
     Object.assign(exchange, {
       status: 0,
+      pending: false,
       milliseconds: performance.now() - t0,
       text: String(failure),
     });
@@ -68,30 +81,39 @@ async function call(method, path, { query, body } = {}) {
   exchange.status = response.status;
   exchange.entryPoint = response.headers.get('X-Quilby-Entry-Point') ?? '';
   exchange.milliseconds = performance.now() - t0;
-  try {
-    exchange.envelope = JSON.parse(exchange.text);
-  } catch {
-    exchange.envelope = undefined;
+  exchange.pending = false;
+  exchange.contentType = response.headers.get('Content-Type') ?? '';
+  if (exchange.contentType.startsWith('application/json')) {
+    try {
+      exchange.envelope = JSON.parse(exchange.text);
+    } catch {
+      exchange.envelope = undefined;
+    }
   }
   report(exchange);
-  const envelope = exchange.envelope;
-  if (!envelope || typeof envelope !== 'object' || !('value' in envelope)) {
-    throw new ApiError(response.status, {
-      name: 'HostError',
-      message: 'The answer is not an envelope.',
-    });
-  }
-  if (envelope.error || !response.ok) throw new ApiError(response.status, envelope.error);
-  return envelope.value;
+  return { ...exchange, response };
 }
 
-function report(exchange) {
-  for (const listener of [...listeners]) listener(exchange);
+// One request whose answer is an envelope: returns its "value", or throws an ApiError made from
+// its "error".
+async function call(method, path, options) {
+  const { status, envelope, response, text } = await send(method, path, options);
+  if (!envelope || typeof envelope !== 'object' || !('value' in envelope)) {
+    throw new ApiError(
+      status,
+      { name: 'HostError', message: 'The answer is not an envelope.' },
+      text,
+    );
+  }
+  if (envelope.error || !response.ok) throw new ApiError(status, envelope.error, text);
+  return envelope.value;
 }
 
 // ---- The host ----------------------------------------------------------------------------------
 
 export const hostInfo = () => call('GET', '/host/info');
+// [{entryPoint, methods: ["GET", ...], path}]: the REST routes, `{name}` marking a path parameter.
+export const hostRoutes = () => call('GET', '/host/routes');
 
 // ---- Sensors as a whole ------------------------------------------------------------------------
 
@@ -134,6 +156,7 @@ export const needsCalibration = (id) =>
   call('GET', sensorPath(id, 'Calibration'), { query: { needs: null } });
 export const calibrate = (id) => call('PUT', sensorPath(id, 'Calibration'));
 export const hasArm = (id) => call('GET', sensorPath(id, 'Arm'), { query: { supports: null } });
+// `out`: true takes the arm out, false takes it in.
 export const setArm = (id, out) => call('PUT', sensorPath(id, 'Arm'), { body: out });
 export const position = (id) => call('GET', sensorPath(id, 'Position'));
 export const hasMultiplePositions = (id) =>
@@ -173,6 +196,9 @@ export const applyCorrection = (id, correctionID, targetWhite) =>
   });
 export const releaseCorrection = (id) => call('DELETE', sensorPath(id, 'Correlation'));
 export const clearNinePoints = (id) => call('DELETE', sensorPath(id, 'Correlation/9Points'));
+// The same through the correction resource's own query key.
+export const clearNinePointsBySwingSensor = (id) =>
+  call('DELETE', sensorPath(id, 'Correlation'), { query: { swingSensor: null } });
 // {date, referenceSensor: {deviceID, serial}} or null
 export const criterionDescription = (id) => call('GET', sensorPath(id, 'Correlation/Description'));
 export const setCriterionDescription = (id, description) =>
@@ -194,6 +220,61 @@ export const matrixData = (id, checkFactory) =>
 export const setMatrixData = (id, rows) =>
   call('PUT', sensorPath(id, 'CorrelationMatrix/Data'), { body: { matrix: rows } });
 
+// ---- Correlation records and databases ----------------------------------------------------------
+
+// {calibrationData, correctionData, luminanceLevelCorrection?, normalizedMeasurement, reference,
+// referenceTone, toneCorrection}
+export const correlationData = (id) => call('GET', sensorPath(id, 'Correlation/Data'));
+// `records`: any of the seven; `send` also passes them to the sensor.
+export const setCorrelationData = (id, records) =>
+  call('PUT', sensorPath(id, 'Correlation/Data'), { body: records });
+// [{id, date, referenceSensor}]
+export const correlationDatabase = (id) => call('GET', sensorPath(id, 'Correlation/Database'));
+// {id, kind, data, matchesSensor}
+export const correlationDatabaseEntry = (id, entryID) =>
+  call('GET', sensorPath(id, 'Correlation/Database'), { query: { id: entryID } });
+// `entry`: {referenceSensor: {deviceID, serial}, kind?, date?}; answers the new id.
+export const addCorrelationDatabaseEntry = (id, entry) =>
+  call('POST', sensorPath(id, 'Correlation/Database'), { body: entry });
+// {matrices: [{id, date, referenceSensor}], latestID}
+export const matrixDatabase = (id) => call('GET', sensorPath(id, 'CorrelationMatrix/Database'));
+export const addMatrixDatabaseEntry = (id, referenceSensor) =>
+  call('POST', sensorPath(id, 'CorrelationMatrix/Database'), { body: { referenceSensor } });
+
+// ---- Further settings --------------------------------------------------------------------------
+
+export const hasExteriorLight = (id) =>
+  call('GET', sensorPath(id, 'ExteriorLight'), { query: { supports: null } });
+export const exteriorLight = (id) => call('GET', sensorPath(id, 'ExteriorLight'));
+export const setExteriorLight = (id, on) =>
+  call('PUT', sensorPath(id, 'ExteriorLight'), { body: on });
+export const hasTargetMarker = (id) =>
+  call('GET', sensorPath(id, 'TargetMarker'), { query: { supports: null } });
+export const targetMarker = (id) => call('GET', sensorPath(id, 'TargetMarker'));
+export const setTargetMarker = (id, on) =>
+  call('PUT', sensorPath(id, 'TargetMarker'), { body: on });
+export const parameterDescription = (id) => call('GET', sensorPath(id, 'ParameterDescription'));
+// `text`: at most 255 bytes; sent as a JSON string (a bare text body would pass unquoted).
+export const setParameterDescription = (id, text) =>
+  call('PUT', sensorPath(id, 'ParameterDescription'), { body: JSON.stringify(text) });
+// `matrix`: 3 rows of 3 numbers.
+export const setCorrection = (id, matrix) =>
+  call('PUT', sensorPath(id, 'Correction'), { body: matrix });
+export const clearCorrection = (id) => call('DELETE', sensorPath(id, 'Correction'));
+export const exCorrection = (id) => call('GET', sensorPath(id, 'ExCorrection'));
+export const setExCorrection = (id, matrix) =>
+  call('PUT', sensorPath(id, 'ExCorrection'), { body: matrix });
+export const deviceOption = (id, option) =>
+  call('GET', sensorPath(id, 'DeviceOption'), { query: { option } });
+export const setDeviceOption = (id, option, value) =>
+  call('PUT', sensorPath(id, 'DeviceOption'), { body: { option, value } });
+export const calculateTemperatureCorrection = (id) =>
+  call('POST', sensorPath(id, 'IFSTempCorrectParam'));
+export const brightnessCorrectionUpdate = (id) =>
+  call('GET', sensorPath(id, 'IFSBrightCorrectParamUpdate'));
+export const setBrightnessCorrectionUpdate = (id, on) =>
+  call('PUT', sensorPath(id, 'IFSBrightCorrectParamUpdate'), { body: on });
+
 // ---- The simulated device world ----------------------------------------------------------------
 
 export const simWorld = () => call('GET', '/sim/world');
@@ -207,3 +288,26 @@ export const simClearFailures = () => call('DELETE', '/sim/failures');
 export const simJournal = (last) => call('GET', '/sim/journal', { query: { last } });
 export const simFunctions = () => call('GET', '/sim/functions');
 export const simErrors = () => call('GET', '/sim/errors');
+
+// ---- Colour arithmetic of the host --------------------------------------------------------------
+
+// `request`: {readings: [[X, Y, Z], ...], white?: [X, Y, Z], reference?: [X, Y, Z]}; answers
+// {derived: [{XYZ, xy, uv, cct, duv, Lab, deltaE2000, deltaUV}, ...]}.
+export const deriveColour = (request) => call('POST', '/colour/derive', { body: request });
+
+// The readings as a file: `format` 'csv' or 'cgats'; `request`: {readings: [{time, sensor, mode,
+// corrected, XYZ}], white?}. Answers {blob, filename}; an error answer throws as every call does.
+export async function exportReadings(format, request) {
+  const answer = await send('POST', '/colour/export', { query: { format }, body: request });
+  if (!answer.response.ok) {
+    const error = answer.envelope?.error ?? { name: 'HostError', message: answer.text };
+    throw new ApiError(answer.status, error, answer.text);
+  }
+  const disposition = answer.response.headers.get('Content-Disposition') ?? '';
+  const filename = /filename="([^"]+)"/.exec(disposition)?.[1] ?? `quilby-readings.${format}`;
+  return {
+    blob: new Blob([answer.text], { type: answer.contentType }),
+    filename,
+    text: answer.text,
+  };
+}

@@ -104,16 +104,53 @@ export function gamutOf(display) {
   return corners;
 }
 
-// Whether chromaticity `p` lies inside (or on) the triangle of the gamut's primaries.
-export function insideGamut(p, gamut) {
-  if (!p || !gamut) return false;
-  const cross = (a, b, c) => (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
-  const d1 = cross(gamut.red, gamut.green, p);
-  const d2 = cross(gamut.green, gamut.blue, p);
-  const d3 = cross(gamut.blue, gamut.red, p);
-  const negative = d1 < 0 || d2 < 0 || d3 < 0;
-  const positive = d1 > 0 || d2 > 0 || d3 > 0;
-  return !(negative && positive);
+// CIE 1976 UCS u', v' of chromaticity {x, y}; the transform keeps straight lines straight, so a
+// gamut triangle stays a triangle.
+export function uvOf({ x, y }) {
+  const d = -2 * x + 12 * y + 3;
+  return { x: (4 * x) / d, y: (9 * y) / d };
+}
+
+// Signed area test of `p` against the edge from `a` to `b`.
+const cross = (a, b, p) => (b.x - a.x) * (p.y - a.y) - (b.y - a.y) * (p.x - a.x);
+
+// Distance from `p` to the segment from `a` to `b`.
+function segmentDistance(p, a, b) {
+  const dx = b.x - a.x;
+  const dy = b.y - a.y;
+  const length2 = dx * dx + dy * dy;
+  const t =
+    length2 > 0 ? Math.min(1, Math.max(0, ((p.x - a.x) * dx + (p.y - a.y) * dy) / length2)) : 0;
+  return Math.hypot(p.x - (a.x + t * dx), p.y - (a.y + t * dy));
+}
+
+// Where chromaticity `p` lies against the triangle of the gamut's primaries, judged in u'v' where
+// distances are about equally visible: {where: 'inside' | 'edge' | 'outside', distance} with the
+// u'v' distance to the triangle (0 inside). A reading within `tolerance` of the triangle counts
+// as on its edge, since a measured primary scatters around the corner it belongs to. Null without
+// a point or a gamut.
+export function gamutPosition(p, gamut, tolerance = GAMUT_TOLERANCE) {
+  if (!p || !gamut) return null;
+  const [r, g, b, q] = [gamut.red, gamut.green, gamut.blue, p].map(uvOf);
+  const signs = [cross(r, g, q), cross(g, b, q), cross(b, r, q)];
+  const inside = !(signs.some((s) => s < 0) && signs.some((s) => s > 0));
+  if (inside) return { where: 'inside', distance: 0 };
+  const distance = Math.min(
+    segmentDistance(q, r, g),
+    segmentDistance(q, g, b),
+    segmentDistance(q, b, r),
+  );
+  return { where: distance <= tolerance ? 'edge' : 'outside', distance };
+}
+
+// How far (in u'v') a reading may lie outside the gamut and still count as on its edge: about
+// what a colorimeter may miss by on a saturated primary.
+export const GAMUT_TOLERANCE = 0.01;
+
+// Whether chromaticity `p` lies inside the gamut or on its edge (see gamutPosition).
+export function insideGamut(p, gamut, tolerance = GAMUT_TOLERANCE) {
+  const position = gamutPosition(p, gamut, tolerance);
+  return position !== null && position.where !== 'outside';
 }
 
 // The distance between two chromaticities.
@@ -163,21 +200,27 @@ export function rgbFromHex(hex) {
   return match.slice(1).map((pair) => parseInt(pair, 16) / 255);
 }
 
-// The frame of the chromaticity diagram: plot coordinates of chromaticity (x, y) in an SVG whose
-// plotting area starts at (left, top) and spans xMax by yMax chromaticity units at `scale`
-// pixels per unit. y grows upwards on the diagram and downwards in SVG.
-export function makeFrame({ left = 44, top = 14, scale = 500, xMax = 0.8, yMax = 0.9 } = {}) {
+// The frame of a chromaticity diagram: plot coordinates of a point (x, y) in an SVG whose
+// plotting area starts at (left, top), is `width` by `height` pixels and shows the chromaticity
+// range of `view` ({xMin, xMax, yMin, yMax}). y grows upwards on the diagram and downwards in SVG.
+export function viewFrame({ left, top, width, height, view }) {
+  const sx = width / (view.xMax - view.xMin);
+  const sy = height / (view.yMax - view.yMin);
   return Object.freeze({
     left,
     top,
-    scale,
-    xMax,
-    yMax,
-    width: xMax * scale,
-    height: yMax * scale,
-    toPlot: ({ x, y }) => ({ px: left + x * scale, py: top + (yMax - y) * scale }),
-    fromPlot: ({ px, py }) => ({ x: (px - left) / scale, y: yMax - (py - top) / scale }),
+    width,
+    height,
+    view,
+    toPlot: ({ x, y }) => ({ px: left + (x - view.xMin) * sx, py: top + (view.yMax - y) * sy }),
+    fromPlot: ({ px, py }) => ({ x: view.xMin + (px - left) / sx, y: view.yMax - (py - top) / sy }),
   });
+}
+
+// The frame of the whole xy diagram at `scale` pixels per unit, from (0, 0) to (xMax, yMax).
+export function makeFrame({ left = 44, top = 14, scale = 500, xMax = 0.8, yMax = 0.9 } = {}) {
+  const view = { xMin: 0, xMax, yMin: 0, yMax };
+  return viewFrame({ left, top, width: xMax * scale, height: yMax * scale, view });
 }
 
 // SVG path data through `points` (chromaticities) in `frame`; closed when asked.

@@ -1,43 +1,22 @@
-// The console's entry: the shared state, the host status line, and the views.
+// The console's entry: reads what the host offers, then paints each part of the page from the
+// store whenever it changes.
 
 import * as api from './api.js';
-import { fill, h } from './dom.js';
-import { createStore } from './state.js';
+import { loadCapabilities, refreshWorld } from './actions.js';
+import { h, region } from './dom.js';
+import { refreshSensors } from './opening.js';
+import { store } from './store.js';
+import { renderDialog } from './views/dialogs.js';
 import { mountLog } from './views/log.js';
-import { mountSensors } from './views/sensors.js';
-import { mountSimulator } from './views/simulator.js';
-import { mountWorkspace } from './views/workspace.js';
+import { renderSensors } from './views/sensors.js';
+import { renderSimulator } from './views/simulator.js';
+import { renderWorkspace } from './views/workspace.js';
 
-// info: GET /host/info; world: the simulated world (null without the simulator); opened: the
-// opened sensors [{id, name}]; meta: what is known of each sensor id ({deviceID, individualID,
-// monitor}); selected: the sensor id shown in the workspace; worldVersion: bumped whenever the
-// world may have changed.
-const store = createStore({
-  info: null,
-  world: null,
-  opened: [],
-  meta: {},
-  selected: null,
-  worldVersion: 0,
-});
-
-// Reloads the simulated world after anything that may have changed it.
-async function refreshWorld() {
-  if (!store.get().info?.simulator) return;
-  try {
-    store.set({ world: await api.simWorld(), worldVersion: store.get().worldVersion + 1 });
-  } catch {
-    // The log shows the failure; the views keep the world they had.
-  }
-}
-
-function showHostStatus(element, info, error) {
-  if (error) {
-    fill(element, h('span', { class: 'status-pill status-bad' }, 'host unreachable'));
-    return;
-  }
-  fill(
-    element,
+function renderHostStatus(state) {
+  const { info } = state;
+  if (info === null) return h('span', { class: 'status-pill status-plain' }, 'connecting\u2026');
+  if (info.unreachable) return h('span', { class: 'status-pill status-bad' }, 'host unreachable');
+  return [
     h(
       'span',
       { class: ['status-pill', info.pluginLoaded ? 'status-good' : 'status-bad'] },
@@ -53,28 +32,50 @@ function showHostStatus(element, info, error) {
       { class: 'status-path', title: 'Exports directory (libquilby.so and the device libraries)' },
       info.exportsPath,
     ),
-  );
+  ];
+}
+
+// What the host offers: its settings, its routes, and with the simulator its statuses and
+// device functions.
+async function readHost() {
+  try {
+    store.set({ info: await api.hostInfo() });
+  } catch {
+    store.set({ info: { unreachable: true } });
+    return;
+  }
+  const routes = await api.hostRoutes().catch(() => []);
+  store.set({ routes });
+  if (!store.get().info.simulator) return;
+  const [simErrors, simFunctions] = await Promise.all([
+    api.simErrors().catch(() => []),
+    api.simFunctions().catch(() => []),
+  ]);
+  store.set({ simErrors, simFunctions });
+  await refreshWorld();
 }
 
 async function start() {
-  const context = { store, refreshWorld };
   mountLog(document.getElementById('log'));
-  const status = document.getElementById('host-status');
-  try {
-    const info = await api.hostInfo();
-    store.set({ info });
-    showHostStatus(status, info);
-  } catch (error) {
-    showHostStatus(status, null, error);
-  }
-  if (store.get().info?.simulator) {
-    await refreshWorld();
-    const simulator = document.getElementById('simulator');
-    simulator.hidden = false;
-    mountSimulator(simulator, context);
-  }
-  mountSensors(document.getElementById('sensors'), context);
-  mountWorkspace(document.getElementById('workspace'), context);
+  region(document.getElementById('host-status'), store, renderHostStatus, ['info']);
+  region(document.getElementById('dialog-root'), store, renderDialog, ['dialog']);
+  await readHost();
+  region(document.getElementById('sensors'), store, renderSensors);
+  region(document.getElementById('simulator'), store, renderSimulator, [
+    'info',
+    'world',
+    'simErrors',
+    'simFunctions',
+    'outcomes',
+    'pending',
+    'selected',
+    'meta',
+  ]);
+  document.getElementById('simulator').hidden = !store.get().info?.simulator;
+  region(document.getElementById('workspace'), store, renderWorkspace);
+  await refreshSensors();
+  const { selected, caps } = store.get();
+  if (selected && !caps[selected]) await loadCapabilities(selected);
 }
 
 start();

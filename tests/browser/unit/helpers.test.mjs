@@ -39,7 +39,7 @@ test('paths encode their segments; queries leave undefined keys out and null one
   assert.equal(paths.queryString({ last: undefined }), '');
   assert.equal(paths.sensorPath('ab-cd', 'AmbraSense/Level'), '/Sensors/ab-cd/AmbraSense/Level');
   assert.equal(paths.sensorPath('ab cd'), '/Sensors/ab%20cd');
-  assert.equal(paths.monitorSensorPath('27Q0', 'CX/271'), '/Monitors/27Q0/CX%2F271/Sensor');
+  assert.equal(paths.monitorSensorPath('QM7A', 'QM/27'), '/Monitors/QM7A/QM%2F27/Sensor');
   assert.equal(paths.simMonitorPath('S 1', 'P', 'shownColor'), '/sim/monitors/S%201/P/shownColor');
 });
 

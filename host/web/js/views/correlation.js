@@ -1,458 +1,452 @@
 // The Correlation tab: stored correlation corrections and matrices (list, apply, release), the
-// criterion sensor description, and the built-in sensor's own correction matrix.
+// built-in sensor's own correction matrix, and its criterion sensor description.
 
 import * as api from '../api.js';
-import { actionButton, fill, field, h, note } from '../dom.js';
-import { SHAPES, identityMatrix, parseCells, resize, shapeOf } from '../matrix.js';
+import { act, info, noteApplied, ok, outcomeKey, repaint, setOutcome } from '../actions.js';
+import { field, h } from '../dom.js';
+import { article, plural } from '../format.js';
+import { SHAPES, identityMatrix, shapeOf } from '../matrix.js';
+import { store } from '../store.js';
 import { selectedSensor } from '../world.js';
-import { afterwards, card, dataTable, facts, output, showResult, simTag } from './common.js';
+import {
+  button,
+  buttonRow,
+  card,
+  cardHint,
+  checkbox,
+  facts,
+  formRow,
+  input,
+  outcomeView,
+  select,
+  sensorButton,
+  simTag,
+  whyNot,
+} from './common.js';
+import { confirmThen } from './dialogs.js';
+import { matrixEditor, putMatrix, readMatrix } from './matrix-editor.js';
 
 // The input term each row of a correction matrix multiplies.
 const TERMS = ['X', 'Y', 'Z', '\u221aXY', '\u221aYZ', '\u221aZX', '\u221bXYZ', '1'];
 
-// The last cell of a stored entry's row.
-function applyCell(apply) {
-  return h('td', { class: 'cell-action' }, actionButton('Apply', apply, { class: 'small' }));
-}
+const reference = (sensor) => `${sensor?.deviceID ?? '?'} \u00b7 ${sensor?.serial || '\u2014'}`;
+const listed = (state, key) => state.outcomes[outcomeKey(key)]?.list ?? null;
 
-function reference(sensor) {
-  return `${sensor?.deviceID ?? '?'} \u00b7 ${sensor?.serial || '\u2014'}`;
-}
-
-// Two digits of a date's part; a missing part counts as 0.
-const pad = (n) => String(n ?? 0).padStart(2, '0');
-
-// "2024-03-07 09:05" of the description's date object.
-function dateText(date) {
-  if (!date) return '\u2014';
-  if (date.dateString) return date.dateString;
-  return `${date.year}-${pad(date.month)}-${pad(date.day)} ${pad(date.hour)}:${pad(date.minute)}`;
-}
-
-export function mountCorrelation(root, { store, refreshWorld }) {
-  const id = () => store.get().selected;
-  const after = afterwards(refreshWorld);
-
-  // ---- Corrections ----
-  const correctionsOut = output('corrections-output');
-  const correctionsList = h('div', { class: 'table-wrap' });
-  const recalc = h('input', { type: 'checkbox', id: 'recalc' });
-  const whiteX = h('input', { type: 'number', step: 0.0001, value: 0.3127, id: 'white-x' });
-  const whiteY = h('input', { type: 'number', step: 0.0001, value: 0.329, id: 'white-y' });
-  const whiteLum = h('input', { type: 'number', step: 1, value: 160, id: 'white-Y' });
-  const correctionState = h('div', { class: 'sim-state' });
-
-  async function listCorrections() {
-    await showResult(
-      correctionsOut,
-      () => api.corrections(id()),
-      (list) => {
-        fill(
-          correctionsList,
-          list.length === 0
-            ? null
-            : dataTable(
-                'corrections-table',
-                ['id', 'reference sensor', 'monitor', null],
-                list.map((entry) =>
-                  h(
-                    'tr',
-                    null,
-                    h('td', null, String(entry.id)),
-                    h('td', null, reference(entry.referenceSensor)),
-                    h('td', { title: entry.monitor?.product ?? '' }, entry.monitor?.serial ?? ''),
-                    applyCell(() => applyCorrection(entry.id)),
-                  ),
-                ),
-              ),
-        );
-        return note(
-          'info',
-          list.length === 0
-            ? 'No correction is stored for this sensor\u2019s monitor.'
-            : `${list.length} correction${list.length === 1 ? '' : 's'} stored.`,
-        );
-      },
-    );
-  }
-
-  function applyCorrection(correctionID) {
-    const targetWhite = recalc.checked
-      ? { x: Number(whiteX.value), y: Number(whiteY.value), Y: Number(whiteLum.value) }
-      : undefined;
-    return after(() =>
-      showResult(
-        correctionsOut,
-        () => api.applyCorrection(id(), correctionID, targetWhite),
-        () =>
-          note(
-            'ok',
-            `Correction ${correctionID} applied${targetWhite ? ' with luminance recalculation' : ''}.`,
-          ),
-      ),
-    );
-  }
-
-  // ---- Description ----
-  const descriptionOut = output('description-output');
-  const descDate = h('input', { type: 'datetime-local', id: 'description-date' });
-  const descDevice = h('input', { type: 'number', min: 0, id: 'description-device' });
-  const descSerial = h('input', { type: 'text', maxlength: 32, id: 'description-serial' });
-
-  async function readDescription() {
-    const description = await showResult(
-      descriptionOut,
-      () => api.criterionDescription(id()),
-      (value) =>
-        value === null
-          ? note('info', 'No criterion sensor description is stored.')
-          : facts([
-              ['Date', dateText(value.date)],
-              ['Reference sensor', reference(value.referenceSensor)],
-            ]),
-    );
-    if (description) {
-      const d = description.date ?? {};
-      descDate.value = d.year
-        ? `${d.year}-${pad(d.month)}-${pad(d.day)}T${pad(d.hour)}:${pad(d.minute)}`
-        : '';
-      descDevice.value = String(description.referenceSensor?.deviceID ?? '');
-      descSerial.value = description.referenceSensor?.serial ?? '';
-    }
-  }
-
-  // ---- Matrices ----
-  const matricesOut = output('matrices-output');
-  const matricesList = h('div', { class: 'table-wrap' });
-  const matrixState = h('div', { class: 'sim-state' });
-
-  async function listMatrices() {
-    await showResult(
-      matricesOut,
-      () => api.matrices(id()),
-      (list) => {
-        fill(
-          matricesList,
-          list.length === 0
-            ? null
-            : dataTable(
-                'matrices-table',
-                ['id', 'reference sensor', null],
-                list.map((entry) =>
-                  h(
-                    'tr',
-                    { dataset: { matrixId: entry.id } },
-                    h('td', null, String(entry.id)),
-                    h('td', null, reference(entry.referenceSensor)),
-                    applyCell(() =>
-                      after(() =>
-                        showResult(
-                          matricesOut,
-                          () => api.applyMatrix(id(), entry.id),
-                          () => note('ok', `Matrix ${entry.id} applied.`),
-                        ),
-                      ),
-                    ),
-                  ),
-                ),
-              ),
-        );
-        return note(
-          'info',
-          list.length === 0
-            ? 'No matrix fits this monitor.'
-            : `${list.length} matri${list.length === 1 ? 'x fits' : 'ces fit'} this monitor.`,
-        );
-      },
-    );
-  }
-
-  // ---- Matrix data ----
-  const dataOut = output('matrix-data-output');
-  const checkFactory = h('input', { type: 'checkbox', id: 'check-factory' });
-  const shapeSelect = h(
-    'select',
-    { id: 'matrix-shape' },
-    Object.keys(SHAPES).map((name) => h('option', { value: name }, name)),
-  );
-  const grid = h('div', { class: 'matrix-grid', id: 'matrix-grid' });
-  let cells = [];
-
-  function showMatrix(matrix) {
-    cells = matrix.map((row, r) =>
-      row.map((value, c) =>
-        h('input', {
-          type: 'text',
-          inputmode: 'decimal',
-          class: 'matrix-cell',
-          value: String(value),
-          'aria-label': `Row ${r + 1}, column ${c + 1}`,
+// A table of stored entries with an Apply button each; `columns`: [[header, cell(entry)]].
+function entryTable(state, { id, entries, columns, apply, feature }) {
+  if (!entries || entries.length === 0) return null;
+  const row = (entry) =>
+    h(
+      'tr',
+      { dataset: { entryId: entry.id } },
+      columns.map(([, cell]) => h('td', null, cell(entry))),
+      h(
+        'td',
+        { class: 'cell-action' },
+        sensorButton(state, {
+          id: `${id}-apply-${entry.id}`,
+          label: 'Apply',
+          small: true,
+          feature,
+          onClick: () => apply(entry.id),
         }),
       ),
     );
-    fill(
-      grid,
-      h('div', { class: 'matrix-corner' }),
-      ['X', 'Y', 'Z'].map((name) => h('div', { class: 'matrix-head' }, name)),
-      cells.map((row, r) => [
-        h('div', { class: 'matrix-row-head', title: `Term ${r + 1}` }, TERMS[r] ?? String(r + 1)),
-        row,
-      ]),
-    );
-  }
+  return h(
+    'div',
+    { class: 'table-wrap' },
+    h(
+      'table',
+      { class: 'data-table', id },
+      h(
+        'thead',
+        null,
+        h(
+          'tr',
+          null,
+          [...columns.map(([header]) => header), 'action'].map((t) => h('th', { scope: 'col' }, t)),
+        ),
+      ),
+      h('tbody', null, entries.map(row)),
+    ),
+  );
+}
 
-  const currentMatrix = () => cells.map((row) => row.map((input) => input.value));
+// What the simulated world says is applied to the sensor's readings.
+function appliedState(state) {
+  const sensor = selectedSensor(state);
+  if (!sensor) return null;
+  const s = sensor.state ?? {};
+  const parts = [
+    s.appliedCorrelation ? `correction ${s.appliedCorrelation} applied` : 'no correction applied',
+    s.ninePointCorrection ? 'nine-point correction set' : null,
+    s.appliedMatrix ? `matrix ${s.appliedMatrix} applied` : 'no matrix applied',
+  ];
+  return simTag(parts.filter(Boolean).join(', '));
+}
 
-  shapeSelect.addEventListener('change', () => {
-    const parsed = parseCells(currentMatrix());
-    showMatrix(resize(parsed.matrix ?? identityMatrix(3), SHAPES[shapeSelect.value]));
+// ---- Corrections ------------------------------------------------------------------------------------
+
+const listCorrections = act('corrections', 'Listing corrections', api.corrections, (list) => ({
+  ...info(
+    list.length === 0
+      ? 'No correction is stored for this sensor\u2019s monitor.'
+      : `${plural(list.length, 'correction')} stored.`,
+  ),
+  list,
+}));
+
+function applyCorrection(correctionID) {
+  const recalc = store.draft('recalc', false);
+  const number = (key, fallback) => Number(store.draft(key, fallback));
+  const white = {
+    x: number('white-x', '0.3127'),
+    y: number('white-y', '0.329'),
+    Y: number('white-Y', '160'),
+  };
+  const words = recalc ? ' with luminance recalculation' : '';
+  return act(
+    'corrections-apply',
+    'Applying a correction',
+    (id) => api.applyCorrection(id, correctionID, recalc ? white : undefined),
+    (_, id) => {
+      noteApplied(id, { correlation: correctionID });
+      return ok(`Correction ${correctionID} applied${words}.`);
+    },
+  )();
+}
+
+const releaseCorrection = act(
+  'corrections-apply',
+  'Releasing the correction',
+  api.releaseCorrection,
+  (_, id) => {
+    noteApplied(id, { correlation: null });
+    return ok('The applied correction was released.');
+  },
+);
+
+const clearNinePoints = act(
+  'corrections-apply',
+  'Clearing the nine-point correction',
+  api.clearNinePoints,
+  () => ok('The nine-point correction was cleared.'),
+);
+
+function targetWhiteFields() {
+  const number = (id, label, value, step) =>
+    field(label, input({ id, type: 'number', step, value }));
+  return formRow(
+    true,
+    number('white-x', 'x', 0.3127, 0.0001),
+    number('white-y', 'y', 0.329, 0.0001),
+    number('white-Y', 'Y (cd/m\u00b2)', 160, 1),
+  );
+}
+
+function correctionsCard(state) {
+  const columns = [
+    ['id', (e) => String(e.id)],
+    ['reference sensor', (e) => reference(e.referenceSensor)],
+    ['monitor', (e) => e.monitor?.serial ?? ''],
+  ];
+  return card(
+    { id: 'card-corrections', title: 'Correlation corrections' },
+    appliedState(state),
+    buttonRow(
+      sensorButton(state, { id: 'list-corrections', label: 'List', onClick: listCorrections }),
+      sensorButton(state, {
+        id: 'release-correction',
+        label: 'Release applied',
+        kind: 'ghost',
+        onClick: releaseCorrection,
+      }),
+      sensorButton(state, {
+        id: 'clear-nine-points',
+        label: 'Clear nine-point',
+        kind: 'ghost',
+        feature: 'ninePoints',
+        onClick: clearNinePoints,
+      }),
+    ),
+    checkbox({ id: 'recalc', label: 'Apply with luminance recalculation to the target white' }),
+    targetWhiteFields(),
+    entryTable(state, {
+      id: 'corrections-table',
+      entries: listed(state, 'corrections'),
+      columns,
+      apply: applyCorrection,
+    }),
+    outcomeView(state, outcomeKey('corrections')),
+    outcomeView(state, outcomeKey('corrections-apply')),
+  );
+}
+
+// ---- Matrices ------------------------------------------------------------------------------------------
+
+const listMatrices = act('matrices', 'Listing matrices', api.matrices, (entries) => ({
+  ...info(
+    entries.length === 0
+      ? 'No matrix fits this monitor.'
+      : `${plural(entries.length, 'matrix', 'matrices')} fit this monitor.`,
+  ),
+  list: entries,
+}));
+
+const applyMatrix = (matrixID) =>
+  act(
+    'matrices-apply',
+    'Applying a matrix',
+    (id) => api.applyMatrix(id, matrixID),
+    (_, id) => {
+      noteApplied(id, { matrix: matrixID });
+      return ok(`Matrix ${matrixID} applied.`);
+    },
+  )();
+
+const releaseMatrix = act('matrices-apply', 'Releasing the matrix', api.releaseMatrix, (_, id) => {
+  noteApplied(id, { matrix: null });
+  return ok('The applied matrix was released.');
+});
+
+function matricesCard(state) {
+  const feature = 'matrices';
+  const columns = [
+    ['id', (e) => String(e.id)],
+    ['reference sensor', (e) => reference(e.referenceSensor)],
+  ];
+  return card(
+    { id: 'card-matrices', title: 'Correlation matrices' },
+    buttonRow(
+      sensorButton(state, { id: 'list-matrices', label: 'List', feature, onClick: listMatrices }),
+      sensorButton(state, {
+        id: 'release-matrix',
+        label: 'Release applied',
+        kind: 'ghost',
+        feature,
+        onClick: releaseMatrix,
+      }),
+    ),
+    entryTable(state, {
+      id: 'matrices-table',
+      entries: listed(state, 'matrices'),
+      columns,
+      apply: applyMatrix,
+      feature,
+    }),
+    outcomeView(state, outcomeKey('matrices')),
+    outcomeView(state, outcomeKey('matrices-apply')),
+  );
+}
+
+// ---- The sensor's correction matrix --------------------------------------------------------------------
+
+const shapeNow = () => store.draft('matrix-shape', '3x3');
+
+function readSensorMatrix() {
+  return act(
+    'matrix-data',
+    'Reading the correction matrix',
+    (id) => api.matrixData(id, store.draft('check-factory', false)),
+    (value) => {
+      const shape = shapeOf(value.matrix);
+      if (shape) {
+        store.setDraft('matrix-shape', shape);
+        putMatrix('sensor-matrix', value.matrix);
+      }
+      const words = `The sensor holds ${shape ? `${article(shape)} ${shape}` : 'a malformed'} matrix.`;
+      if (!('isFactory' in value)) return info(words);
+      return info(
+        `${words} ${value.isFactory ? 'It equals' : 'It differs from'} the factory data.`,
+      );
+    },
+  )();
+}
+
+function writeSensorMatrix() {
+  const shape = shapeNow();
+  const parsed = readMatrix('sensor-matrix', SHAPES[shape]);
+  if (parsed.error)
+    return setOutcome(outcomeKey('matrix-data'), { kind: 'error', text: parsed.error });
+  return confirmThen({
+    title: 'Write the sensor\u2019s correction matrix?',
+    text:
+      `The ${shape} matrix replaces the one stored in the sensor, which every later reading goes ` +
+      'through. Read it first if you may want it back.',
+    confirm: 'Write the matrix',
+    run: act(
+      'matrix-data',
+      'Writing the correction matrix',
+      (id) => api.setMatrixData(id, parsed.matrix),
+      () => ok(`The ${shape} matrix was written.`),
+    ),
   });
+}
 
-  async function readMatrix() {
-    const data = await showResult(
-      dataOut,
-      () => api.matrixData(id(), checkFactory.checked),
-      (value) =>
-        'isFactory' in value
-          ? note(
-              'info',
-              value.isFactory
-                ? 'The matrix equals the factory data.'
-                : 'The matrix differs from the factory data.',
-            )
-          : note('info', `The sensor holds a ${shapeOf(value.matrix) ?? 'malformed'} matrix.`),
-    );
-    if (data && shapeOf(data.matrix)) {
-      shapeSelect.value = shapeOf(data.matrix);
-      showMatrix(data.matrix);
-    }
-  }
+// The editor shows the identity of `shape` (after a change of shape, or on request).
+function showIdentity(shape) {
+  putMatrix('sensor-matrix', identityMatrix(SHAPES[shape]));
+  repaint();
+}
 
-  function showSimState() {
-    const sensor = selectedSensor(store.get());
-    const state = sensor?.state ?? {};
-    fill(
-      correctionState,
-      sensor
-        ? simTag(
-            [
-              state.appliedCorrelation
-                ? `correction ${state.appliedCorrelation} applied`
-                : 'no correction applied',
-              state.ninePointCorrection ? 'nine-point correction set' : null,
-            ]
-              .filter(Boolean)
-              .join(', '),
-          )
-        : null,
-    );
-    fill(
-      matrixState,
-      sensor
-        ? simTag(
-            state.appliedMatrix ? `matrix ${state.appliedMatrix} applied` : 'no matrix applied',
-          )
-        : null,
-    );
-  }
+function sensorMatrixCard(state) {
+  const shape = shapeNow();
+  const shapes = Object.keys(SHAPES).map((s) => ({ value: s, label: s }));
+  return card(
+    { id: 'card-matrix-data', title: 'Sensor correction matrix' },
+    cardHint(
+      'The XYZ correction matrix held in the built-in sensor: 3 rows, or 8 rows of terms where the sensor takes the 8x3 form.',
+    ),
+    formRow(
+      true,
+      sensorButton(state, {
+        id: 'read-matrix',
+        label: 'Read',
+        feature: 'matrixData',
+        onClick: readSensorMatrix,
+      }),
+      checkbox({ id: 'check-factory', label: 'compare with the factory data' }),
+      field(
+        'Shape',
+        select({ id: 'matrix-shape', value: '3x3', options: shapes, onChange: showIdentity }),
+      ),
+      button({
+        id: 'matrix-identity',
+        label: 'Identity',
+        small: true,
+        kind: 'ghost',
+        onClick: () => showIdentity(shape),
+      }),
+    ),
+    matrixEditor({
+      prefix: 'sensor-matrix',
+      rows: SHAPES[shape],
+      terms: TERMS,
+      label: 'Sensor correction matrix',
+    }),
+    buttonRow(
+      sensorButton(state, {
+        id: 'write-matrix',
+        label: 'Write\u2026',
+        kind: 'primary',
+        feature: 'matrixData',
+        onClick: writeSensorMatrix,
+      }),
+    ),
+    outcomeView(state, outcomeKey('matrix-data')),
+  );
+}
 
-  showMatrix(identityMatrix(3));
-  fill(
-    root,
+// ---- The criterion sensor description ------------------------------------------------------------------
+
+const pad = (n) => String(n ?? 0).padStart(2, '0');
+
+// The stored description into the fields, so that it can be changed and written back.
+function putDescription(value) {
+  const d = value.date ?? {};
+  store.setDraft(
+    'description-date',
+    d.year ? `${d.year}-${pad(d.month)}-${pad(d.day)}T${pad(d.hour)}:${pad(d.minute)}` : '',
+  );
+  store.setDraft('description-device', String(value.referenceSensor?.deviceID ?? ''));
+  store.setDraft('description-serial', value.referenceSensor?.serial ?? '');
+}
+
+const readDescription = act(
+  'description',
+  'Reading the description',
+  api.criterionDescription,
+  (value) => {
+    if (value === null) return info('No criterion sensor description is stored.');
+    putDescription(value);
+    return {
+      ...info(
+        `Stored: ${value.date?.dateString ?? '\u2014'}, reference sensor ${reference(value.referenceSensor)}.`,
+      ),
+      value,
+    };
+  },
+);
+
+function writeDescription() {
+  const body = {
+    date: store.draft('description-date').replace('T', ' '),
+    referenceSensor: {
+      deviceID: Number(store.draft('description-device')),
+      serial: store.draft('description-serial'),
+    },
+  };
+  return act(
+    'description',
+    'Writing the description',
+    (id) => api.setCriterionDescription(id, body),
+    () => ok('The description was written.'),
+  )();
+}
+
+function clearDescription() {
+  confirmThen({
+    title: 'Clear the criterion sensor description?',
+    text: 'The sensor then stores an empty description: the date and the reference sensor of its correlation are lost.',
+    confirm: 'Clear the description',
+    run: act('description', 'Clearing the description', api.clearCriterionDescription, () =>
+      ok('The description was cleared.'),
+    ),
+  });
+}
+
+function descriptionCard(state) {
+  const feature = 'description';
+  const stored = state.outcomes[outcomeKey('description')]?.value;
+  return card(
+    { id: 'card-description', title: 'Criterion sensor description' },
+    stored
+      ? facts([
+          ['Date', stored.date?.dateString ?? '\u2014'],
+          ['Reference sensor', reference(stored.referenceSensor)],
+        ])
+      : null,
+    formRow(
+      false,
+      field('Date', input({ id: 'description-date', type: 'datetime-local' })),
+      field('Reference device id', input({ id: 'description-device', type: 'number', min: 0 })),
+      field('Reference serial', input({ id: 'description-serial', maxlength: 32 })),
+    ),
+    buttonRow(
+      sensorButton(state, {
+        id: 'read-description',
+        label: 'Read',
+        feature,
+        onClick: readDescription,
+      }),
+      sensorButton(state, {
+        id: 'write-description',
+        label: 'Write',
+        feature,
+        onClick: writeDescription,
+      }),
+      sensorButton(state, {
+        id: 'clear-description',
+        label: 'Clear\u2026',
+        kind: 'danger',
+        feature,
+        onClick: clearDescription,
+      }),
+    ),
+    outcomeView(state, outcomeKey('description')),
+  );
+}
+
+export function renderCorrelation(state) {
+  return [
+    whyNot(state, 'matrices', 'ninePoints'),
     h(
       'div',
       { class: 'cards' },
-      card(
-        'Correlation corrections',
-        null,
-        correctionState,
-        h(
-          'div',
-          { class: 'button-row' },
-          actionButton('List', listCorrections, { id: 'list-corrections' }),
-          actionButton(
-            'Release applied',
-            () =>
-              after(() =>
-                showResult(
-                  correctionsOut,
-                  () => api.releaseCorrection(id()),
-                  () => note('ok', 'The applied correction was released.'),
-                ),
-              ),
-            { class: 'ghost' },
-          ),
-          actionButton(
-            'Clear nine-point',
-            () =>
-              after(() =>
-                showResult(
-                  correctionsOut,
-                  () => api.clearNinePoints(id()),
-                  () => note('ok', 'The nine-point correction was cleared.'),
-                ),
-              ),
-            { class: 'ghost' },
-          ),
-        ),
-        h(
-          'label',
-          { class: 'toggle-inline' },
-          recalc,
-          'Apply with luminance recalculation to the target white',
-        ),
-        h(
-          'div',
-          { class: 'form-row inline-fields' },
-          field('x', whiteX),
-          field('y', whiteY),
-          field('Y (cd/m\u00b2)', whiteLum),
-        ),
-        correctionsList,
-        correctionsOut,
-      ),
-      card(
-        'Correlation matrices',
-        null,
-        matrixState,
-        h(
-          'div',
-          { class: 'button-row' },
-          actionButton('List', listMatrices, { id: 'list-matrices' }),
-          actionButton(
-            'Release applied',
-            () =>
-              after(() =>
-                showResult(
-                  matricesOut,
-                  () => api.releaseMatrix(id()),
-                  () => note('ok', 'The applied matrix was released.'),
-                ),
-              ),
-            { class: 'ghost', id: 'release-matrix' },
-          ),
-        ),
-        matricesList,
-        matricesOut,
-      ),
-      card(
-        'Sensor correction matrix',
-        null,
-        h(
-          'p',
-          { class: 'panel-hint' },
-          'The XYZ correction matrix held in the built-in sensor: 3 rows, or 8 rows of terms ' +
-            '(X, Y, Z, \u221aXY, \u221aYZ, \u221aZX, \u221bXYZ, 1) where the sensor takes the 8x3 form.',
-        ),
-        h(
-          'div',
-          { class: 'form-row inline-fields' },
-          actionButton('Read', readMatrix, { id: 'read-matrix' }),
-          h('label', { class: 'toggle-inline' }, checkFactory, 'compare with the factory data'),
-          field('Shape', shapeSelect),
-          h(
-            'button',
-            {
-              type: 'button',
-              class: 'ghost small',
-              on: { click: () => showMatrix(identityMatrix(SHAPES[shapeSelect.value])) },
-            },
-            'Identity',
-          ),
-        ),
-        grid,
-        h(
-          'div',
-          { class: 'button-row' },
-          actionButton(
-            'Write',
-            async () => {
-              const parsed = parseCells(currentMatrix());
-              if (parsed.error) return fill(dataOut, note('error', parsed.error));
-              return after(() =>
-                showResult(
-                  dataOut,
-                  () => api.setMatrixData(id(), parsed.matrix),
-                  () => note('ok', `The ${shapeSelect.value} matrix was written.`),
-                ),
-              );
-            },
-            { class: 'primary', id: 'write-matrix' },
-          ),
-        ),
-        dataOut,
-      ),
-      card(
-        'Criterion sensor description',
-        null,
-        h(
-          'div',
-          { class: 'button-row' },
-          actionButton('Read', readDescription, { id: 'read-description' }),
-        ),
-        h(
-          'div',
-          { class: 'form-row' },
-          field('Date', descDate),
-          field('Reference device id', descDevice),
-          field('Reference serial', descSerial),
-        ),
-        h(
-          'div',
-          { class: 'button-row' },
-          actionButton('Write', () =>
-            showResult(
-              descriptionOut,
-              () =>
-                api.setCriterionDescription(id(), {
-                  date: descDate.value ? `${descDate.value.replace('T', ' ')}:00` : null,
-                  referenceSensor: {
-                    deviceID: Number(descDevice.value || 0),
-                    serial: descSerial.value,
-                  },
-                }),
-              () => note('ok', 'The description was written.'),
-            ),
-          ),
-          actionButton(
-            'Clear',
-            () =>
-              showResult(
-                descriptionOut,
-                () => api.clearCriterionDescription(id()),
-                () => note('ok', 'The description was cleared.'),
-              ),
-            { class: 'ghost' },
-          ),
-        ),
-        descriptionOut,
-      ),
+      correctionsCard(state),
+      matricesCard(state),
+      sensorMatrixCard(state),
+      descriptionCard(state),
     ),
-  );
-
-  let shown = null;
-  store.subscribe((state, patch) => {
-    if ('selected' in patch && state.selected !== shown) {
-      for (const area of [
-        correctionsOut,
-        descriptionOut,
-        matricesOut,
-        dataOut,
-        correctionsList,
-        matricesList,
-      ])
-        fill(area);
-    }
-    if ('world' in patch || 'selected' in patch || 'meta' in patch) showSimState();
-  });
-  showSimState();
-  return {
-    onShow() {
-      if (shown === id()) return;
-      shown = id();
-      listCorrections();
-      listMatrices();
-      readMatrix();
-    },
-  };
+  ];
 }

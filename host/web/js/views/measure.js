@@ -1,301 +1,245 @@
-// The Measure tab: XYZ, raw, RGB and IR readings of the selected sensor, next to the chromaticity
-// diagram with the monitor's gamut; in the simulator, the colour its monitor shows.
+// The Measure tab: taking readings (one, all kinds, or a live series), the latest reading with
+// units and the values the host derives from it, the series' statistics, the readings kept with
+// the reference and white they are compared with, the chromaticity diagram, and export.
 
-import * as api from '../api.js';
-import { chromaticity, gamutOf, hexFromRgb, insideGamut } from '../colour.js';
-import { actionButton, fill, h, note } from '../dom.js';
-import { describeError, formatNumber, timeOfDay } from '../format.js';
+import { outcomeKey } from '../actions.js';
+import { availability } from '../capabilities.js';
+import { hexFromRgb } from '../colour.js';
+import { h, note } from '../dom.js';
+import { plural, timeOfDay } from '../format.js';
+import {
+  KINDS,
+  measure,
+  measureOne,
+  newSeries,
+  setLiveDelay,
+  startLive,
+  stopLive,
+} from '../measuring.js';
+import { modeOf } from '../readings.js';
+import { showColour } from '../simulating.js';
+import { store } from '../store.js';
 import { selectedMonitor } from '../world.js';
-import { createPlot } from './plot.js';
+import {
+  button,
+  card,
+  outcomeView,
+  select,
+  sensorBusy,
+  sensorButton,
+  valueCell,
+  whyNot,
+} from './common.js';
+import { renderExport } from './export.js';
+import { renderPlot } from './plot.js';
+import { derivedView, readingsTable, referenceCard, statsView } from './readings-view.js';
 import { presetSwatches } from './simulator.js';
 
-const HISTORY = 24;
+// The pauses a live series may take between an answer and the next request.
+const LIVE_DELAYS = [
+  { value: 0, label: 'none' },
+  { value: 500, label: '0.5 s' },
+  { value: 1000, label: '1 s' },
+  { value: 2000, label: '2 s' },
+  { value: 5000, label: '5 s' },
+];
 
-const LABELS = {
-  xyz: 'XYZ',
-  raw: 'Raw data',
-  rgb: 'RGB',
-  ir: 'IR',
-  uncorrelated: 'XYZ without correlation',
-};
-
-// Readings per sensor id, kept while the page lives:
-// {xyz, raw, rgb, ir, uncorrelated, at, history}.
-const readings = new Map();
-
-function readingsOf(id) {
-  if (!readings.has(id)) readings.set(id, { history: [] });
-  return readings.get(id);
-}
-
-function valueCells(testid, values, digits = 4) {
-  return values.map(([name, value]) =>
-    h(
-      'div',
-      { class: 'value' },
-      h('span', { class: 'value-name' }, name),
-      h(
-        'span',
-        { class: 'value-number', 'data-testid': `${testid}-${name}` },
-        formatNumber(value, digits),
-      ),
-    ),
+function measureButtons(state) {
+  const kinds = Object.entries(KINDS).map(([kind, { label, feature }]) =>
+    sensorButton(state, {
+      id: `measure-${kind}`,
+      label: kind === 'xyz' ? 'Measure XYZ' : label,
+      feature,
+      kind: kind === 'xyz' ? 'primary' : null,
+      onClick: () => measureOne(kind),
+    }),
   );
-}
-
-function block(title, testid, content, extra) {
   return h(
     'div',
-    { class: 'reading-block', 'data-testid': testid },
-    h('div', { class: 'reading-title' }, title, extra ?? null),
-    h('div', { class: 'values' }, content),
-  );
-}
-
-// `digits` for X, Y and Z; the chromaticity always has four.
-function xyzBlock(title, testid, record, digits = 4) {
-  const xy = chromaticity(record);
-  return block(title, testid, [
-    valueCells(
-      testid,
-      [
-        ['X', record?.X],
-        ['Y', record?.Y],
-        ['Z', record?.Z],
-      ],
-      digits,
-    ),
-    valueCells(testid, [
-      ['x', xy?.x],
-      ['y', xy?.y],
-    ]),
-  ]);
-}
-
-export function mountMeasure(root, { store, refreshWorld }) {
-  const plot = createPlot();
-  const table = h('div', { class: 'readings', 'data-testid': 'readings' });
-  const status = h('div', { class: 'output', 'aria-live': 'polite' });
-  const legend = h(
-    'div',
-    { class: 'legend' },
-    h('span', { class: 'legend-item' }, h('span', { class: 'legend-mark mark-xyz' }), 'XYZ'),
-    h('span', { class: 'legend-item' }, h('span', { class: 'legend-mark mark-raw' }), 'raw XYZ'),
-    h(
-      'span',
-      { class: 'legend-item' },
-      h('span', { class: 'legend-mark mark-uncorrelated' }),
-      'without correlation',
-    ),
-    h(
-      'span',
-      { class: 'legend-item' },
-      h('span', { class: 'legend-mark mark-gamut' }),
-      'monitor gamut',
-    ),
-    h(
-      'span',
-      { class: 'legend-item' },
-      h('span', { class: 'legend-mark mark-trail' }),
-      'earlier XYZ',
-    ),
-  );
-  const gamutNote = h('p', { class: 'muted plot-note' });
-  const shown = h('div', { class: 'shown' });
-  const live = h('input', { type: 'checkbox', id: 'measure-live' });
-  let timer = null;
-
-  const id = () => store.get().selected;
-
-  function render() {
-    const sensorId = id();
-    if (!sensorId) return;
-    const r = readingsOf(sensorId);
-    const rows = [];
-    if (r.xyz) {
-      rows.push(xyzBlock('XYZ', 'reading-xyz', r.xyz.XYZ));
-      rows.push(xyzBlock('Raw XYZ', 'reading-raw-xyz', r.xyz.rawXYZ));
-    }
-    if (r.raw)
-      rows.push(
-        block(
-          'Raw data (counts)',
-          'reading-raw',
-          valueCells(
-            'reading-raw',
-            r.raw.rawData.map((v, i) => [`d${i}`, v]),
-            1,
+    { class: 'button-row' },
+    kinds,
+    sensorButton(state, {
+      id: 'measure-all',
+      label: 'All',
+      kind: 'ghost',
+      onClick: () =>
+        measure(
+          Object.keys(KINDS).filter(
+            (k) => availability(state.caps[state.selected], KINDS[k].feature).enabled,
           ),
         ),
-      );
-    if (r.rgb)
-      rows.push(
-        block(
-          'RGB',
-          'reading-rgb',
-          valueCells('reading-rgb', [
-            ['R', r.rgb.RGB.R],
-            ['G', r.rgb.RGB.G],
-            ['B', r.rgb.RGB.B],
-          ]),
-        ),
-      );
-    if (r.ir) rows.push(block('IR', 'reading-ir', valueCells('reading-ir', [['IR', r.ir.IR]])));
-    if (r.uncorrelated)
-      rows.push(
-        xyzBlock('XYZ without correlation (counts)', 'reading-uncorrelated', r.uncorrelated.XYZ, 1),
-      );
-    fill(
-      table,
-      rows.length === 0
-        ? note('info', 'No reading yet. Measure to see the values here and on the diagram.')
-        : [r.at ? h('p', { class: 'muted' }, `Last reading ${timeOfDay(r.at)}`) : null, rows],
-    );
+    }),
+  );
+}
 
-    const state = store.get();
-    const monitor = selectedMonitor(state);
-    const gamut = gamutOf(monitor?.display);
-    const points = {
-      xyz: chromaticity(r.xyz?.XYZ),
-      raw: chromaticity(r.xyz?.rawXYZ),
-      uncorrelated: chromaticity(r.uncorrelated?.XYZ),
-    };
-    plot.update({ gamut, points, history: r.history.slice(0, -1) });
-    if (!gamut) {
-      gamutNote.textContent = state.world
-        ? 'This sensor looks at no monitor of the simulated world.'
-        : '';
-    } else if (points.xyz) {
-      const where = insideGamut(points.xyz, gamut) ? 'inside' : 'outside';
-      gamutNote.textContent = `The reading lies ${where} the gamut of ${monitor.serial}.`;
-    } else {
-      gamutNote.textContent = `Gamut and white of ${monitor.serial} \u00b7 ${monitor.product}.`;
-    }
-    showShown(monitor);
-  }
+function liveStatus(state) {
+  const live = state.live;
+  if (!live || live.sensorId !== state.selected)
+    return h('span', { class: 'muted', id: 'live-status' }, 'Live: off');
+  const last = state.readings.findLast((r) => r.sensorId === live.sensorId);
+  const words = live.running
+    ? `Live: ${plural(live.count, 'reading')}${last ? `, last ${timeOfDay(last.time)}` : ''}; the next request goes after each answer`
+    : `Live stopped after ${plural(live.count, 'reading')}`;
+  return h(
+    'span',
+    { class: ['live-status', live.running ? 'live-on' : null], id: 'live-status' },
+    live.running ? h('span', { class: 'pulse', 'aria-hidden': 'true' }) : null,
+    words,
+    '.',
+  );
+}
 
-  function showShown(monitor) {
-    if (!store.get().world || !monitor) {
-      fill(shown);
-      return;
-    }
-    const rgb = monitor.shownColor ?? [1, 1, 1];
-    const current = h('span', {
-      class: 'swatch-current',
-      title: rgb.map((c) => c.toFixed(3)).join(', '),
-    });
-    current.style.background = hexFromRgb(rgb);
-    const swatches = presetSwatches(async (next) => {
-      try {
-        await api.simShowColour(monitor.serial, monitor.product, next);
-      } catch (error) {
-        fill(status, note('error', describeError(error)));
-      }
-      await refreshWorld();
-    });
-    fill(
-      shown,
-      h('span', { class: 'tag tag-sim' }, 'sim'),
-      h('span', null, `${monitor.serial} shows`),
-      current,
-      h('span', { class: 'shown-divider' }),
-      h('span', { class: 'muted' }, 'show'),
-      swatches,
-    );
-  }
-
-  // Takes the readings named in `kinds` one after the other; each failure is reported and the
-  // others still run.
-  async function measure(kinds) {
-    const sensorId = id();
-    if (!sensorId) return false;
-    const r = readingsOf(sensorId);
-    const requests = {
-      xyz: api.measureXYZ,
-      raw: api.measureRaw,
-      rgb: api.measureRGB,
-      ir: api.measureIR,
-      uncorrelated: api.measureXYZWithoutCorrelation,
-    };
-    const failures = [];
-    for (const kind of kinds) {
-      try {
-        r[kind] = await requests[kind](sensorId);
-        r.at = new Date();
-        if (kind === 'xyz') {
-          r.history.push(chromaticity(r.xyz.XYZ));
-          if (r.history.length > HISTORY) r.history.shift();
-        }
-      } catch (error) {
-        failures.push(`${LABELS[kind]}: ${describeError(error)}`);
-      }
-    }
-    fill(
-      status,
-      failures.map((text) => note('error', text)),
-    );
-    render();
-    return failures.length === 0;
-  }
-
-  function stopLive() {
-    clearInterval(timer);
-    timer = null;
-    live.checked = false;
-  }
-
-  live.addEventListener('change', () => {
-    if (!live.checked) return stopLive();
-    timer = setInterval(async () => {
-      if (root.hidden || !(await measure(['xyz']))) stopLive();
-    }, 1000);
-    return undefined;
-  });
-
-  fill(
-    root,
+function liveControls(state) {
+  const running = state.live?.running && state.live.sensorId === state.selected;
+  const delay = () => Number(store.draft('live-delay', '1000'));
+  return h(
+    'div',
+    { class: 'live-controls' },
+    running
+      ? button({ id: 'live-toggle', label: 'Stop live', kind: 'danger', onClick: stopLive })
+      : button({
+          id: 'live-toggle',
+          label: 'Start live',
+          busy: Boolean(sensorBusy(state)),
+          onClick: () => startLive(delay()),
+        }),
     h(
-      'div',
-      { class: 'measure-bar' },
-      h(
-        'div',
-        { class: 'button-row' },
-        actionButton('Measure XYZ', () => measure(['xyz']), {
-          class: 'primary',
-          id: 'measure-xyz',
-        }),
-        actionButton('Raw', () => measure(['raw']), { id: 'measure-raw' }),
-        actionButton('RGB', () => measure(['rgb']), { id: 'measure-rgb' }),
-        actionButton('IR', () => measure(['ir']), { id: 'measure-ir' }),
-        actionButton('XYZ without correlation', () => measure(['uncorrelated']), {
-          id: 'measure-uncorrelated',
-        }),
-        actionButton('All', () => measure(['xyz', 'raw', 'rgb', 'ir', 'uncorrelated']), {
-          class: 'ghost',
-          id: 'measure-all',
-        }),
-      ),
-      h('label', { class: 'toggle-inline', title: 'Measure XYZ every second' }, live, 'live'),
+      'label',
+      { class: 'field field-inline' },
+      h('span', { class: 'field-label' }, 'pause'),
+      select({
+        id: 'live-delay',
+        value: 1000,
+        options: LIVE_DELAYS,
+        onChange: (v) => setLiveDelay(Number(v)),
+      }),
     ),
-    shown,
-    status,
+    liveStatus(state),
+  );
+}
+
+function shownColour(state) {
+  const monitor = selectedMonitor(state);
+  if (!state.world || !monitor) return null;
+  const rgb = monitor.shownColor ?? [1, 1, 1];
+  const current = h('span', {
+    class: 'swatch-current',
+    title: rgb.map((c) => c.toFixed(3)).join(', '),
+    'data-rgb': rgb.join(','),
+  });
+  current.style.background = hexFromRgb(rgb);
+  return h(
+    'div',
+    { class: 'shown' },
+    h('span', { class: 'tag tag-sim' }, 'sim'),
+    h('span', null, `${monitor.serial} shows`),
+    current,
+    h('span', { class: 'shown-divider' }),
+    h('span', { class: 'muted' }, 'show'),
+    presetSwatches('measure', (next) => showColour(monitor, next)),
+  );
+}
+
+const kindOutcomes = (state) =>
+  Object.keys(KINDS).map((kind) => outcomeView(state, outcomeKey(`measure-${kind}`)));
+
+// The readings other than XYZ: how each answer's values are named, and in what quantity.
+const OTHER_READINGS = [
+  {
+    kind: 'raw',
+    title: 'Raw data',
+    quantity: 'counts',
+    values: (v) => v.rawData.map((d, i) => [`d${i}`, d]),
+  },
+  { kind: 'rgb', title: 'RGB', quantity: 'plain', values: (v) => Object.entries(v.RGB) },
+  { kind: 'ir', title: 'IR', quantity: 'plain', values: (v) => [['IR', v.IR]] },
+  {
+    kind: 'uncorrelated',
+    title: 'XYZ without correlation',
+    quantity: 'counts',
+    values: (v) => Object.entries(v.XYZ),
+  },
+];
+
+// The latest of each reading other than XYZ, with the time it was taken.
+function otherReadings(state) {
+  const others = state.others[state.selected] ?? {};
+  return OTHER_READINGS.filter(({ kind }) => others[kind]).map(
+    ({ kind, title, quantity, values }) => {
+      const testid = `reading-${kind}`;
+      const { value, time } = others[kind];
+      const cells = values(value).map(([name, v]) =>
+        valueCell({ name, value: v, quantity, testid: `${testid}-${name}` }),
+      );
+      return h(
+        'div',
+        { class: 'reading-block', 'data-testid': testid },
+        h(
+          'div',
+          { class: 'reading-title' },
+          title,
+          h('span', { class: 'muted' }, ` ${timeOfDay(time)}`),
+        ),
+        h('div', { class: 'values' }, cells),
+      );
+    },
+  );
+}
+
+function latestCard(state) {
+  const latest = state.readings.findLast((r) => r.sensorId === state.selected);
+  const unit = modeOf(latest?.mode ?? 0);
+  return card(
+    {
+      id: 'card-latest',
+      title: 'Latest reading',
+      aside: latest
+        ? h(
+            'span',
+            { class: 'muted' },
+            `#${latest.seq} \u00b7 ${timeOfDay(latest.time)} \u00b7 ${unit.label.toLowerCase()} mode${latest.corrected ? ' \u00b7 corrected' : ''}`,
+          )
+        : null,
+    },
+    latest
+      ? derivedView(state, latest)
+      : note('info', 'No XYZ reading yet. Measure to see the values here and on the diagram.'),
+    otherReadings(state),
+  );
+}
+
+export function renderMeasure(state) {
+  return [
+    h('div', { class: 'measure-bar' }, measureButtons(state), liveControls(state)),
+    whyNot(state, 'rgb'),
+    shownColour(state),
+    kindOutcomes(state),
+    latestCard(state),
     h(
       'div',
       { class: 'measure-grid' },
-      h('div', { class: 'measure-values' }, table),
-      h('figure', { class: 'plot' }, plot.element, h('figcaption', null, legend, gamutNote)),
+      renderPlot(state),
+      h(
+        'div',
+        { class: 'measure-values' },
+        card(
+          {
+            id: 'card-series',
+            title: 'Series',
+            aside: button({
+              id: 'new-series',
+              label: 'New series',
+              small: true,
+              kind: 'ghost',
+              onClick: newSeries,
+            }),
+          },
+          statsView(state),
+        ),
+        referenceCard(state),
+      ),
     ),
-  );
-
-  let current = null;
-  store.subscribe((state, patch) => {
-    if ('selected' in patch && state.selected !== current) {
-      current = state.selected;
-      stopLive();
-      fill(status);
-    }
-    if ('selected' in patch || 'world' in patch || 'meta' in patch) render();
-  });
-  current = id();
-  render();
+    readingsTable(state),
+    renderExport(state),
+  ];
 }

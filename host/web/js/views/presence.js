@@ -1,137 +1,123 @@
-// The Presence tab: the monitor's presence detection, switched on and off, and its level.
+// The Presence detection tab: whether the monitor detects someone in front of it, and its
+// detection level. Both reach the monitor through the sensor, so only a built-in sensor answers.
 
 import * as api from '../api.js';
-import { actionButton, fill, field, h, note } from '../dom.js';
+import { info, ok, onSensor, outcomeKey } from '../actions.js';
+import { h } from '../dom.js';
+import { store } from '../store.js';
 import { selectedMonitor } from '../world.js';
-import { afterwards, card, output, showResult, simTag } from './common.js';
+import { card, input, outcomeView, sensorButton, simTag, whyNot } from './common.js';
 
-export function mountPresence(root, { store, refreshWorld }) {
-  const toggle = h('input', {
-    type: 'checkbox',
-    role: 'switch',
-    id: 'presence-switch',
-    class: 'switch',
-  });
-  const switchOut = output('presence-output');
-  const level = h('input', { type: 'number', min: 0, step: 1, value: 0, id: 'presence-level' });
-  const levelOut = output('presence-level-output');
-  const simState = h('div', { class: 'sim-state' });
-
-  const id = () => store.get().selected;
-  const after = afterwards(refreshWorld);
-
-  async function readSwitch() {
-    const on = await showResult(
-      switchOut,
-      () => api.presence(id()),
-      (value) => note('info', `Presence detection is ${value ? 'on' : 'off'} (${value}).`),
+function simState(state) {
+  const detection = selectedMonitor(state)?.presenceDetection;
+  if (detection)
+    return simTag(
+      `${detection.on ? 'on' : 'off'}, level ${detection.mode} of 0\u2013${detection.modes - 1}`,
     );
-    if (on !== undefined) toggle.checked = Boolean(on);
-  }
+  return state.world ? simTag('the monitor has no presence detection') : null;
+}
 
-  async function readLevel() {
-    const value = await showResult(
-      levelOut,
-      () => api.presenceLevel(id()),
-      (mode) => note('info', `Level ${mode}.`),
+const turn = (on) =>
+  onSensor(
+    'presence',
+    `Switching presence detection ${on ? 'on' : 'off'}`,
+    (id) => api.setPresence(id, on),
+    {
+      success: () => ok(`Presence detection is ${on ? 'on' : 'off'}.`),
+    },
+  );
+
+function switchCard(state) {
+  return card(
+    { id: 'card-presence', title: 'Presence detection' },
+    simState(state),
+    h(
+      'div',
+      { class: 'button-row' },
+      sensorButton(state, {
+        id: 'presence-read',
+        label: 'Read',
+        kind: 'ghost',
+        feature: 'presence',
+        onClick: () =>
+          onSensor('presence', 'Reading presence detection', (id) => api.presence(id), {
+            success: (v) => info(`Presence detection is ${v ? 'on' : 'off'} (${v}).`),
+          }),
+      }),
+      sensorButton(state, {
+        id: 'presence-on',
+        label: 'Switch on',
+        feature: 'presence',
+        onClick: () => turn(true),
+      }),
+      sensorButton(state, {
+        id: 'presence-off',
+        label: 'Switch off',
+        feature: 'presence',
+        onClick: () => turn(false),
+      }),
+    ),
+    outcomeView(state, outcomeKey('presence')),
+  );
+}
+
+function levelCard(state) {
+  const setLevel = () => {
+    const level = Number(store.draft('presence-level', '0'));
+    return onSensor(
+      'presence-level',
+      'Setting the presence detection level',
+      (id) => api.setPresenceLevel(id, level),
+      {
+        success: () => ok(`Presence detection level ${level} set.`),
+      },
     );
-    if (value !== undefined) level.value = String(value);
-  }
+  };
+  return card(
+    { id: 'card-presence-level', title: 'Presence detection level' },
+    h(
+      'div',
+      { class: 'form-row' },
+      h(
+        'label',
+        { class: 'field' },
+        h('span', { class: 'field-label' }, 'Level'),
+        input({ id: 'presence-level', type: 'number', min: 0, step: 1, value: 0 }),
+      ),
+      sensorButton(state, {
+        id: 'presence-set-level',
+        label: 'Set level',
+        feature: 'presence',
+        onClick: setLevel,
+      }),
+      sensorButton(state, {
+        id: 'presence-read-level',
+        label: 'Read',
+        kind: 'ghost',
+        feature: 'presence',
+        onClick: () =>
+          onSensor(
+            'presence-level',
+            'Reading the presence detection level',
+            (id) => api.presenceLevel(id),
+            {
+              success: (level) => info(`Presence detection level ${level}.`),
+            },
+          ),
+      }),
+    ),
+    outcomeView(state, outcomeKey('presence-level')),
+  );
+}
 
-  toggle.addEventListener('change', async () => {
-    const wanted = toggle.checked;
-    toggle.disabled = true;
-    const done = await showResult(
-      switchOut,
-      () => api.setPresence(id(), wanted),
-      () => note('ok', `Presence detection switched ${wanted ? 'on' : 'off'}.`),
-    );
-    toggle.disabled = false;
-    if (done === undefined) toggle.checked = !wanted;
-    else await readSwitch();
-    await refreshWorld();
-  });
-
-  function showSimState() {
-    const state = store.get();
-    const detection = selectedMonitor(state)?.presenceDetection;
-    fill(
-      simState,
-      detection
-        ? simTag(
-            `${detection.on ? 'on' : 'off'}, level ${detection.mode} of 0\u2013${detection.modes - 1}`,
-          )
-        : state.world
-          ? simTag('the monitor has no presence detection')
-          : null,
-    );
-  }
-
-  fill(
-    root,
+export function renderPresence(state) {
+  return [
     h(
       'p',
       { class: 'panel-hint' },
-      'Monitors with a built-in sensor can detect whether someone sits in front of them. ' +
-        'Both resources reach the monitor through its HID handle, so only a sensor built into a monitor answers.',
+      'Monitors with a built-in sensor can detect whether someone sits in front of them.',
     ),
-    h(
-      'div',
-      { class: 'cards' },
-      card(
-        'Presence detection',
-        null,
-        simState,
-        h(
-          'div',
-          { class: 'form-row' },
-          h('label', { class: 'switch-label' }, toggle, h('span', null, 'Detect presence')),
-          actionButton('Read', readSwitch, { class: 'small ghost' }),
-        ),
-        switchOut,
-      ),
-      card(
-        'Level',
-        null,
-        h(
-          'div',
-          { class: 'form-row' },
-          field('Level', level),
-          actionButton(
-            'Set level',
-            () =>
-              after(() =>
-                showResult(
-                  levelOut,
-                  () => api.setPresenceLevel(id(), Number(level.value)),
-                  () => note('ok', `Level ${level.value} set.`),
-                ),
-              ),
-            { id: 'presence-set-level' },
-          ),
-          actionButton('Read', readLevel, { class: 'small ghost' }),
-        ),
-        levelOut,
-      ),
-    ),
-  );
-
-  let shown = null;
-  store.subscribe((state, patch) => {
-    if ('selected' in patch && state.selected !== shown) {
-      fill(switchOut);
-      fill(levelOut);
-    }
-    if ('world' in patch || 'selected' in patch || 'meta' in patch) showSimState();
-  });
-  showSimState();
-  return {
-    // The switch and the level are read once per sensor, when the tab is first shown for it.
-    onShow() {
-      if (shown === id()) return;
-      shown = id();
-      readSwitch();
-      readLevel();
-    },
-  };
+    whyNot(state, 'presence'),
+    h('div', { class: 'cards' }, switchCard(state), levelCard(state)),
+  ];
 }

@@ -2,406 +2,373 @@
 // world, and every way to open a sensor.
 
 import * as api from '../api.js';
-import { actionButton, fill, field, h, note } from '../dom.js';
+import { ok, onHost, setOutcome } from '../actions.js';
+import { field, focusById, h, note } from '../dom.js';
 import { describeError, shortId } from '../format.js';
 import { individualIdToDecimal, parseDeviceId } from '../ids.js';
+import {
+  closeAll,
+  closeSensor,
+  openSensor,
+  refreshSensors,
+  refreshSerial,
+  selectSensor,
+} from '../opening.js';
+import { store } from '../store.js';
 import { monitorsForOpening } from '../world.js';
-import { showResult } from './common.js';
+import { button, buttonRow, details, formRow, input, outcomeView, textarea } from './common.js';
 
-export function mountSensors(root, { store, refreshWorld }) {
-  const connected = h('div', { class: 'list', id: 'connected-list' });
-  const serial = h('div', { class: 'list', id: 'serial-list' });
-  const monitors = h('div', { class: 'list', id: 'monitor-list' });
-  const opened = h('div', { class: 'list', id: 'opened-list' });
-  const openedCount = h('span', { class: 'count' }, '0');
-  const openNote = h('div', { class: 'open-note' });
-
-  // Opens with `open()` (a request answering the new id) and selects the new sensor.
-  async function openWith(open, meta) {
-    try {
-      const id = await open();
-      store.set({ meta: { ...store.get().meta, [id]: meta }, selected: id });
-      fill(openNote);
-      await refreshOpened(id);
-      await refreshWorld();
-    } catch (error) {
-      fill(openNote, note('error', `Opening failed: ${describeError(error)}`));
-    }
-  }
-
-  function sensorRow(title, subtitle, detail, actions) {
-    return h(
+function row({ title, subtitle, code, actions, dataset }) {
+  return h(
+    'li',
+    { class: 'row', dataset },
+    h(
       'div',
-      { class: 'row' },
-      h(
-        'div',
-        { class: 'row-main' },
-        h('div', { class: 'row-title' }, title),
-        h('div', { class: 'row-sub' }, subtitle, detail ? h('code', null, detail) : null),
-      ),
-      h('div', { class: 'row-actions' }, actions),
-    );
-  }
+      { class: 'row-main' },
+      h('span', { class: 'row-title' }, title),
+      h('span', { class: 'row-sub' }, subtitle, code ? h('code', null, code) : null),
+    ),
+    h('div', { class: 'row-actions' }, actions),
+  );
+}
 
-  // Lists in `element` the devices `request` answers, each as `rowFor(device, name)`. Without
-  // their names the devices are still worth listing, by device id.
-  function refreshDeviceList(element, request, emptyText, rowFor) {
-    return showResult(
-      element,
-      async () => {
-        const devices = await request();
-        const names =
-          devices.length > 0
-            ? await api.namesOf(devices.map((d) => d.deviceID)).catch(() => [])
-            : [];
-        return devices.map((device, i) => [device, names[i] || `Device ${device.deviceID}`]);
+const list = (id, items, empty) =>
+  items.length === 0 ? note('info', empty) : h('ul', { class: 'list', id }, items);
+
+// The rows of one device list, or why there are none.
+function deviceList(entry, id, empty, rowFor) {
+  if (!entry) return note('info', 'Reading\u2026');
+  if (entry.error) return note('error', describeError(entry.error));
+  return list(id, entry.list.map(rowFor), empty);
+}
+
+function connectedRow(state, device) {
+  const meta = { deviceID: device.deviceID, individualID: device.individualID };
+  const busy = Boolean(state.pending.open);
+  return row({
+    title: device.name,
+    subtitle: `device ${device.deviceID} \u00b7 `,
+    code: device.individualID,
+    dataset: { deviceId: device.deviceID },
+    actions: [
+      button({
+        id: `open-device-${device.deviceID}`,
+        label: 'Open',
+        small: true,
+        busy,
+        title: 'Open by device id',
+        onClick: () =>
+          openSensor(() => api.openByDeviceID(device.deviceID), meta, { label: device.name }),
+      }),
+      button({
+        id: `open-individual-${device.deviceID}`,
+        label: 'By individual id',
+        small: true,
+        kind: 'ghost',
+        busy,
+        onClick: () =>
+          openSensor(
+            () => api.openByIndividualID(individualIdToDecimal(device.individualID)),
+            meta,
+            { label: device.name },
+          ),
+      }),
+    ],
+  });
+}
+
+function serialRow(state, device) {
+  return row({
+    title: device.name,
+    subtitle: `device ${device.deviceID}`,
+    actions: button({
+      id: `open-serial-${device.deviceID}`,
+      label: 'Open',
+      small: true,
+      busy: Boolean(state.pending.open),
+      onClick: () =>
+        openSensor(
+          () => api.openByDeviceID(device.deviceID),
+          { deviceID: device.deviceID },
+          { label: device.name },
+        ),
+    }),
+  });
+}
+
+function monitorRow(state, monitor) {
+  const meta = { monitor: { serial: monitor.serial, product: monitor.product } };
+  return row({
+    title: monitor.product,
+    subtitle: 'serial ',
+    code: monitor.serial,
+    actions: [
+      monitor.hidHandle
+        ? null
+        : h('span', { class: 'tag tag-muted', title: 'The monitor has no USB link' }, 'no link'),
+      button({
+        id: `open-monitor-${monitor.serial}`,
+        label: 'Open sensor',
+        small: true,
+        busy: Boolean(state.pending.open),
+        dataset: { monitor: monitor.serial },
+        onClick: () =>
+          openSensor(() => api.openMonitorSensor(monitor.serial, monitor.product), meta, {
+            label: `The sensor of ${monitor.serial}`,
+          }),
+      }),
+    ],
+  });
+}
+
+function openedRow(state, sensor) {
+  const selected = sensor.id === state.selected;
+  const task = state.busy[sensor.id];
+  return h(
+    'li',
+    {
+      class: ['row', 'row-selectable', selected ? 'row-selected' : null],
+      dataset: { sensorId: sensor.id },
+    },
+    h(
+      'button',
+      {
+        type: 'button',
+        id: `select-${sensor.id}`,
+        class: 'row-main row-button',
+        'aria-pressed': String(selected),
+        on: { click: () => selectSensor(sensor.id) },
       },
-      (named) =>
-        named.length === 0
-          ? note('info', emptyText)
-          : named.map(([device, name]) => rowFor(device, name)),
-    );
-  }
-
-  const refreshConnected = () =>
-    refreshDeviceList(connected, api.listConnected, 'No sensor is connected.', (device, name) =>
-      sensorRow(name, `device ${device.deviceID} \u00b7 `, device.individualID, [
-        actionButton(
-          'Open',
-          () =>
-            openWith(() => api.openByDeviceID(device.deviceID), {
-              deviceID: device.deviceID,
-              individualID: device.individualID,
-            }),
-          { class: 'small', title: 'Open by device id' },
-        ),
-        actionButton(
-          'By individual id',
-          () =>
-            openWith(() => api.openByIndividualID(individualIdToDecimal(device.individualID)), {
-              deviceID: device.deviceID,
-              individualID: device.individualID,
-            }),
-          { class: 'small ghost' },
-        ),
-      ]),
-    );
-
-  const refreshSerial = () =>
-    refreshDeviceList(
-      serial,
-      api.listSerialConnected,
-      'No serial-USB sensor found. Map USB device names to device ids under Library settings.',
-      (device, name) =>
-        sensorRow(name, `device ${device.deviceID}`, null, [
-          actionButton(
-            'Open',
-            () => openWith(() => api.openByDeviceID(device.deviceID), { deviceID: device.deviceID }),
-            { class: 'small' },
-          ),
-        ]),
-    );
-
-  // In the simulator, offer the world's serial links as the mappings to set.
-  function suggestMappings() {
-    const serialSensors = (store.get().world?.sensors ?? []).filter(
-      (s) => s.connection === 'serial',
-    );
-    if (mappings.value || serialSensors.length === 0) return;
-    mappings.value = JSON.stringify(
-      Object.fromEntries(serialSensors.map((s) => [s.usbDevice, s.deviceID])),
-    );
-  }
-
-  function showMonitors() {
-    const world = store.get().world;
-    if (!world) {
-      fill(monitors, note('info', 'Open a built-in sensor by monitor serial and product below.'));
-      return;
-    }
-    fill(
-      monitors,
-      monitorsForOpening(world).map((monitor) =>
-        sensorRow(`${monitor.product}`, `serial `, monitor.serial, [
-          monitor.hidHandle
-            ? null
-            : h(
-                'span',
-                { class: 'tag tag-muted', title: 'The monitor has no USB link' },
-                'no link',
-              ),
-          actionButton(
-            'Open sensor',
-            () =>
-              openWith(() => api.openMonitorSensor(monitor.serial, monitor.product), {
-                monitor: { serial: monitor.serial, product: monitor.product },
-              }),
-            { class: 'small', dataset: { monitor: monitor.serial } },
-          ),
-        ]),
-      ),
-    );
-  }
-
-  // Lists the opened sensors; `justOpened` stays listed even when the list cannot be read.
-  async function refreshOpened(justOpened) {
-    let ids;
-    let failure = null;
-    try {
-      ids = await api.listOpened();
-    } catch (error) {
-      failure = error;
-      ids = store.get().opened.map((sensor) => sensor.id);
-      if (justOpened && !ids.includes(justOpened)) ids.push(justOpened);
-    }
-    const names = failure ? [] : await api.namesOfOpened().catch(() => []);
-    const previous = new Map(store.get().opened.map((sensor) => [sensor.id, sensor.name]));
-    const list = ids.map((id, i) => ({ id, name: names[i] || previous.get(id) || '' }));
-    const selected = store.get().selected;
-    store.set({
-      opened: list,
-      selected: list.some((s) => s.id === selected) ? selected : (list[0]?.id ?? null),
-    });
-    showOpened(failure);
-  }
-
-  function showOpened(failure) {
-    const { opened: list, selected } = store.get();
-    openedCount.textContent = String(list.length);
-    const rows = list.map((sensor) =>
+      h('span', { class: 'row-title' }, sensor.name || 'Sensor'),
       h(
-        'div',
-        {
-          class: ['row', 'row-selectable', sensor.id === selected ? 'row-selected' : null],
-          dataset: { sensorId: sensor.id },
-        },
-        h(
-          'button',
-          {
-            type: 'button',
-            class: 'row-main row-button',
-            'aria-pressed': String(sensor.id === selected),
-            on: { click: () => store.set({ selected: sensor.id }) },
-          },
-          h('span', { class: 'row-title' }, sensor.name || 'Sensor'),
-          h('span', { class: 'row-sub' }, h('code', { title: sensor.id }, shortId(sensor.id))),
-        ),
-        h(
-          'div',
-          { class: 'row-actions' },
-          actionButton(
-            'Close',
-            async () => {
-              try {
-                await api.closeSensor(sensor.id);
-              } catch (error) {
-                fill(openNote, note('error', `Closing failed: ${describeError(error)}`));
-              }
-              await refreshOpened();
-            },
-            { class: 'small ghost', title: 'Close this sensor' },
-          ),
-        ),
-      ),
-    );
-    fill(
-      opened,
-      failure ? note('error', `The list of opened sensors: ${describeError(failure)}`) : null,
-      rows.length === 0 ? note('info', 'No sensor is open yet.') : rows,
-    );
-  }
-
-  async function refreshAll() {
-    await Promise.all([refreshConnected(), refreshSerial(), refreshOpened()]);
-    showMonitors();
-    suggestMappings();
-  }
-
-  // Opening by identifiers typed in.
-  const deviceInput = h('input', {
-    type: 'text',
-    inputmode: 'numeric',
-    placeholder: '33',
-    id: 'open-device-id',
-  });
-  const individualInput = h('input', {
-    type: 'text',
-    placeholder: '00c3000000004d2a',
-    id: 'open-individual-id',
-  });
-  const serialInput = h('input', {
-    type: 'text',
-    placeholder: 'QM7A0451',
-    id: 'open-monitor-serial',
-  });
-  const productInput = h('input', {
-    type: 'text',
-    placeholder: 'QM-27-Studio-Lab',
-    id: 'open-monitor-product',
-  });
-  const byHand = h(
-    'details',
-    { class: 'subsection' },
-    h('summary', null, 'Open by identifier'),
-    h(
-      'div',
-      { class: 'form-row' },
-      field('Device id', deviceInput),
-      actionButton(
-        'Open',
-        () => {
-          const deviceID = parseDeviceId(deviceInput.value);
-          if (deviceID === null)
-            return fill(openNote, note('error', 'A device id is a whole number.'));
-          return openWith(() => api.openByDeviceID(deviceID), { deviceID });
-        },
-        { class: 'small' },
+        'span',
+        { class: 'row-sub' },
+        h('code', { title: sensor.id }, shortId(sensor.id)),
+        task ? h('span', { class: 'busy-label' }, ` \u00b7 ${task.label}\u2026`) : null,
       ),
     ),
     h(
       'div',
-      { class: 'form-row' },
-      field('Individual id', individualInput, '16 hex digits, 0x…, or decimal'),
-      actionButton(
-        'Open',
-        () => {
-          const decimal = individualIdToDecimal(individualInput.value);
-          if (decimal === null) return fill(openNote, note('error', 'Not an individual id.'));
-          const hex = BigInt(decimal).toString(16).padStart(16, '0');
-          return openWith(() => api.openByIndividualID(decimal), { individualID: hex });
-        },
-        { class: 'small' },
-      ),
-    ),
-    h(
-      'div',
-      { class: 'form-row' },
-      field('Monitor serial', serialInput),
-      field('Product', productInput),
-      actionButton(
-        'Open',
-        () =>
-          openWith(
-            () => api.openMonitorSensor(serialInput.value.trim(), productInput.value.trim()),
-            { monitor: { serial: serialInput.value.trim(), product: productInput.value.trim() } },
-          ),
-        { class: 'small' },
-      ),
+      { class: 'row-actions' },
+      button({
+        id: `close-${sensor.id}`,
+        label: 'Close',
+        small: true,
+        kind: 'ghost',
+        title: 'Close this sensor',
+        onClick: () => closeAndKeepFocus(sensor.id),
+      }),
     ),
   );
+}
 
-  // The measurement library's settings.
-  const libraryPath = h('input', { type: 'text', placeholder: '/path/to/device/libraries' });
-  const mappings = h('textarea', {
+// The closed sensor's row goes away with its button; the keyboard goes to the sensor selected
+// next, or to Close all.
+async function closeAndKeepFocus(id) {
+  await closeSensor(id);
+  const next = store.get().selected;
+  focusById(next ? `select-${next}` : 'close-all');
+}
+
+function openedSection(state) {
+  return [
+    h(
+      'div',
+      { class: 'h3-row' },
+      h('h3', null, 'Opened ', h('span', { class: 'count' }, String(state.opened.length))),
+      button({
+        id: 'close-all',
+        label: 'Close all',
+        small: true,
+        kind: 'ghost',
+        onClick: closeAll,
+      }),
+    ),
+    list(
+      'opened-list',
+      state.opened.map((sensor) => openedRow(state, sensor)),
+      'No sensor is open yet.',
+    ),
+  ];
+}
+
+function openByDeviceId() {
+  const deviceID = parseDeviceId(store.draft('open-device-id'));
+  if (deviceID === null)
+    return setOutcome('open', {
+      kind: 'error',
+      text: 'A device id is a whole number from 0 to 4294967295.',
+    });
+  return openSensor(() => api.openByDeviceID(deviceID), { deviceID });
+}
+
+function openByIndividualId() {
+  const decimal = individualIdToDecimal(store.draft('open-individual-id'));
+  if (decimal === null)
+    return setOutcome('open', {
+      kind: 'error',
+      text: 'An individual id is 16 hexadecimal digits, 0x\u2026, or a decimal number.',
+    });
+  const hex = BigInt(decimal).toString(16).padStart(16, '0');
+  return openSensor(() => api.openByIndividualID(decimal), { individualID: hex });
+}
+
+function openByMonitor() {
+  const serial = store.draft('open-monitor-serial').trim();
+  const product = store.draft('open-monitor-product').trim();
+  return openSensor(() => api.openMonitorSensor(serial, product), { monitor: { serial, product } });
+}
+
+function openByHand() {
+  const open = (id, onClick) => button({ id, label: 'Open', small: true, onClick });
+  return details(
+    { id: 'open-by-identifier', summary: 'Open by identifier', className: 'subsection' },
+    formRow(
+      false,
+      field('Device id', input({ id: 'open-device-id', inputmode: 'numeric', placeholder: '33' })),
+      open('open-by-device', openByDeviceId),
+    ),
+    formRow(
+      false,
+      field(
+        'Individual id',
+        input({ id: 'open-individual-id', placeholder: '00c3000000004d2a' }),
+        '16 hex digits, 0x\u2026, or decimal',
+      ),
+      open('open-by-individual', openByIndividualId),
+    ),
+    formRow(
+      false,
+      field('Monitor serial', input({ id: 'open-monitor-serial', placeholder: 'QM7A0451' })),
+      field('Product', input({ id: 'open-monitor-product', placeholder: 'QM-27-Studio-Lab' })),
+      open('open-by-monitor', openByMonitor),
+    ),
+  );
+}
+
+// In the simulator, the world's serial links are the mappings worth setting.
+function suggestedMappings(world) {
+  const links = (world?.sensors ?? []).filter((s) => s.connection === 'serial');
+  return links.length === 0
+    ? ''
+    : JSON.stringify(Object.fromEntries(links.map((s) => [s.usbDevice, s.deviceID])));
+}
+
+async function setMappings() {
+  let parsed;
+  try {
+    parsed = JSON.parse(
+      store.draft('serial-mappings', suggestedMappings(store.get().world)) || 'null',
+    );
+  } catch {
+    return setOutcome('library', {
+      kind: 'error',
+      text: 'The mappings are not JSON: {"USB device name": 82}.',
+    });
+  }
+  const result = await onHost(
+    'library',
+    () => api.configure({ serialMappings: parsed }),
+    () => ok('The mappings were replaced.'),
+  );
+  return result.ok ? refreshSerial() : undefined;
+}
+
+const setLibraryPath = () =>
+  onHost(
+    'library',
+    () => api.configure({ libraryPath: store.draft('library-path') }),
+    () => ok('The directory was set.'),
+  );
+
+const openControlPanel = () =>
+  onHost(
+    'library',
+    () => api.openControlPanel(),
+    () => ok('The control panel was asked to open.'),
+  );
+
+function librarySettings(state) {
+  const busy = Boolean(state.pending.library);
+  const mappings = textarea({
+    id: 'serial-mappings',
     rows: 3,
     spellcheck: 'false',
+    value: suggestedMappings(state.world),
     placeholder: '{"USB device name": 82}',
   });
-  const settingsNote = h('div');
-  const settings = h(
-    'details',
-    { class: 'subsection' },
-    h('summary', null, 'Library settings'),
-    h(
-      'div',
-      { class: 'form-row' },
-      field('Device libraries directory', libraryPath),
-      actionButton(
-        'Set',
-        () =>
-          showResult(
-            settingsNote,
-            () => api.configure({ libraryPath: libraryPath.value }),
-            () => note('ok', 'The directory was set.'),
-          ),
-        { class: 'small' },
+  return details(
+    { id: 'library-settings', summary: 'Library settings', className: 'subsection' },
+    formRow(
+      false,
+      field(
+        'Device libraries directory',
+        input({ id: 'library-path', placeholder: '/path/to/device/libraries' }),
       ),
+      button({ id: 'set-library-path', label: 'Set', small: true, busy, onClick: setLibraryPath }),
     ),
-    h(
-      'div',
-      { class: 'form-column' },
-      field('Serial-USB mappings (USB device name \u2192 device id)', mappings),
-      actionButton(
-        'Set mappings',
-        async () => {
-          let parsed;
-          try {
-            parsed = JSON.parse(mappings.value || 'null');
-          } catch {
-            return fill(settingsNote, note('error', 'The mappings are not JSON.'));
-          }
-          const done = await showResult(
-            settingsNote,
-            () => api.configure({ serialMappings: parsed }),
-            () => note('ok', 'The mappings were replaced.'),
-          );
-          if (done !== undefined) await refreshSerial();
-          return undefined;
-        },
-        { class: 'small' },
-      ),
+    field('Serial-USB mappings (USB device name \u2192 device id)', mappings),
+    buttonRow(
+      button({
+        id: 'set-mappings',
+        label: 'Set mappings',
+        small: true,
+        busy,
+        onClick: setMappings,
+      }),
+      button({
+        id: 'open-control-panel',
+        label: 'Open the control panel',
+        small: true,
+        kind: 'ghost',
+        onClick: openControlPanel,
+      }),
     ),
-    actionButton(
-      'Open the control panel',
-      async () => {
-        const done = await showResult(
-          settingsNote,
-          () => api.openControlPanel(),
-          () => note('ok', 'The control panel was asked to open.'),
-        );
-        if (done !== undefined) await refreshWorld();
-      },
-      { class: 'small ghost' },
-    ),
-    settingsNote,
+    outcomeView(state, 'library'),
   );
+}
 
-  fill(
-    root,
+export function renderSensors(state) {
+  const monitors = state.world ? monitorsForOpening(state.world) : [];
+  return [
     h(
       'div',
       { class: 'panel-head' },
       h('h2', { id: 'sensors-title' }, 'Sensors'),
-      actionButton('Refresh', refreshAll, { class: 'small ghost', id: 'refresh-sensors' }),
+      button({
+        id: 'refresh-sensors',
+        label: 'Refresh',
+        small: true,
+        kind: 'ghost',
+        busy: Boolean(state.pending.sensors),
+        onClick: refreshSensors,
+      }),
     ),
-    openNote,
+    outcomeView(state, 'open'),
     h('h3', null, 'Connected'),
-    connected,
+    deviceList(state.devices.connected, 'connected-list', 'No sensor is connected.', (d) =>
+      connectedRow(state, d),
+    ),
     h('h3', null, 'Serial USB'),
-    serial,
-    h(
-      'h3',
-      null,
-      'Monitors',
-      store.get().world ? h('span', { class: 'tag tag-sim' }, 'sim') : null,
+    deviceList(
+      state.devices.serial,
+      'serial-list',
+      'No serial-USB sensor found. Map USB device names to device ids under Library settings.',
+      (d) => serialRow(state, d),
     ),
-    monitors,
-    h(
-      'div',
-      { class: 'h3-row' },
-      h('h3', null, 'Opened ', openedCount),
-      actionButton(
-        'Close all',
-        async () => {
-          try {
-            await api.closeAll();
-          } catch (error) {
-            fill(openNote, note('error', `Closing failed: ${describeError(error)}`));
-          }
-          await refreshOpened();
-        },
-        { class: 'small ghost' },
-      ),
-    ),
-    opened,
-    byHand,
-    settings,
-  );
-
-  store.subscribe((state, patch) => {
-    if ('selected' in patch || 'opened' in patch) showOpened();
-    if ('world' in patch) showMonitors();
-    if (patch.sensorsChanged) refreshOpened();
-  });
-  refreshAll();
+    h('h3', null, 'Monitors', state.world ? h('span', { class: 'tag tag-sim' }, 'sim') : null),
+    state.world
+      ? list(
+          'monitor-list',
+          monitors.map((m) => monitorRow(state, m)),
+          'The world has no monitor.',
+        )
+      : note(
+          'info',
+          'Open a built-in sensor by monitor serial and product under Open by identifier.',
+        ),
+    openedSection(state),
+    openByHand(),
+    librarySettings(state),
+  ];
 }

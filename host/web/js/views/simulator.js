@@ -3,11 +3,22 @@
 // journal as JSON.
 
 import * as api from '../api.js';
+import { errorOutcome, repaint, setOutcome } from '../actions.js';
 import { hexFromRgb, rgbFromHex } from '../colour.js';
-import { actionButton, fill, field, h, note } from '../dom.js';
-import { formatJson } from '../format.js';
+import { field, h } from '../dom.js';
+import { formatJson, hexCode, plural } from '../format.js';
+import { injectableStatuses, libraryStatus } from '../hints.js';
+import {
+  clearFailures,
+  holdMonitor,
+  injectFailure,
+  resetWorld,
+  showColour,
+} from '../simulating.js';
+import { store } from '../store.js';
 import { selectedMonitor } from '../world.js';
-import { showResult } from './common.js';
+import { button, buttonRow, checkbox, input, outcomeView, select } from './common.js';
+import { confirmThen, showJson } from './dialogs.js';
 
 export const PRESETS = Object.freeze([
   { name: 'White', rgb: [1, 1, 1] },
@@ -21,8 +32,9 @@ export const PRESETS = Object.freeze([
   { name: 'Black', rgb: [0, 0, 0] },
 ]);
 
-// A row of preset swatches that call `show(rgb)` when clicked; shared with the measure view.
-export function presetSwatches(show) {
+// A row of preset swatches that call `show(rgb)` when pressed; `place` keeps their ids apart
+// where two rows are on the page.
+export function presetSwatches(place, show) {
   return h(
     'div',
     { class: 'swatches', role: 'group', 'aria-label': 'Colours to show' },
@@ -36,6 +48,7 @@ export function presetSwatches(show) {
         {
           type: 'button',
           class: 'swatch',
+          id: `${place}-show-${colour.slice(1)}`,
           title: preset.name,
           'aria-label': `Show ${preset.name}`,
           dataset: { colour },
@@ -47,171 +60,230 @@ export function presetSwatches(show) {
   );
 }
 
-function openDialog(title, text) {
-  const dialog = h(
-    'dialog',
-    { class: 'json-dialog' },
-    h(
-      'div',
-      { class: 'panel-head' },
-      h('h2', null, title),
-      h(
-        'button',
-        { type: 'button', class: 'ghost small', on: { click: () => dialog.close() } },
-        'Close',
-      ),
-    ),
-    h('pre', { class: 'code' }, text),
-  );
-  dialog.addEventListener('close', () => dialog.remove());
-  document.body.append(dialog);
-  dialog.showModal();
+// The monitor chosen in the panel: the one the user picked, else the selected sensor's.
+function pickedMonitor(state) {
+  const monitors = state.world?.monitors ?? [];
+  const picked = store.draft('sim-monitor', '');
+  return monitors.find((m) => m.serial === picked) ?? selectedMonitor(state) ?? monitors[0] ?? null;
 }
 
-export function mountSimulator(root, { store, refreshWorld }) {
-  const monitorSelect = h('select', { id: 'sim-monitor' });
-  const colourInput = h('input', { type: 'color', id: 'sim-colour', value: '#ffffff' });
-  const current = h('span', { class: 'swatch-current' });
-  const held = h('input', { type: 'checkbox', id: 'sim-held' });
-  const colourNote = h('div');
-
-  // The monitor chosen in the panel, which need not be the selected sensor's.
-  const pickedMonitor = () => {
-    const [serial, product] = JSON.parse(monitorSelect.value || '[]');
-    return (store.get().world?.monitors ?? []).find(
-      (m) => m.serial === serial && m.product === product,
-    );
-  };
-
-  async function show(rgb) {
-    const monitor = pickedMonitor();
-    if (!monitor) return;
-    const done = await showResult(
-      colourNote,
-      () => api.simShowColour(monitor.serial, monitor.product, rgb),
-      () => null,
-    );
-    if (done !== undefined) await refreshWorld();
-  }
-
-  function showMonitors() {
-    const monitors = store.get().world?.monitors ?? [];
-    const keep = monitorSelect.value;
-    fill(
-      monitorSelect,
-      monitors.map((m) =>
-        h(
-          'option',
-          { value: JSON.stringify([m.serial, m.product]) },
-          `${m.serial} \u00b7 ${m.product}`,
-        ),
-      ),
-    );
-    if (keep && [...monitorSelect.options].some((o) => o.value === keep))
-      monitorSelect.value = keep;
-    showMonitorState();
-  }
-
-  function showMonitorState() {
-    const monitor = pickedMonitor();
-    const rgb = monitor?.shownColor ?? [1, 1, 1];
-    colourInput.value = hexFromRgb(rgb);
-    current.style.background = hexFromRgb(rgb);
-    current.title = `Shown: ${rgb.map((c) => c.toFixed(3)).join(', ')}`;
-    held.checked = monitor?.criticalSection === 'other';
-  }
-
-  monitorSelect.addEventListener('change', showMonitorState);
-  colourInput.addEventListener('change', () => show(rgbFromHex(colourInput.value)));
-  held.addEventListener('change', async () => {
-    const monitor = pickedMonitor();
-    if (!monitor) return;
-    await showResult(
-      colourNote,
-      () => api.simHoldMonitor(monitor.serial, monitor.product, held.checked),
-      () => null,
-    );
-    await refreshWorld();
+// The colour a monitor shows: a swatch of it, a colour picker, and the presets.
+function colourControls(monitor) {
+  const rgb = monitor.shownColor ?? [1, 1, 1];
+  const current = h('span', {
+    class: 'swatch-current',
+    title: `Shown: ${rgb.map((c) => c.toFixed(3)).join(', ')}`,
   });
+  current.style.background = hexFromRgb(rgb);
+  const picked = (event) => showColour(monitor, rgbFromHex(event.currentTarget.value));
+  return [
+    h(
+      'div',
+      { class: 'form-row colour-row' },
+      h('span', { class: 'field-label' }, 'Shows'),
+      current,
+      h('label', { class: 'visually-hidden', for: 'sim-colour' }, 'Colour to show'),
+      h('input', {
+        type: 'color',
+        id: 'sim-colour',
+        value: hexFromRgb(rgb),
+        on: { change: picked },
+      }),
+    ),
+    presetSwatches('sim', (next) => showColour(monitor, next)),
+  ];
+}
 
-  // Failure injection.
-  const functionInput = h('input', {
-    type: 'text',
-    list: 'sim-functions',
-    placeholder: 'MDMeasureXYZ2',
-    id: 'sim-function',
-  });
-  const functionList = h('datalist', { id: 'sim-functions' });
-  const statusSelect = h('select', { id: 'sim-status' });
-  const countInput = h('input', { type: 'number', min: 0, value: 1, id: 'sim-count' });
-  const failureNote = h('div');
-  const armed = h('div', { class: 'armed' });
+function monitorControls(state) {
+  const monitor = pickedMonitor(state);
+  if (!monitor) return null;
+  const monitors = state.world.monitors.map((m) => ({
+    value: m.serial,
+    label: `${m.serial} \u00b7 ${m.product}`,
+  }));
+  return [
+    h('h3', null, 'Monitor'),
+    field(
+      'Monitor',
+      select({
+        id: 'sim-monitor',
+        value: monitor.serial,
+        fromState: true,
+        onChange: repaint,
+        options: monitors,
+      }),
+    ),
+    colourControls(monitor),
+    checkbox({
+      id: 'sim-held',
+      checked: monitor.criticalSection === 'other',
+      fromState: true,
+      label: 'another program holds the monitor',
+      onChange: (held) => holdMonitor(monitor, held),
+    }),
+    outcomeView(state, 'sim-colour'),
+  ];
+}
 
-  function showArmed() {
-    const failures = store.get().world?.failures ?? [];
-    fill(
-      armed,
-      failures.length === 0
-        ? null
-        : h(
-            'ul',
-            { class: 'plain-list' },
-            failures.map((f) =>
-              h(
-                'li',
-                null,
-                h('code', null, f.function),
-                ` \u00d7${f.count ?? 1} \u2192 `,
-                h('code', null, String(f.status)),
-              ),
-            ),
-          ),
-    );
-  }
-
-  Promise.all([api.simFunctions(), api.simErrors()])
-    .then(([functions, errors]) => {
-      fill(
-        functionList,
-        functions.map((name) => h('option', { value: name })),
+function armedList(state) {
+  const failures = state.world?.failures ?? [];
+  if (failures.length === 0)
+    return h('p', { class: 'muted', id: 'sim-armed' }, 'No failure is armed.');
+  return h(
+    'ul',
+    { class: 'plain-list', id: 'sim-armed' },
+    failures.map((f) => {
+      const code = typeof f.status === 'number' ? f.status : Number(f.status);
+      const entry = Number.isFinite(code) ? libraryStatus(code) : null;
+      return h(
+        'li',
+        { dataset: { function: f.function } },
+        h('code', null, f.function),
+        ` \u00d7${f.count ?? 1} \u2192 `,
+        h('code', null, Number.isFinite(code) ? hexCode(code) : String(f.status)),
+        entry ? ` ${entry.message}` : '',
       );
-      fill(
-        statusSelect,
-        errors
-          .filter((e) => e.code >= 0x80000000 || e.code > 0)
-          .map((e) =>
-            h(
-              'option',
-              { value: e.name, selected: e.name === 'EMERR_FAILED' },
-              e.name.replace(/^EMERR_/, ''),
-            ),
-          ),
-      );
-    })
-    .catch(() => {});
-
-  const inject = actionButton(
-    'Inject',
-    async () => {
-      await showResult(
-        failureNote,
-        () =>
-          api.simInjectFailure({
-            function: functionInput.value.trim(),
-            count: Number(countInput.value),
-            status: statusSelect.value,
-          }),
-        () =>
-          note('ok', `The next ${countInput.value} call(s) of ${functionInput.value.trim()} fail.`),
-      );
-      await refreshWorld();
-    },
-    { class: 'small', id: 'sim-inject' },
+    }),
   );
+}
 
-  const worldNote = h('div');
-  fill(
-    root,
+// The chosen status in full under its list, which a narrow panel cuts: name and code.
+function chosenStatus(statuses) {
+  const chosen = statuses.find((e) => e.name === store.draft('sim-status', 'EMERR_FAILED'));
+  return chosen
+    ? h(
+        'p',
+        { class: 'field-hint', id: 'sim-status-full' },
+        h('code', null, chosen.name),
+        ` ${hexCode(chosen.code)}`,
+      )
+    : null;
+}
+
+function inject() {
+  return injectFailure({
+    function: store.draft('sim-function', '').trim(),
+    count: Number(store.draft('sim-count', '1')),
+    status: store.draft('sim-status', 'EMERR_FAILED'),
+  });
+}
+
+// What to inject: the device function (any of the simulator's), the status, the number of calls.
+function failureFields(state, statuses) {
+  const functions = h(
+    'datalist',
+    { id: 'sim-functions' },
+    state.simFunctions.map((name) => h('option', { value: name })),
+  );
+  const options = statuses.map((e) => ({
+    value: e.name,
+    label: libraryStatus(e.code)?.message ?? e.name,
+  }));
+  const calls = field('Calls', input({ id: 'sim-count', type: 'number', min: 0, value: 1 }));
+  calls.classList.add('field-narrow');
+  return [
+    field(
+      'Device function',
+      h(
+        'span',
+        null,
+        input({ id: 'sim-function', list: 'sim-functions', placeholder: 'MDMeasureXYZ2' }),
+        functions,
+      ),
+    ),
+    field(
+      'Status',
+      select({
+        id: 'sim-status',
+        value: 'EMERR_FAILED',
+        class: 'wide-select',
+        onChange: repaint,
+        options,
+      }),
+    ),
+    chosenStatus(statuses),
+    calls,
+  ];
+}
+
+function failureControls(state) {
+  const armed = (state.world?.failures ?? []).length;
+  return [
+    h('h3', null, 'Inject a failure'),
+    failureFields(state, injectableStatuses(state.simErrors)),
+    buttonRow(
+      button({
+        id: 'sim-inject',
+        label: 'Inject',
+        small: true,
+        busy: Boolean(state.pending['sim-failures']),
+        onClick: inject,
+      }),
+      button({
+        id: 'sim-clear-failures',
+        label: 'Clear all',
+        small: true,
+        kind: 'ghost',
+        onClick: clearFailures,
+      }),
+    ),
+    h('p', { class: 'field-label' }, `Armed (${plural(armed, 'failure')})`),
+    armedList(state),
+    outcomeView(state, 'sim-failures'),
+  ];
+}
+
+async function showWorldJson(title, load) {
+  try {
+    showJson(title, formatJson(await load()));
+  } catch (error) {
+    setOutcome('sim-world', errorOutcome(error));
+  }
+}
+
+function worldControls(state) {
+  const reset = () =>
+    confirmThen({
+      title: 'Reset the simulated world?',
+      text: 'Every sensor is closed, and everything changed in the world (shown colours, stored records, applied corrections, armed failures) goes back to the start.',
+      confirm: 'Reset the world',
+      run: resetWorld,
+    });
+  return [
+    h('h3', null, 'World'),
+    h(
+      'div',
+      { class: 'button-row' },
+      button({
+        id: 'sim-reset',
+        label: 'Reset\u2026',
+        small: true,
+        kind: 'danger',
+        busy: Boolean(state.pending['sim-world']),
+        onClick: reset,
+      }),
+      button({
+        id: 'sim-world-json',
+        label: 'World JSON',
+        small: true,
+        kind: 'ghost',
+        onClick: () => showWorldJson('Simulated world', api.simWorld),
+      }),
+      button({
+        id: 'sim-journal',
+        label: 'Journal',
+        small: true,
+        kind: 'ghost',
+        onClick: () => showWorldJson('Device calls (last 200)', () => api.simJournal(200)),
+      }),
+    ),
+    outcomeView(state, 'sim-world'),
+  ];
+}
+
+export function renderSimulator(state) {
+  if (!state.info?.simulator) return null;
+  return [
     h(
       'div',
       { class: 'panel-head' },
@@ -223,79 +295,6 @@ export function mountSimulator(root, { store, refreshWorld }) {
       { class: 'panel-hint' },
       'The simulated device world. A real host has none of these controls.',
     ),
-    h('h3', null, 'Monitor'),
-    field('Monitor', monitorSelect),
-    h(
-      'div',
-      { class: 'form-row colour-row' },
-      field('Shows', h('span', { class: 'colour-pick' }, current, colourInput)),
-    ),
-    presetSwatches(show),
-    h('label', { class: 'toggle-inline' }, held, 'another program holds the monitor'),
-    colourNote,
-    h('h3', null, 'Inject a failure'),
-    field('Device function', h('span', null, functionInput, functionList)),
-    h('div', { class: 'form-row' }, field('Status', statusSelect), field('Calls', countInput)),
-    h(
-      'div',
-      { class: 'button-row' },
-      inject,
-      actionButton(
-        'Clear all',
-        async () => {
-          await showResult(failureNote, () => api.simClearFailures(), () => null);
-          await refreshWorld();
-        },
-        { class: 'small ghost' },
-      ),
-    ),
-    armed,
-    failureNote,
-    h('h3', null, 'World'),
-    h(
-      'div',
-      { class: 'button-row' },
-      actionButton(
-        'Reset',
-        async () => {
-          await showResult(
-            worldNote,
-            () => api.simReset(),
-            () => note('ok', 'The world was reset; every sensor was closed.'),
-          );
-          await refreshWorld();
-          store.set({ sensorsChanged: Date.now() });
-        },
-        { class: 'small danger', id: 'sim-reset' },
-      ),
-      actionButton(
-        'World JSON',
-        async () => openDialog('Simulated world', formatJson(await api.simWorld())),
-        { class: 'small ghost' },
-      ),
-      actionButton(
-        'Journal',
-        async () => openDialog('Device calls (last 200)', formatJson(await api.simJournal(200))),
-        { class: 'small ghost' },
-      ),
-    ),
-    worldNote,
-  );
-  showMonitors();
-  showArmed();
-  // The panel follows the monitor of the sensor in the workspace.
-  function followSelection() {
-    const monitor = selectedMonitor(store.get());
-    if (!monitor) return;
-    monitorSelect.value = JSON.stringify([monitor.serial, monitor.product]);
-    showMonitorState();
-  }
-
-  store.subscribe((state, patch) => {
-    if ('world' in patch) {
-      showMonitors();
-      showArmed();
-    }
-    if ('selected' in patch || 'meta' in patch) followSelection();
-  });
+    state.world ? [monitorControls(state), failureControls(state), worldControls(state)] : null,
+  ];
 }

@@ -1,0 +1,192 @@
+// What the browser tests share: quilby-host on a free loopback port, Debian's Chromium driven by
+// Playwright, the axe-core audit, screenshots, and the host's own routes read beside the console.
+
+import assert from 'node:assert/strict';
+import { spawn } from 'node:child_process';
+import { mkdirSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { createRequire } from 'node:module';
+import { tmpdir } from 'node:os';
+import path from 'node:path';
+import { fileURLToPath } from 'node:url';
+
+import { chromium } from 'playwright-core';
+
+const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '../..');
+const hostProgram = process.env.QUILBY_HOST ?? path.join(root, 'build/quilby-host');
+export const screenshots = process.env.QUILBY_SCREENSHOTS ?? path.join(root, 'build/browser');
+export const STEP_TIMEOUT = 10000;
+
+const axeSource = readFileSync(
+  createRequire(import.meta.url).resolve('axe-core/axe.min.js'),
+  'utf8',
+);
+
+// Starts quilby-host on a free loopback port; resolves with {base, stop()}.
+export function startHost() {
+  return new Promise((resolve, reject) => {
+    const host = spawn(
+      hostProgram,
+      ['--port', '0', '--quiet', '--console', path.join(root, 'host/web')],
+      { stdio: ['ignore', 'pipe', 'pipe'] },
+    );
+    let output = '';
+    let errors = '';
+    host.stderr.on('data', (chunk) => (errors += chunk));
+    host.stdout.on('data', (chunk) => {
+      output += chunk;
+      const found = /console at (http:\/\/\S+)/.exec(output);
+      if (found) resolve({ base: found[1], stop: () => stopHost(host) });
+    });
+    host.on('error', reject);
+    host.on('exit', (code) => reject(new Error(`quilby-host ended (${code}):\n${errors}`)));
+  });
+}
+
+async function stopHost(host) {
+  if (host.exitCode !== null) return;
+  host.kill('SIGTERM');
+  await new Promise((resolve) => host.once('exit', resolve));
+}
+
+// A fresh Chromium profile (nothing cached or remembered), started with the flags the machine
+// needs. `options`: Playwright context options (viewport, colorScheme).
+export async function launch(options = {}) {
+  mkdirSync(screenshots, { recursive: true });
+  const profile = mkdtempSync(path.join(tmpdir(), 'quilby-chromium-'));
+  const context = await chromium.launchPersistentContext(profile, {
+    executablePath: '/usr/bin/chromium',
+    headless: true,
+    viewport: { width: 1400, height: 1000 },
+    acceptDownloads: true,
+    args: [
+      '--headless',
+      '--no-sandbox',
+      '--disable-gpu',
+      '--disable-quic',
+      '--no-first-run',
+      '--disable-background-networking',
+      '--disable-component-update',
+      '--disable-sync',
+    ],
+    ...options,
+  });
+  const page = context.pages()[0] ?? (await context.newPage());
+  page.setDefaultTimeout(STEP_TIMEOUT);
+  const pageErrors = [];
+  page.on('pageerror', (error) => pageErrors.push(error.message));
+  return {
+    context,
+    page,
+    pageErrors,
+    close: async () => {
+      await context.close();
+      rmSync(profile, { recursive: true, force: true });
+    },
+  };
+}
+
+// Runs axe-core in the page and fails on any serious or critical violation, naming each rule and
+// the elements it found. `state` names the console's state in the message.
+export async function audit(page, state) {
+  const loaded = await page.evaluate(() => typeof window.axe !== 'undefined');
+  // Evaluated, not added as a script: the page's content security policy refuses inline scripts.
+  if (!loaded) await page.evaluate(axeSource);
+  const violations = await page.evaluate(async () => {
+    const result = await window.axe.run(document, { resultTypes: ['violations'] });
+    return result.violations
+      .filter((v) => v.impact === 'serious' || v.impact === 'critical')
+      .map(
+        (v) =>
+          `${v.id} (${v.impact}): ${v.nodes
+            .slice(0, 4)
+            .map((n) => n.target.join(' '))
+            .join(' | ')}${v.nodes.length > 4 ? ` and ${v.nodes.length - 4} more` : ''}`,
+      );
+  });
+  assert.deepEqual(violations, [], `axe-core in state "${state}"`);
+}
+
+export const shot = (page, name) => page.screenshot({ path: path.join(screenshots, name) });
+
+// A request to the host beside the console (no Origin, as a script sends it): the envelope's value.
+export async function hostCall(base, method, route, body) {
+  const init = { method };
+  if (body !== undefined) init.body = typeof body === 'string' ? body : JSON.stringify(body);
+  else if (method === 'POST' || method === 'PUT') init.body = '';
+  const response = await fetch(new URL(route.replace(/^\//, ''), base), init);
+  return (await response.json()).value;
+}
+
+// Collects, from every answer the page receives, the entry points the plug-in reached.
+export function entryPointsOf(page) {
+  const seen = new Set();
+  page.on('response', (response) => {
+    const entryPoint = response.headers()['x-quilby-entry-point'];
+    if (entryPoint) seen.add(entryPoint);
+  });
+  return seen;
+}
+
+// Counts the requests in flight whose path matches `pattern`; `most` is the highest count seen.
+export function inFlight(page, pattern) {
+  const counter = { now: 0, most: 0, total: 0 };
+  const mine = (request) => pattern.test(new URL(request.url()).pathname);
+  page.on('request', (request) => {
+    if (!mine(request)) return;
+    counter.now += 1;
+    counter.total += 1;
+    counter.most = Math.max(counter.most, counter.now);
+  });
+  const done = (request) => {
+    if (mine(request)) counter.now -= 1;
+  };
+  page.on('requestfinished', done);
+  page.on('requestfailed', done);
+  return counter;
+}
+
+// A minimal reader of the CGATS text Little CMS writes: keywords, data format and the rows.
+export function parseCgats(text) {
+  const lines = text.split(/\r?\n/);
+  const between = (start, end) => {
+    const from = lines.findIndex((l) => l.trim() === start);
+    const to = lines.findIndex((l, i) => i > from && l.trim() === end);
+    return from < 0 || to < 0 ? [] : lines.slice(from + 1, to);
+  };
+  const split = (line) => line.match(/"[^"]*"|\S+/g) ?? [];
+  const fields = between('BEGIN_DATA_FORMAT', 'END_DATA_FORMAT').flatMap(split);
+  const rows = between('BEGIN_DATA', 'END_DATA')
+    .filter((l) => l.trim())
+    .map((l) => Object.fromEntries(split(l).map((v, i) => [fields[i], v.replace(/^"|"$/g, '')])));
+  return { header: lines[0], fields, rows };
+}
+
+// A reader of RFC 4180 CSV: rows of fields, quotes undone.
+export function parseCsv(text) {
+  const rows = [];
+  let row = [];
+  let field = '';
+  let quoted = false;
+  for (let i = 0; i < text.length; i += 1) {
+    const c = text[i];
+    if (quoted) {
+      if (c === '"' && text[i + 1] === '"') {
+        field += '"';
+        i += 1;
+      } else if (c === '"') quoted = false;
+      else field += c;
+    } else if (c === '"') quoted = true;
+    else if (c === ',') {
+      row.push(field);
+      field = '';
+    } else if (c === '\n' || c === '\r') {
+      if (c === '\r' && text[i + 1] === '\n') i += 1;
+      row.push(field);
+      rows.push(row);
+      row = [];
+      field = '';
+    } else field += c;
+  }
+  if (field || row.length) rows.push([...row, field]);
+  return rows;
+}

@@ -1,0 +1,302 @@
+// The console's decisions that need no browser: which hint an error gets, what a sensor's
+// capabilities enable, how actions on one sensor wait for each other, how the diagram zooms,
+// the statistics of a series and how numbers are written.
+import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
+import { test } from 'node:test';
+
+import { availability, builtInFrom, missingHardware } from '../../../host/web/js/capabilities.js';
+import { formatDeviation, formatQuantity, formatSignificant } from '../../../host/web/js/format.js';
+import { LIBRARY_STATUSES, hintFor, injectableStatuses } from '../../../host/web/js/hints.js';
+import { createQueue, startLoop } from '../../../host/web/js/queue.js';
+import { exportRows, seriesStats, whiteOfDisplay } from '../../../host/web/js/readings.js';
+import { FULL_VIEWS, fitView, panView, ticks, zoomView } from '../../../host/web/js/viewport.js';
+
+const apiDoc = readFileSync(new URL('../../../docs/api.md', import.meta.url), 'utf8');
+const libraryError = (code, reason = 'Measure XYZ.') => ({
+  status: 500,
+  name: 'EmError',
+  message: '',
+  detail: { code, reason },
+});
+
+test('every status of the EmError table has its message and a hint', () => {
+  const rows = [...apiDoc.matchAll(/(0x8[0-9A-F]{7}) \| ([^|]+?) \|/g)].map(([, code, message]) => [
+    Number(code),
+    message,
+  ]);
+  assert.equal(rows.length, 41);
+  for (const [code, message] of rows) {
+    const entry = LIBRARY_STATUSES.find((e) => e.code === code);
+    assert.equal(entry?.message, message, `0x${code.toString(16)}`);
+    assert.ok(hintFor(libraryError(code))?.text.length > 20, message);
+  }
+});
+
+test('every 400 sentence of the plug-in has a hint', () => {
+  const sentences = new Set();
+  for (const [, list] of apiDoc.matchAll(/400 ("[^|;]*)/g)) {
+    for (const [, sentence] of list.matchAll(/"([^"]+\.)"/g)) sentences.add(sentence);
+  }
+  assert.ok(sentences.size >= 28, String(sentences.size));
+  for (const sentence of sentences) {
+    // The list runs on into the 404 of an id that is not open; "<key>" stands for a record's name.
+    const status = sentence === 'Not found.' ? 404 : 400;
+    const message = sentence.replace('<key>', 'reference');
+    assert.ok(hintFor({ status, name: 'BadRequestError', message, detail: {} })?.text, message);
+  }
+});
+
+test('hints follow what is known of the sensor', () => {
+  const arm = { hasArm: true };
+  const cases = [
+    [libraryError(0x80010004), arm, 'arm-out', /take the arm out/i],
+    [libraryError(0x80010004), {}, undefined, /set the mode again/i],
+    [libraryError(0x80010008, 'Calibrate sensor.'), arm, 'arm-in', /put the arm back in/i],
+    [libraryError(0x80000015), { needsCalibration: true }, 'calibrate', /calibrat/i],
+    [libraryError(0x8000001f), {}, 'release-monitor', /another program holds the monitor/i],
+    [libraryError(0x80000000, 'Get HID handle.'), {}, undefined, /built into a monitor/i],
+    [libraryError(0x80000000), {}, undefined, /test the connection/i],
+    [libraryError(0x12345678), {}, undefined, /does not know/i],
+    [
+      { status: 404, name: 'Error', message: 'Not found.', detail: {} },
+      {},
+      undefined,
+      /open the sensor again/i,
+    ],
+    [
+      { status: 405, name: 'MethodError', message: 'PUT method is not allowed.', detail: {} },
+      {},
+      undefined,
+      /method/,
+    ],
+    [
+      { status: 400, name: 'BadRequestError', message: 'reference must be object.', detail: {} },
+      {},
+      undefined,
+      /"reference" must be/,
+    ],
+    [{ status: 403, name: 'HostError', message: 'x', detail: {} }, {}, undefined, /own pages/],
+  ];
+  for (const [error, context, action, text] of cases) {
+    const hint = hintFor(error, context);
+    assert.match(hint.text, text, `${error.message} ${JSON.stringify(error.detail)}`);
+    assert.equal(hint.action, action, hint.text);
+  }
+  assert.equal(hintFor({ status: 500, name: 'Whatever', message: 'x', detail: {} }), null);
+});
+
+test('only failures are offered for injection', () => {
+  const errors = [
+    { code: 0, name: 'EMERR_OK' },
+    { code: 2, name: 'EMERR_RUNNING' },
+    { code: 1, name: 'EMERR_EXISTS_MORE_DATA' },
+    { code: 0x80000000, name: 'EMERR_FAILED' },
+    { code: 0x80000006, name: 'EMERR_UNKNOWN' },
+    { code: 0x80010004, name: 'EMERR_SENSOR_POSITION_ERROR' },
+  ];
+  assert.deepEqual(
+    injectableStatuses(errors).map((e) => e.name),
+    ['EMERR_FAILED', 'EMERR_SENSOR_POSITION_ERROR'],
+  );
+});
+
+test('capabilities hide missing hardware and disable what needs a built-in sensor, with reasons', () => {
+  const colorimeter = {
+    info: {
+      hasArm: false,
+      supportsAmbient: true,
+      supportsReflectance: false,
+      hasTargetMarker: false,
+    },
+    supports: {
+      modes: { ambient: true, reflectance: false },
+      arm: false,
+      exteriorLight: false,
+      targetMarker: false,
+    },
+    builtIn: false,
+  };
+  const cases = [
+    ['rgb', { shown: true, enabled: false }],
+    ['presence', { shown: true, enabled: false }],
+    ['matrices', { shown: true, enabled: false }],
+    ['arm', { shown: false, enabled: false }],
+    ['ninePoints', { shown: false, enabled: false }],
+    ['exteriorLight', { shown: false, enabled: false }],
+    ['ambient', { shown: true, enabled: true }],
+    ['reflectance', { shown: true, enabled: false }],
+    [null, { shown: true, enabled: true }],
+  ];
+  for (const [feature, want] of cases) {
+    const got = availability(colorimeter, feature);
+    assert.deepEqual({ shown: got.shown, enabled: got.enabled }, want, String(feature));
+    assert.equal(Boolean(got.reason), !want.enabled, String(feature));
+  }
+  // Nothing known yet: let the plug-in answer, but show no arm card that might vanish.
+  assert.deepEqual(availability({}, 'rgb'), { shown: true, enabled: true, reason: null });
+  assert.equal(availability({}, 'arm').shown, false);
+  assert.equal(availability({ info: { hasArm: true } }, 'arm').shown, true);
+  assert.deepEqual(missingHardware(colorimeter).length, 3);
+  assert.equal(builtInFrom({ monitor: { serial: 'A' } }, null), true);
+  assert.equal(builtInFrom({ deviceID: 33 }, { connection: 'usb' }), false);
+  assert.equal(builtInFrom({ deviceID: 33 }, null), null);
+});
+
+test('actions on one sensor run one after the other; other sensors do not wait', async () => {
+  const events = [];
+  const busy = [];
+  const queue = createQueue((key, task) => busy.push([key, task]));
+  const gates = {};
+  const task = (name) => () =>
+    new Promise((resolve) => {
+      events.push(`start ${name}`);
+      gates[name] = () => {
+        events.push(`end ${name}`);
+        resolve(name);
+      };
+    });
+  const first = queue.run('a', 'one', task('a1'));
+  const second = queue.run('a', 'two', task('a2')).catch(() => 'failed');
+  const other = queue.run('b', 'three', task('b1'));
+  await new Promise((r) => setImmediate(r));
+  assert.deepEqual(events, ['start a1', 'start b1']);
+  assert.equal(queue.busy('a'), true);
+  gates.a1();
+  assert.equal(await first, 'a1');
+  await new Promise((r) => setImmediate(r));
+  assert.deepEqual(events.slice(2), ['end a1', 'start a2']);
+  gates.a2();
+  gates.b1();
+  await Promise.all([second, other]);
+  await new Promise((r) => setImmediate(r));
+  assert.equal(queue.busy('a'), false);
+  assert.deepEqual(
+    busy.filter(([k]) => k === 'a').map(([, t]) => t),
+    ['one', 'two', null],
+  );
+  // A failing task does not block the line.
+  await assert.rejects(queue.run('a', 'x', () => Promise.reject(new Error('no'))));
+  assert.equal(await queue.run('a', 'y', async () => 'after'), 'after');
+});
+
+test('a live loop waits for each answer and the pause before the next request', async () => {
+  let inFlight = 0;
+  let most = 0;
+  let steps = 0;
+  const pauses = [];
+  let loop;
+  await new Promise((resolve) => {
+    loop = startLoop({
+      step: async () => {
+        inFlight += 1;
+        most = Math.max(most, inFlight);
+        await new Promise((r) => setImmediate(r));
+        inFlight -= 1;
+        steps += 1;
+        if (steps === 5) loop.stop();
+        return true;
+      },
+      delay: () => 250,
+      wait: async (ms) => pauses.push(ms),
+      onEnd: resolve,
+    });
+  });
+  assert.equal(most, 1);
+  assert.equal(steps, 5);
+  assert.deepEqual(pauses, [250, 250, 250, 250]);
+  // A failing step ends the loop with its error.
+  const ended = await new Promise((resolve) => {
+    startLoop({
+      step: async () => {
+        throw new Error('measure');
+      },
+      delay: () => 0,
+      wait: async () => {},
+      onEnd: resolve,
+    });
+  });
+  assert.equal(ended.message, 'measure');
+});
+
+test('zoom keeps the point under the pointer, pan stays inside, fit shows every reading', () => {
+  const full = FULL_VIEWS.xy;
+  const zoomed = zoomView(full, 2, { x: 0.3127, y: 0.329 }, full);
+  assert.ok(Math.abs(zoomed.xMax - zoomed.xMin - 0.4) < 1e-12);
+  // The centre keeps its place relative to the frame.
+  assert.ok(Math.abs((0.3127 - zoomed.xMin) / 0.4 - 0.3127 / 0.8) < 1e-12);
+  assert.deepEqual(zoomView(full, 0.5, null, full), full);
+  const moved = panView(zoomed, 10, 10, full);
+  assert.ok(Math.abs(moved.xMax - full.xMax) < 1e-12 && Math.abs(moved.yMax - full.yMax) < 1e-12);
+  const points = [
+    { x: 0.31, y: 0.33 },
+    { x: 0.315, y: 0.328 },
+  ];
+  const fit = fitView(points, full);
+  for (const p of points)
+    assert.ok(p.x > fit.xMin && p.x < fit.xMax && p.y > fit.yMin && p.y < fit.yMax);
+  assert.ok(fit.xMax - fit.xMin < 0.05);
+  assert.ok(Math.abs((fit.xMax - fit.xMin) / (fit.yMax - fit.yMin) - 0.8 / 0.9) < 1e-9);
+  assert.deepEqual(ticks(0, 0.9), {
+    values: [0, 0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9],
+    decimals: 1,
+  });
+  assert.deepEqual(ticks(0.31, 0.32).decimals, 3);
+});
+
+test('series statistics: min, mean, max and the sample standard deviation', () => {
+  assert.deepEqual(seriesStats([2, 4, 4, 4, 5, 5, 7, 9, NaN, undefined]), {
+    count: 8,
+    min: 2,
+    mean: 5,
+    max: 9,
+    sd: Math.sqrt(32 / 7),
+  });
+  assert.deepEqual(seriesStats([3]), { count: 1, min: 3, mean: 3, max: 3, sd: 0 });
+  assert.equal(seriesStats([]), null);
+});
+
+test('exported rows carry time, sensor, mode and correction state', () => {
+  const time = new Date('2026-11-24T12:00:00.000Z');
+  const reading = {
+    time,
+    sensor: 'S (1a)',
+    mode: 1,
+    corrected: true,
+    XYZ: { X: 1, Y: 2, Z: -0.001 },
+    rawXYZ: { X: 1.1, Y: 2, Z: 3 },
+  };
+  assert.deepEqual(exportRows([reading]), [
+    {
+      time: '2026-11-24T12:00:00.000Z',
+      sensor: 'S (1a)',
+      mode: 'Ambient',
+      corrected: true,
+      XYZ: [1, 2, 0],
+    },
+  ]);
+  assert.equal(exportRows([reading], { includeRaw: true })[1].mode, 'Ambient (raw)');
+  assert.deepEqual(
+    whiteOfDisplay({ white: { x: 0.3127, y: 0.329 }, luminance: 100 }).map((v) =>
+      Number(v.toFixed(3)),
+    ),
+    [95.046, 100, 108.906],
+  );
+  assert.equal(whiteOfDisplay({ white: { x: 0.3, y: 0.3 } }), null);
+});
+
+test('numbers show with sensible precision and their unit', () => {
+  const cases = [
+    [formatSignificant(159.57084375321588), '159.6'],
+    [formatSignificant(36.4658), '36.47'],
+    [formatSignificant(-0.00004), '0.0000'],
+    [formatSignificant(1796.5), '1797'],
+    [formatQuantity(1796.5, 'counts'), '1797\u00a0counts'],
+    [formatQuantity(159.5708, 'tristimulus', 'cd/m\u00b2'), '159.6\u00a0cd/m\u00b2'],
+    [formatQuantity(6504.4, 'cct'), '6504\u00a0K'],
+    [formatQuantity(null, 'cct'), '\u2014'],
+    [formatQuantity(0.31271234, 'chromaticity'), '0.3127'],
+    [formatDeviation(0.0000234, 'chromaticity'), '0.000023'],
+  ];
+  for (const [got, want] of cases) assert.equal(got, want);
+});
