@@ -19,6 +19,7 @@ function xyzValues(reading) {
   return h(
     'div',
     { class: 'values values-main' },
+    valueCell({ name: 'X', value: X, quantity: 'tristimulus', unit, testid: 'reading-xyz-X' }),
     valueCell({
       name: 'Y',
       value: Y,
@@ -27,7 +28,6 @@ function xyzValues(reading) {
       testid: 'reading-xyz-Y',
       title: mode.quantity,
     }),
-    valueCell({ name: 'X', value: X, quantity: 'tristimulus', unit, testid: 'reading-xyz-X' }),
     valueCell({ name: 'Z', value: Z, quantity: 'tristimulus', unit, testid: 'reading-xyz-Z' }),
   );
 }
