@@ -6,21 +6,16 @@
 #ifndef QUILBY_HOST_HOST_THREAD_H
 #define QUILBY_HOST_HOST_THREAD_H
 
-#include <condition_variable>
-#include <deque>
-#include <functional>
+#include "job_threads.h"
+
 #include <future>
-#include <mutex>
-#include <thread>
 #include <type_traits>
 
 namespace quilbyhost {
 
 class HostThread {
  public:
-  HostThread();
-  // Runs the jobs already queued, then joins the thread.
-  ~HostThread();
+  HostThread() = default;
   HostThread(const HostThread&) = delete;
   HostThread& operator=(const HostThread&) = delete;
 
@@ -29,23 +24,16 @@ class HostThread {
   // host's thread itself, it runs `job` at once (no deadlock).
   template <class Job>
   std::invoke_result_t<Job> run(Job job) {
-    if (std::this_thread::get_id() == thread_.get_id()) return job();
+    if (thread_.onOwnThread()) return job();
     std::packaged_task<std::invoke_result_t<Job>()> task(std::move(job));
     auto result = task.get_future();
-    post([&task] { task(); });
+    thread_.post([&task] { task(); });
     return result.get();
   }
 
  private:
-  void post(std::function<void()> job);
-  void loop();
-
-  // Guards jobs_ and stopping_.
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  std::deque<std::function<void()>> jobs_;
-  bool stopping_ = false;
-  std::thread thread_;
+  // One thread: the jobs run one at a time, in order. On destruction the jobs already queued run.
+  JobThreads thread_{1};
 };
 
 }  // namespace quilbyhost

@@ -1,5 +1,6 @@
 #include "http_server.h"
 
+#include "job_threads.h"
 #include "routes.h"
 
 #include <microhttpd.h>
@@ -17,15 +18,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <condition_variable>
 #include <cstdio>
 #include <cstring>
-#include <deque>
 #include <filesystem>
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <thread>
 #include <unordered_set>
 #include <utility>
 
@@ -77,53 +75,6 @@ const char* reasonPhrase(int status) {
 }
 
 // Threads that run jobs in the order posted; the destructor runs what is queued, then joins.
-class WorkerPool {
- public:
-  explicit WorkerPool(unsigned count) {
-    for (unsigned i = 0; i < std::max(count, 1u); ++i) threads_.emplace_back([this] { loop(); });
-  }
-  ~WorkerPool() {
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      stopping_ = true;
-    }
-    wake_.notify_all();
-    for (std::thread& thread : threads_) thread.join();
-  }
-  WorkerPool(const WorkerPool&) = delete;
-  WorkerPool& operator=(const WorkerPool&) = delete;
-
-  void post(std::function<void()> job) {
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      jobs_.push_back(std::move(job));
-    }
-    wake_.notify_one();
-  }
-
- private:
-  void loop() {
-    while (true) {
-      std::function<void()> job;
-      {
-        std::unique_lock<std::mutex> lock(mutex_);
-        wake_.wait(lock, [this] { return stopping_ || !jobs_.empty(); });
-        if (jobs_.empty()) return;
-        job = std::move(jobs_.front());
-        jobs_.pop_front();
-      }
-      job();
-    }
-  }
-
-  // Guards jobs_ and stopping_.
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  std::deque<std::function<void()>> jobs_;
-  bool stopping_ = false;
-  std::vector<std::thread> threads_;
-};
-
 // A listening socket on address:port (0: a free one), and the port it got; -1 with the reason.
 // SO_REUSEADDR only lets a restarted host take its port back while connections of the previous
 // run are still closing. Without SO_REUSEPORT no second socket can listen on the same port, so a
@@ -308,7 +259,7 @@ struct HttpServer::State {
   bool closing = false;
   // Requests the workers have; their connections are suspended until they are done.
   std::atomic<int> working{0};
-  WorkerPool workers;
+  JobThreads workers;
 };
 
 // The contexts the library keeps for the server are owned through it: made here, released by
