@@ -464,6 +464,19 @@ TEST_F(HttpServerTest, StopsOnceTheRequestsInProgressAreAnswered) {
   EXPECT_TRUE(served_);
   server_.reset();
 
+  // A reader that stops reading holds the stop up for the short grace only, not for as long as
+  // the library would keep the connection.
+  ServerLimits patient;
+  patient.idleTimeout = std::chrono::seconds(600);
+  startServer(patient);
+  std::ofstream(console_ / "large.js") << std::string(16 * kMiB, 'x');
+  RawConnection stalled(port());
+  ASSERT_TRUE(stalled.send("GET /large.js HTTP/1.1\r\n" + hostHeader() + "\r\n"));
+  ASSERT_TRUE(stalled.readable(5s));
+  auto stopped = std::async(std::launch::async, [this] { stopServer(); });
+  EXPECT_EQ(stopped.wait_for(30s), std::future_status::ready);
+  stopped.wait();
+
   Frontend frontend(*thread_, nullptr, "");
   ServerOptions options;
   options.port = 0;
