@@ -60,7 +60,7 @@ test-tsan:
 	@scripts/install-deps test
 	$(CONFIGURE) -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILBY_SANITIZER=thread
 	cmake --build build-tsan -j $(JOBS) --target registry_stress_tests
-	TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/registry/registry_stress_tests
+	TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/device/registry_stress_tests
 
 # The locking discipline of the plug-in's shared structures, proven by clang at compile time.
 test-thread-safety:

@@ -5,6 +5,7 @@
 #include "plugin_host.h"
 #include "quilby_sim/control.h"
 #include "support/json_helpers.h"
+#include "support/world.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +17,7 @@ namespace {
 
 // The lines sent to mirelto_log since the journal was last emptied: logger name, level, text.
 std::vector<std::tuple<std::string, int, std::string>> loggedLines() {
-  std::string text(QuilbySimJournal(nullptr, 0) + 1, '\0');
-  text.resize(QuilbySimJournal(text.data(), static_cast<std::uint32_t>(text.size())));
-  const cairnjson::Value journal = quilby_test::parsed(text);
+  const cairnjson::Value journal = quilby_test::parsed(quilby_test::controlText(QuilbySimJournal));
   std::vector<std::tuple<std::string, int, std::string>> lines;
   for (const cairnjson::Value& entry : journal.elements()) {
     if (entry["function"].stringRef() != "mirelto_log") continue;

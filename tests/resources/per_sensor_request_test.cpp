@@ -3,7 +3,7 @@
 // the page with its operation text. Requests to a built-in sensor through its monitor enter the
 // monitor's critical section around the colour-sensor call and always leave it: on success, on
 // library failures, and when the function is missing.
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 
 #include <gmock/gmock.h>
 

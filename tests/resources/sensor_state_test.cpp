@@ -3,7 +3,7 @@
 // sensing, and measurements through the measurement library (XYZ, raw) and the colour-sensor
 // library of built-in sensors (RGB, IR, uncorrelated XYZ), also without the measurement library's
 // optional functions. Library failures are covered in per_sensor_request_test.cpp.
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 
 #include <cmath>
 #include <string>

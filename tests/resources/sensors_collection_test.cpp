@@ -1,6 +1,6 @@
 // The sensors collection (Sensors, SensorsName, XRiteControlPanel) and opening sensors (DeviceID,
 // Monitors, IndividualID POST) through the built plug-in and the simulated libraries.
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 
 #include <algorithm>
 #include <regex>

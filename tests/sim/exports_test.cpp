@@ -3,11 +3,10 @@
 #include "sim_test_support.h"
 
 #include "devices/device_functions.h"
+#include "support/dynamic_symbols.h"
 
 #include <dlfcn.h>
-#include <elf.h>
 
-#include <cstring>
 #include <ostream>
 #include <set>
 #include <string>
@@ -15,60 +14,8 @@
 
 namespace {
 
-// The dynamic section of an ELF64 file: defined exported symbols, needed libraries, SONAME and
-// RUNPATH.
-struct DynamicInfo {
-  std::set<std::string> exported, needed;
-  std::string soname, runpath;
-};
-
-template <class T>
-T at(const std::string& file, std::size_t offset) {
-  T value{};
-  if (offset + sizeof value <= file.size()) std::memcpy(&value, file.data() + offset, sizeof value);
-  return value;
-}
-
-DynamicInfo readDynamic(const std::string& path) {
-  const std::string file = sim_test::fileText(path);
-  DynamicInfo info;
-  const auto header = at<Elf64_Ehdr>(file, 0);
-  if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) {
-    ADD_FAILURE() << path << " is not an ELF file";
-    return info;
-  }
-  for (int i = 0; i < header.e_shnum; ++i) {
-    const auto section = at<Elf64_Shdr>(file, header.e_shoff + i * sizeof(Elf64_Shdr));
-    const auto strings =
-        at<Elf64_Shdr>(file, header.e_shoff + section.sh_link * sizeof(Elf64_Shdr));
-    auto text = [&](std::size_t offset) {
-      return std::string(file.c_str() + strings.sh_offset + offset);
-    };
-    if (section.sh_type == SHT_DYNSYM) {
-      for (std::size_t s = 1; s < section.sh_size / sizeof(Elf64_Sym); ++s) {
-        const auto symbol = at<Elf64_Sym>(file, section.sh_offset + s * sizeof(Elf64_Sym));
-        const int binding = ELF64_ST_BIND(symbol.st_info);
-        if (symbol.st_shndx != SHN_UNDEF && (binding == STB_GLOBAL || binding == STB_WEAK) &&
-            ELF64_ST_VISIBILITY(symbol.st_other) == STV_DEFAULT) {
-          info.exported.insert(text(symbol.st_name));
-        }
-      }
-    } else if (section.sh_type == SHT_DYNAMIC) {
-      for (std::size_t d = 0; d < section.sh_size / sizeof(Elf64_Dyn); ++d) {
-        const auto entry = at<Elf64_Dyn>(file, section.sh_offset + d * sizeof(Elf64_Dyn));
-        if (entry.d_tag == DT_NEEDED) info.needed.insert(text(entry.d_un.d_val));
-        if (entry.d_tag == DT_SONAME) info.soname = text(entry.d_un.d_val);
-        if (entry.d_tag == DT_RUNPATH) info.runpath = text(entry.d_un.d_val);
-        if (entry.d_tag == DT_RPATH) ADD_FAILURE() << path << " has an old-style RPATH";
-      }
-    }
-  }
-  // Symbols the linker defines in every shared object.
-  for (const char* toolchain : {"_init", "_fini", "_edata", "_end", "__bss_start"}) {
-    info.exported.erase(toolchain);
-  }
-  return info;
-}
+using quilby_test::dynamicSection;
+using quilby_test::dynamicSymbols;
 
 #define QUILBY_SIM_NAME(Result, Name, Parameters, Arguments) #Name,
 
@@ -112,12 +59,17 @@ TEST_P(DeviceLibraryTest, ExportsExactlyItsFunctionsAndFindsTheWorldBesideIt) {
     SCOPED_TRACE(variant ? "variant" : "normal");
     std::set<std::string> expected(library.functions.begin(), library.functions.end());
     if (!variant) expected.insert(library.optional.begin(), library.optional.end());
-    const DynamicInfo info = readDynamic(path(variant, library.file));
-    EXPECT_EQ(info.exported, expected);
-    EXPECT_EQ(info.exported.size(), library.count - (variant ? library.optional.size() : 0));
-    EXPECT_EQ(info.soname, library.file);
-    EXPECT_EQ(info.runpath, "$ORIGIN");
-    EXPECT_EQ(info.needed.count("libquilbysim.so"), 1u);
+    const std::string file = path(variant, library.file);
+    const std::set<std::string> exported = dynamicSymbols(file, "--defined-only");
+    EXPECT_EQ(exported, expected);
+    EXPECT_EQ(exported.size(), library.count - (variant ? library.optional.size() : 0));
+    const std::string section = dynamicSection(file);
+    for (const std::string& entry : {"Library soname: [" + std::string(library.file) + "]",
+                                     std::string("Library runpath: [$ORIGIN]"),
+                                     std::string("Shared library: [libquilbysim.so]")}) {
+      EXPECT_NE(section.find(entry), std::string::npos) << entry;
+    }
+    EXPECT_EQ(section.find("(RPATH)"), std::string::npos);
   }
   void* handle = dlopen(path(true, library.file).c_str(), RTLD_LAZY | RTLD_LOCAL);
   ASSERT_NE(handle, nullptr) << dlerror();
@@ -144,9 +96,9 @@ TEST(WorldLibraryTest, ExportsOnlyTheControlInterfaceAndTheDeviceTable) {
       "QuilbySimCriticalSections",
       "QuilbySimHoldMonitor", "QuilbySimSetShownColor", "QuilbySimDeviceFunctions"};
   for (bool variant : {false, true}) {
-    const DynamicInfo info = readDynamic(path(variant, "libquilbysim.so"));
-    EXPECT_EQ(info.exported, expected);
-    EXPECT_EQ(info.soname, "libquilbysim.so");
+    const std::string file = path(variant, "libquilbysim.so");
+    EXPECT_EQ(dynamicSymbols(file, "--defined-only"), expected);
+    EXPECT_NE(dynamicSection(file).find("Library soname: [libquilbysim.so]"), std::string::npos);
   }
 }
 

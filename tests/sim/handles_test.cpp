@@ -85,7 +85,7 @@ TEST_F(HandlesTest, HandlesThatAreNotOpenFailEveryCall) {
   MDHandle closed = open(kColorimeter), copy = closed, beforeReset = open(kColorimeter);
   // Open handles get answers from every function, so the refusals below are the handles' doing.
   const auto armSensor = answers(openBuiltIn(kStudioHid));
-  for (const auto& [function, answered] : answers(open(kSpectrometer))) {
+  for (const auto& [function, answered] : answers(open(kSpectrophotometer))) {
     EXPECT_TRUE(answered || armSensor.at(function)) << function;
   }
   ASSERT_EQ(MDClose(&closed), EMERR_OK);
@@ -116,7 +116,7 @@ TEST_F(HandlesTest, EachOpenGivesANewHandleAndAbsentSensorsNone) {
   EXPECT_EQ(MDOpenWithIndividualID(0x1234, &handle), EMERR_SENSOR_CONNECTION_ERROR);
   EXPECT_EQ(handle, nullptr);
   EXPECT_EQ(MDOpenWithIndividualID(0x00c5000000011b3eULL, &handle), EMERR_OK);
-  EXPECT_EQ(MDGetDeviceID(handle), kSpectrometer);
+  EXPECT_EQ(MDGetDeviceID(handle), kSpectrophotometer);
 }
 
 // The libraries share one world: what one reports, another accepts.

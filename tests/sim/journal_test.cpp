@@ -175,7 +175,7 @@ TEST_F(FaultInjectionTest, FunctionsWithoutStatusAnswerNothing) {
         "mirelto_get_logger", "MDSupportsSubprocess"}) {
     QuilbySimFailNext(function, 1, EMERR_FAILED);
   }
-  const MDDeviceID subprocessDevice = kSpectrometer;
+  const MDDeviceID subprocessDevice = kSpectrophotometer;
   EXPECT_EQ(MDGetHIDHandle(armSensor), nullptr);
   EXPECT_EQ(MDGetDeviceID(armSensor), 0u);
   EXPECT_EQ(MDGetName(armSensor), nullptr);

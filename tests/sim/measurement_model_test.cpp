@@ -183,7 +183,7 @@ TEST_F(MeasurementModelTest, BuiltInChannelsAreConsistent) {
 
 // Preconditions of measuring, in the order a real instrument checks them.
 TEST_F(MeasurementModelTest, SensorNeedingCalibrationMeasuresOnlyAfterIt) {
-  MDHandle spectrometer = open(kSpectrometer);
+  MDHandle spectrometer = open(kSpectrophotometer);
   MDColor raw{}, corrected{};
   EXPECT_EQ(MDIsCalibrationNecessary(spectrometer), 1);
   EXPECT_EQ(MDMeasureXYZ2(spectrometer, &raw, &corrected), EMERR_INVALID_PRECONDITION);
