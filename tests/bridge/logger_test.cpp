@@ -42,7 +42,7 @@ TEST_F(LoggerTest, SuccessAndFailureLinesCarryStatusMethodUriAndOutcome) {
   BridgeResult success = BridgeResultOK(cairnjson::Value());
   logger.logResult("GET", "/quilby/Sensors/Name", success);
   try {
-    vesk::BridgeCheckEmError(0x80000000u, "Open sensor.");
+    vesk::BridgeCheckEmError(0x8000001Cu, "Get device option value.");  // lower-case hex
   } catch (const BridgeResultError& failure) {
     logger.logResult("PUT", "/quilby/Sensors/x/Mode", failure);
   }
@@ -57,8 +57,8 @@ TEST_F(LoggerTest, SuccessAndFailureLinesCarryStatusMethodUriAndOutcome) {
             (std::vector<Line>{
                 {"Quilby", 2, "statusCode:200\tmethod:GET\turi:/quilby/Sensors/Name\tmsg:Success"},
                 {"Quilby", 5,
-                 "statusCode:500\tmethod:PUT\turi:/quilby/Sensors/x/Mode\terr:EmError\tmsg:Failed."
-                 "\tcode:0x80000000"},
+                 "statusCode:500\tmethod:PUT\turi:/quilby/Sensors/x/Mode\terr:EmError\tmsg:Invalid "
+                 "key.\tcode:0x8000001c"},
                 {"Quilby", 5,
                  "statusCode:400\tmethod:POST\turi:/quilby/\terr:BadRequestError\tmsg:URI is "
                  "invalid."},

@@ -168,32 +168,6 @@ TEST_F(CliTest, TheDocumentedMeasuringScriptKeepsItsReadingsAsCgats) {
   EXPECT_EQ(linesOf(readFile(scratch_ / "studio.csv")).size(), 5u);
 }
 
-TEST_F(CliTest, RunSaysWhichLinesFailedAndSumsUp) {
-  write("session.txt",
-        "entry = .value.entryPoint POST /Sensors/33\n"
-        "PUT /Sensors/$entry/Mode\n"
-        "GET /Nowhere\n"
-        "GET /Sensors/$sensor/XYZ\n"
-        "a line\n");
-  const Finished finished = runEcho({"run", "session.txt"});
-  EXPECT_EQ(finished.status, 1);
-  EXPECT_NE(finished.errors.find("session.txt:3: GET /Nowhere answered 404: No resource answers "
-                                 "GET /Nowhere.\n"
-                                 "session.txt:4: unknown variable $sensor\n"
-                                 "session.txt:5: expected METHOD PATH [body], with a path "
-                                 "starting with /\n"),
-            std::string::npos)
-      << finished.errors;
-  EXPECT_NE(finished.errors.find("quilby-host: 5 requests, 2 answered 2xx, 3 failed\n"),
-            std::string::npos)
-      << finished.errors;
-  // The double answers the texts it received: the captured entry point reached the next path.
-  EXPECT_NE(finished.out.find("> PUT /Sensors/DeviceID/Mode\n200 "), std::string::npos)
-      << finished.out;
-  EXPECT_NE(finished.out.find(R"("parameters":"{\"id\":\"DeviceID\"}")"), std::string::npos)
-      << finished.out;
-}
-
 TEST_F(CliTest, RunChecksItsFileBeforeLoadingThePlugIn) {
   const Finished finished = runEcho({"run", "missing.txt"});
   EXPECT_EQ(finished.status, 2);

@@ -103,39 +103,10 @@ class ProgramTest : public testing::Test {
     return text == "TearDown";
   }
 
-  // The lines `run` prints for a file of `requests`, and its exit status.
-  std::pair<std::vector<std::string>, int> run(const std::string& requests) {
-    std::ofstream(scratch_ / "requests.txt") << requests;
-    Program program({"run", (scratch_ / "requests.txt").string()}, mark_);
-    std::vector<std::string> lines;
-    for (std::string next = program.line(); !next.empty(); next = program.line()) {
-      lines.push_back(next.substr(0, next.find('\n')));
-    }
-    return {lines, program.wait()};
-  }
-
   const fsys::path scratch_ =
       fsys::temp_directory_path() / ("quilby-host-" + std::to_string(getpid()));
   const fsys::path mark_ = scratch_ / "teardown";
 };
-
-TEST_F(ProgramTest, RunAnswersEveryLineAndFailsOnlyWhenOneFails) {
-  const auto [lines, status] = run("# opens and sets a mode\n"
-                                   "\n"
-                                   "POST /Sensors/33\n"
-                                   "put /Sensors/a/Mode {\"mode\": 1,  \"observerKey\": 0}\n"
-                                   "GET /Nowhere\n");
-  EXPECT_EQ(status, 1);
-  EXPECT_TRUE(tornDown());
-  // --quiet (which every Program passes) leaves the answers alone, without the "> " lines.
-  const std::vector<std::string> expected = {
-      R"(200 {"error":null,"value":{"data":"","entryPoint":"DeviceID","parameters":"{\"deviceID\":\"33\"}","query":"{}","request":"{\"method\":\"POST\"}"}})",
-      R"(200 {"error":null,"value":{"data":"{\"mode\": 1,  \"observerKey\": 0}","entryPoint":"SensorMode","parameters":"{\"id\":\"a\"}","query":"{}","request":"{\"method\":\"PUT\"}"}})",
-      R"(404 {"error":{"message":"No resource answers GET /Nowhere.","name":"HostError"},"value":null})",
-  };
-  EXPECT_EQ(lines, expected);
-  EXPECT_EQ(run("GET /Sensors?connected\n").second, 0);
-}
 
 TEST_F(ProgramTest, ServeTearsDownOnEitherSignal) {
   for (const int number : {SIGTERM, SIGINT}) {
@@ -169,12 +140,6 @@ TEST_F(ProgramTest, ASecondHostOnAPortInUseRefusesToStart) {
   EXPECT_EQ(stillServing->status, 200);
   first.signal(SIGTERM);
   EXPECT_EQ(first.wait(), 0);
-}
-
-TEST_F(ProgramTest, RefusesABadCommandLine) {
-  Program program({"--port", "http"}, mark_);
-  EXPECT_EQ(program.wait(), 2);
-  EXPECT_FALSE(tornDown());
 }
 
 // quilby-host serving on a free loopback port for the whole suite; it must end cleanly.
@@ -243,38 +208,6 @@ TEST_F(HttpTest, BodiesReachThePlugInByteForByte) {
   }
 }
 
-TEST_F(HttpTest, BridgeRouteGivesTheFourTexts) {
-  const cairnjson::Value value = parsed(
-      send("POST", "/bridge/SensorAmbraSenseLevel",
-           R"({"request": {"method": "PUT"}, "parameters": {"id": "s"}, "data": "2.6 no json"})")
-          .body)["value"];
-  EXPECT_EQ(value["entryPoint"].stringRef(), "SensorAmbraSenseLevel");
-  EXPECT_EQ(value["request"].stringRef(), R"({"method":"PUT"})");
-  EXPECT_EQ(value["parameters"].stringRef(), R"({"id":"s"})");
-  EXPECT_EQ(value["query"].stringRef(), "");
-  EXPECT_EQ(value["data"].stringRef(), "2.6 no json");
-}
-
-TEST_F(HttpTest, AnswersWhatHasNoRouteWithAHostError) {
-  const struct {
-    const char* method;
-    const char* path;
-    int status;
-  } cases[] = {
-      {"POST", "/bridge/Setup", 404}, {"GET", "/bridge/Sensors", 405}, {"POST", "/bridge/", 404},
-      {"POST", "/bridge/Sensors/extra", 404},
-      // Without a simulator every simulator path says so.
-      {"POST", "/sim", 404}, {"POST", "/sim/", 404}, {"GET", "/sim/world", 404},
-  };
-  for (const auto& c : cases) {
-    const std::string method = c.method;
-    const httplib::Response response = send(method, c.path, method == "POST" ? "{}" : "");
-    EXPECT_EQ(response.status, c.status) << c.method << " " << c.path;
-    EXPECT_EQ(parsed(response.body)["error"]["name"].stringRef(), "HostError") << c.path;
-  }
-  EXPECT_FALSE(parsed(send("GET", "/host/info").body)["value"]["simulator"].toInt(1));
-}
-
 TEST_F(HttpTest, PassesTheBridgeStatusAndRefusesAMissingAnswer) {
   const httplib::Response notFound = send("PUT", "/Sensors/a/Mode", "status:404");
   EXPECT_EQ(notFound.status, 404);
@@ -286,33 +219,6 @@ TEST_F(HttpTest, PassesTheBridgeStatusAndRefusesAMissingAnswer) {
   const cairnjson::Value error = parsed(silent.body)["error"];
   EXPECT_EQ(error["name"].stringRef(), "HostError");
   EXPECT_NE(error["message"].stringRef().find("0 answers"), std::string::npos);
-}
-
-// The server applies the access policy (access_policy_test.cpp) to every route family, with the
-// port it listens on and the request's own Host and Origin.
-TEST_F(HttpTest, RefusesRequestsNotAddressedToItOrFromAnotherSite) {
-  const std::string port = std::to_string(port_);
-  const struct {
-    const char* name;
-    httplib::Headers headers;
-    int status;
-  } cases[] = {
-      {"own address", {}, 200},
-      {"own page by name", {{"Host", "localhost:" + port}, {"Origin", "http://localhost:" + port}},
-       200},
-      {"rebound name", {{"Host", "attacker.example:" + port}}, 403},
-      {"other site", {{"Origin", "http://attacker.example"}}, 403},
-  };
-  for (const auto& c : cases) {
-    for (const char* path : {"/Sensors", "/", "/host/info"}) {
-      const httplib::Response response = send("GET", path, "", c.headers);
-      EXPECT_EQ(response.status, c.status) << c.name << " " << path;
-      if (c.status != 403) continue;
-      const cairnjson::Value envelope = parsed(response.body);
-      EXPECT_EQ(envelope["error"]["name"].stringRef(), "HostError");
-      EXPECT_TRUE(envelope["value"].isNull());
-    }
-  }
 }
 
 TEST_F(HttpTest, ServesTheConsoleAsModulesWithoutCaching) {
@@ -328,23 +234,6 @@ TEST_F(HttpTest, ServesTheConsoleAsModulesWithoutCaching) {
     EXPECT_EQ(response.get_header_value("X-Frame-Options"), "DENY") << path;
   }
   EXPECT_NE(send("GET", "/../CMakeLists.txt").status, 200);
-}
-
-// An export is sent as the file it is, for the browser to save.
-TEST_F(HttpTest, SendsAnExportAsAFileToSave) {
-  const std::string readings =
-      R"({"readings":[{"time":"2026-11-24T12:00:00.000Z","sensor":"QM arm sensor","mode":"XYZ",)"
-      R"("corrected":true,"XYZ":[95.0,100.0,108.9]}]})";
-  const std::pair<const char*, const char*> formats[] = {{"csv", "text/csv"},
-                                                         {"cgats", "text/plain"}};
-  for (const auto& [format, type] : formats) {
-    const httplib::Response response =
-        send("POST", std::string("/colour/export?format=") + format, readings);
-    EXPECT_EQ(response.status, 200) << format;
-    EXPECT_EQ(response.get_header_value("Content-Type").rfind(type, 0), 0u) << format;
-    EXPECT_EQ(response.get_header_value("Content-Disposition").rfind("attachment;", 0), 0u)
-        << format;
-  }
 }
 
 }  // namespace

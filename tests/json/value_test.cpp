@@ -33,8 +33,6 @@ Value text(const std::string& string) {
   return value;
 }
 
-TEST(ValueTest, IsSixteenBytes) { EXPECT_EQ(sizeof(Value), 16u); }
-
 TEST(ValueTest, KindConstructorGivesEmptyContent) {
   EXPECT_EQ(compact(Value(Type::Null)), "null");
   EXPECT_EQ(compact(Value(Type::Bool)), "false");
@@ -44,15 +42,6 @@ TEST(ValueTest, KindConstructorGivesEmptyContent) {
   EXPECT_EQ(compact(Value(Type::Object)), "{}");
   EXPECT_EQ(compact(Value(Type::Array)), "[]");
   EXPECT_EQ(Value(Type::Integer), integer(0));
-}
-
-TEST(ValueTest, ExactlyOneKindPredicateHolds) {
-  for (const Value& value : {Value(), Value(Type::Bool), integer(1), real(1), text("x"),
-                             Value(Type::Object), Value(Type::Array)}) {
-    const int holds = value.isNull() + value.isBool() + value.isInteger() + value.isDouble() +
-                      value.isString() + value.isObject() + value.isArray();
-    EXPECT_EQ(holds, 1) << compact(value);
-  }
 }
 
 TEST(ValueTest, WritingAMemberTurnsAnyValueIntoAnObject) {

@@ -231,24 +231,6 @@ TEST_F(CorrelationDataTest, DatabasesRefuseMalformedQueriesAndBodiesBeforeAnyLib
   }
 }
 
-TEST_F(CorrelationDataTest, DatabaseFailuresNameTheirStep) {
-  EXPECT_EQ(answer("SensorCorrelationDatabase", "GET", colorimeter()),
-            emError(0x80000000, "Failed.", "Get HID handle."));
-  const std::string sensor = studio();
-  EXPECT_EQ(answer("SensorCorrelationDatabase", "GET", sensor, R"({"id":99})"),
-            emError(0x80000005, "Not registered.", "Get CSSG2 correlation data."));
-  QuilbySimFailNext("MDGetCorrelationDataDate", 1, 0x80000000);
-  EXPECT_EQ(answer("SensorCorrelationDatabase", "GET", sensor),
-            emError(0x80000000, "Failed.", "Get correlation data date."));
-  QuilbySimFailNext("MDAddCSSG2CorrelationDataEx", 1, 0x80000019);
-  EXPECT_EQ(answer("SensorCorrelationDatabase", "POST", sensor, "", std::string(kS5) + "}"),
-            emError(0x80000019, "Cannot create file.", "Add CSSG2 correlation data."));
-  QuilbySimFailNext("CSSG2H_GetColorSensorCalibData", 1, 0x80010002);
-  EXPECT_EQ(answer("SensorCorrelationDatabase", "POST", sensor, "", std::string(kS5) + "}"),
-            emError(0x80010002, "Sensor connection error.", "Get color sensor calib data."));
-  EXPECT_TRUE(sectionsFree());
-}
-
 // ---- CorrelationMatrix/Database -----------------------------------------------------------------
 
 TEST_F(CorrelationDataTest, MatrixDatabaseListsTheProductsMatricesAndTheLatest) {

@@ -51,16 +51,7 @@ TEST_F(SensorOptionsTest, SwitchesAreReadAndWritten) {
 }
 
 TEST_F(SensorOptionsTest, SupportsQueryOfAMissingFunctionIsFunctionNotFound) {
-  namespace fsys = std::filesystem;
-  unloadPlugin(true);
-  const fsys::path exports = fsys::temp_directory_path() / "quilby-options-variant";
-  fsys::remove_all(exports);
-  fsys::create_directories(exports);
-  for (const fsys::directory_entry& file : fsys::directory_iterator(QUILBY_TEST_VARIANT_EXPORTS_DIR)) {
-    fsys::create_symlink(file.path(), exports / file.path().filename());
-  }
-  fsys::create_symlink(exportsDirectory() / "libquilby.so", exports / "libquilby.so");
-  loadPlugin(exports, true);
+  reloadWith("*");
   const std::string sensor = spectrophotometer();
   const Reply missing = call("SensorTargetMarker", "GET", sensor, R"({"supports":null})");
   EXPECT_EQ(missing.status, 404);
@@ -68,8 +59,6 @@ TEST_F(SensorOptionsTest, SupportsQueryOfAMissingFunctionIsFunctionNotFound) {
             "libmeasurementdevice does not have a requested function.");
   // The marker's state itself is read by a function the variant has.
   EXPECT_EQ(call("SensorTargetMarker", "GET", sensor).status, 200);
-  unloadPlugin(true);
-  fsys::remove_all(exports);
 }
 
 TEST_F(SensorOptionsTest, ParameterDescriptionIsTextUpTo255Bytes) {
@@ -147,25 +136,6 @@ TEST_F(SensorOptionsTest, TemperatureCorrectionIsRecalculatedOnBuiltInSensorsOnl
   EXPECT_EQ(answer("SensorIFSTempCorrectParam", "POST", armSensor()), ok(R"(null)"));
   EXPECT_EQ(answer("SensorIFSTempCorrectParam", "POST", colorimeter()),
             emError(0x80000007, "Unsupported.", "Calculate IFS temperature correction parameter."));
-}
-
-TEST_F(SensorOptionsTest, SensorIsResolvedBeforeAnythingElse) {
-  const std::pair<const char*, const char*> resources[] = {
-      {"SensorExteriorLight", "ExteriorLight"}, {"SensorParameterDescription", "ParameterDescription"},
-      {"SensorCorrection", "Correction"}, {"SensorExCorrection", "ExCorrection"},
-      {"SensorTargetMarker", "TargetMarker"}, {"SensorIFSTempCorrectParam", "IFSTempCorrectParam"},
-      {"SensorIFSBrightCorrectParamUpdate", "IFSBrightCorrectParamUpdate"},
-      {"SensorDeviceOption", "DeviceOption"}};
-  for (const auto& [resource, word] : resources) {
-    const std::string method = std::string(resource) == "SensorIFSTempCorrectParam" ? "POST" : "PUT";
-    clearJournal();
-    const Reply unknown = call(resource, method, R"({"id":"nope"})", "", "malformed");
-    EXPECT_EQ(unknown.status, 404) << resource;
-    EXPECT_EQ(unknown.error["message"].stringRef(), "Not found.");
-    EXPECT_EQ(logLines().at(0).second.substr(0, logLines().at(0).second.find("\terr")),
-              "statusCode:404\tmethod:" + method + "\turi:/quilby/Sensors/nope/" + word);
-    EXPECT_EQ(call(resource, method, "{}").error["message"].stringRef(), "URI is invalid.") << resource;
-  }
 }
 
 }  // namespace

@@ -170,17 +170,6 @@ TEST_F(SensorStateTest, PutsRefuseBodiesOfTheWrongKind) {
             emError(0x80000000, "Failed.", "Get HID handle."));
 }
 
-TEST_F(SensorStateTest, PutsCalibrateWhateverTheBodyAndMoveTheArmByBooleans) {
-  const std::string sensor = spectrophotometer(), arm = armSensor();
-  clearJournal();
-  EXPECT_EQ(answer("SensorCalibration", "PUT", sensor, "", "\"ignored\""), ok("null"));
-  EXPECT_EQ(answer("SensorCalibration", "GET", sensor, R"({"needs":1})"), ok("false"));
-  EXPECT_EQ(answer("SensorArm", "PUT", arm, "", "true"), ok("null"));
-  EXPECT_EQ(answer("SensorArm", "PUT", arm, "", "false"), ok("null"));
-  EXPECT_EQ(deviceCalls(), (std::vector<std::string>{"MDCalibrate", "MDIsCalibrationNecessary",
-                                                     "MDTakeOutArm", "MDTakeInArm"}));
-}
-
 TEST_F(SensorStateTest, PresenceIsReadAsIntegersAndSetFromNumbers) {
   const std::string sensor = armSensor();
   // Sets `body` through `resource`, which then reads `value`, the one given to `function`.

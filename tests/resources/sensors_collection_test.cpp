@@ -213,14 +213,4 @@ TEST_F(SensorOpeningTest, FailedOpeningAnswersTheErrorAndRegistersNothing) {
   }
 }
 
-TEST_F(SensorOpeningTest, OpeningTwiceGivesTwoIdentifiersAndTwoHandles) {
-  const std::vector<std::string> ids = {openMonitor(kStudioSerial, kStudioProduct),
-                                        openMonitor(kStudioSerial, kStudioProduct),
-                                        openByDeviceID(kColorimeter), openByDeviceID(kColorimeter)};
-  const std::vector<std::string> handles = handlesOf(ids);
-  EXPECT_EQ(std::set<std::string>(ids.begin(), ids.end()).size(), 4u);
-  EXPECT_EQ(std::set<std::string>(handles.begin(), handles.end()).size(), 4u);
-  EXPECT_EQ(openedIdentifiers().size(), 4u);
-}
-
 }  // namespace

@@ -70,42 +70,6 @@ INSTANTIATE_TEST_SUITE_P(Rows, CriticalSectionTest, testing::ValuesIn(kSectionCa
 
 class MonitorSectionTest : public SimTest {};
 
-TEST_F(MonitorSectionTest, ColourSensorWorksUnlessAnotherProgramHoldsTheMonitor) {
-  uint8_t on = 7;
-  EXPECT_EQ(CSSG2H_GetHumanDetectOnOff(kStudioHid, &on), EMERR_OK);
-  ASSERT_EQ(EmCtrlLockMonitor(kStudioSerial, kStudioProduct), EMERR_OK);
-  EXPECT_EQ(CSSG2H_SetHumanDetectOnOff(kStudioHid, 1), EMERR_OK);
-  ASSERT_EQ(EmCtrlUnlockMonitor(kStudioSerial, kStudioProduct), EMERR_OK);
-
-  ASSERT_EQ(QuilbySimHoldMonitor(kStudioSerial, kStudioProduct, 1), 0);
-  EXPECT_EQ(CSSG2H_SetHumanDetectOnOff(kStudioHid, 0), EMERR_REJECTED_BY_CRITICAL_SECTION);
-  EXPECT_EQ(CSSG2H_SetColorSensorDataIndex(kStudioHid, 0, 0), -1);
-  EXPECT_EQ(CSSG2H_GetHumanDetectOnOff(kOfficeHid, &on), EMERR_UNSUPPORTED)
-      << "other monitors answer";
-  EXPECT_EQ(world()["monitors"][0ul]["presenceDetection"]["on"].toInt(-1), 1);
-}
-
-TEST_F(MonitorSectionTest, JournalTellsWhetherThisProcessHeldTheSection) {
-  double X, Y, Z;
-  uint32_t mode;
-  CSSG2H_GetHumanDetectMode(kStudioHid, &mode);
-  EmCtrlLockMonitor(kStudioSerial, kStudioProduct);
-  CSSG2H_MeasureNotCorrelatedXYZCount(kStudioHid, &X, &Y, &Z);
-  EmCtrlUnlockMonitor(kStudioSerial, kStudioProduct);
-  MDHandle armSensor = openBuiltIn(kStudioHid);
-  QuilbySimHoldMonitor(kStudioSerial, kStudioProduct, 1);
-  MDGetHIDHandle(armSensor);
-  MDOpen(kColorimeter, &armSensor);
-
-  const Value entries = journal();
-  ASSERT_EQ(entries.size(), 7u);
-  // Held by another program counts as not held by this process.
-  const char* const expected[] = {"false", "false", "true", "true", "false", "false", "null"};
-  for (unsigned long i = 0; i < 7; ++i) {
-    EXPECT_EQ(compact(entries[i]["sectionHeld"]), expected[i]) << compact(entries[i]);
-  }
-}
-
 TEST_F(MonitorSectionTest, UnknownMonitorsAreRefused) {
   EXPECT_EQ(EmCtrlLockMonitor("NOPE", kStudioProduct), EMERR_MONITOR_CONNECTION_ERROR);
   EXPECT_EQ(EmCtrlLockMonitor(kStudioSerial, "Other"), EMERR_MONITOR_CONNECTION_ERROR);
@@ -113,16 +77,6 @@ TEST_F(MonitorSectionTest, UnknownMonitorsAreRefused) {
   EXPECT_EQ(QuilbySimHoldMonitor("NOPE", kStudioProduct, 1), -1);
   EXPECT_EQ(CSSG2H_SetHumanDetectOnOff(reinterpret_cast<void*>(uintptr_t{5}), 1),
             EMERR_MONITOR_CONNECTION_ERROR);
-}
-
-TEST_F(MonitorSectionTest, ResetFreesEverySection) {
-  ASSERT_EQ(EmCtrlLockMonitor(kStudioSerial, kStudioProduct), EMERR_OK);
-  ASSERT_EQ(QuilbySimHoldMonitor(kOfficeSerial, kOfficeProduct, 1), 0);
-  ASSERT_EQ(QuilbySimReset(), 0);
-  EXPECT_EQ(controlText(QuilbySimCriticalSections),
-            R"([{"owner":null,"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
-            R"({"owner":null,"product":"QM-27-Studio-Lab","serial":"QM7B0912"},)"
-            R"({"owner":null,"product":"QM-24-Office","serial":"QM4C0088"}])");
 }
 
 }  // namespace

@@ -48,28 +48,6 @@ TEST_F(JournalTest, RecordsEveryCallInOrderWithArgumentsAndResults) {
                                std::regex("\\$M"), monitor));
 }
 
-TEST_F(JournalTest, RecordsInputRecordsAndOmitsOutputs) {
-  MDCSSG2CriterionSensorDescription description{};
-  description.date = MDDate{2024, 3, 14, 9, 26};
-  description.deviceID = 48;
-  std::strcpy(description.serial, "QS20-240117");
-  ASSERT_EQ(CSSG2H_SetCriterionSensorDescription(kStudioHid, &description), EMERR_OK);
-  MDCSSG2CriterionSensorDescription read{};
-  ASSERT_EQ(CSSG2H_GetCriterionSensorDescription(kStudioHid, &read, &read.deviceID), EMERR_OK);
-  EXPECT_EQ(std::memcmp(&read, &description, sizeof read), 0);
-  const double matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, 0.5};
-  ASSERT_EQ(CSSG2H_SetXYZCorrectionMatrix(kStudioHid, matrix), EMERR_OK);
-
-  const Value entries = journal();
-  ASSERT_EQ(entries.size(), 3u);
-  EXPECT_EQ(compact(entries[0ul]["arguments"]),
-            R"(["hid:0x1001",{"date":{"day":14,"hour":9,"minute":26,"month":3,"year":2024},)"
-            R"("deviceID":48,"serial":"QS20-240117"}])");
-  EXPECT_EQ(compact(entries[1ul]["arguments"]), R"(["hid:0x1001"])");
-  EXPECT_EQ(compact(entries[2ul]["arguments"]),
-            R"(["hid:0x1001",[1,0.0,0.0,0.0,1,0.0,0.0,0.0,0.5]])");
-}
-
 // JSON has no numbers for these; the journal names them and stays one readable document.
 TEST_F(JournalTest, NonFiniteInputsAreNamedAndStoredNowhere) {
   const double nan = std::nan(""), inf = HUGE_VAL;
@@ -95,53 +73,6 @@ TEST_F(JournalTest, NonFiniteInputsAreNamedAndStoredNowhere) {
             R"({"luminanceLevelCorrection":{"brightness":"nan"}})");
   // Nothing was stored, so the world still dumps and loads as it is.
   EXPECT_EQ(loadWorld(controlText(QuilbySimWorld)), "");
-}
-
-TEST_F(JournalTest, ClearAndResetEmptyItAndControlCallsStayOut) {
-  MDGetNameFromDeviceID(33);
-  QuilbySimClearJournal();
-  EXPECT_EQ(controlText(QuilbySimJournal), "[]");
-  MDGetNameFromDeviceID(33);
-  show(0, 0, 0);
-  EXPECT_EQ(journal().size(), 1u) << "control calls are not journaled";
-  ASSERT_EQ(QuilbySimReset(), 0);
-  EXPECT_EQ(controlText(QuilbySimJournal), "[]");
-}
-
-// The tail of the journal is the same text as the end of the whole of it.
-TEST_F(JournalTest, LastEntriesAreTheTailOfTheWholeJournal) {
-  for (const MDDeviceID id : {33u, 48u, 82u}) MDGetNameFromDeviceID(id);
-  const Value whole = journal();
-  ASSERT_EQ(whole.size(), 3u);
-  const auto last = [](uint32_t count) {
-    std::string text(QuilbySimJournalLast(count, nullptr, 0) + 1, '\0');
-    text.resize(QuilbySimJournalLast(count, text.data(), static_cast<uint32_t>(text.size())));
-    return text;
-  };
-  EXPECT_EQ(last(0), "[]");
-  EXPECT_EQ(last(2), "[" + compact(whole[1ul]) + "," + compact(whole[2ul]) + "]");
-  EXPECT_EQ(last(3), compact(whole));
-  EXPECT_EQ(last(UINT32_MAX), compact(whole));
-  char small[4] = "xyz";
-  const std::string tail = "[" + compact(whole[2ul]) + "]";
-  EXPECT_EQ(QuilbySimJournalLast(1, small, sizeof small), tail.size());
-  EXPECT_STREQ(small, tail.substr(0, 3).c_str()) << "cut to the buffer";
-}
-
-// The subprocess calls are journaled and leave their state in the world.
-TEST_F(JournalTest, SubprocessStateFollowsLaunchAndQuit) {
-  EXPECT_EQ(MDQuitSubprocess(), EMERR_INVALID_PRECONDITION);
-  EXPECT_EQ(MDLaunchSubprocess("/opt/host/mdsubprocess", "Color_Tool"), EMERR_OK);
-  EXPECT_EQ(MDLaunchSubprocess("/opt/host/mdsubprocess", "Color_Tool"), EMERR_ALREADY_CREATED);
-  EXPECT_EQ(compact(world()["subprocess"]),
-            R"({"applicationName":"Color_Tool","deviceIDs":[48],)"
-            R"("executablePath":"/opt/host/mdsubprocess","running":true})");
-  EXPECT_EQ(MDQuitSubprocess(), EMERR_OK);
-  EXPECT_FALSE(world()["subprocess"]["running"].toInt(1));
-  EXPECT_EQ(MDInitDeviceLibrariesDirectoryPath("/no/such/directory"), EMERR_DLL_NOT_FOUND);
-  EXPECT_EQ(MDInitDeviceLibrariesDirectoryPath(QUILBY_TEST_EXPORTS_DIR), EMERR_OK);
-  EXPECT_EQ(world()["libraryDirectory"].toString(""), QUILBY_TEST_EXPORTS_DIR);
-  EXPECT_EQ(compact(journal()[1ul]["arguments"]), R"(["/opt/host/mdsubprocess","Color_Tool"])");
 }
 
 // Injected failures replace the next calls of a function, which then do nothing else.
