@@ -1,12 +1,11 @@
 // Documents nested far deeper than any thread stack could recurse through are parsed, copied,
 // compared, serialized and destroyed on a thread with a 256 KiB stack.
 #include "json/cairnjson.h"
-
 #include "support/json_helpers.h"
+#include "support/small_stack.h"
 
 #include <gtest/gtest.h>
 
-#include <pthread.h>
 
 #include <functional>
 #include <string>
@@ -15,30 +14,9 @@ namespace {
 
 using cairnjson::Parser;
 using cairnjson::Value;
+using quilby_test::runOnSmallStack;
 
 constexpr std::size_t kDepth = 1000000;
-constexpr std::size_t kSmallStack = 256 * 1024;
-
-// Runs `work` on a new thread whose stack is `kSmallStack` bytes and waits for it.
-void runOnSmallStack(const std::function<void()>& work) {
-  pthread_attr_t attributes;
-  ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, kSmallStack), 0);
-  pthread_t thread;
-  auto* task = new std::function<void()>(work);
-  const int created = pthread_create(
-      &thread, &attributes,
-      [](void* argument) -> void* {
-        std::unique_ptr<std::function<void()>> own(static_cast<std::function<void()>*>(argument));
-        (*own)();
-        return nullptr;
-      },
-      task);
-  pthread_attr_destroy(&attributes);
-  if (created != 0) delete task;
-  ASSERT_EQ(created, 0);
-  ASSERT_EQ(pthread_join(thread, nullptr), 0);
-}
 
 std::string nestedArrays(std::size_t depth) {
   return std::string(depth, '[') + "1" + std::string(depth, ']');
