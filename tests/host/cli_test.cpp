@@ -207,16 +207,6 @@ TEST_F(CliTest, ShellReadsAPipeWithoutPromptsAndFailsOnABadLine) {
   EXPECT_EQ(runEcho({"shell"}, "GET /Sensors\n").status, 0);
 }
 
-TEST_F(CliTest, VersionAndUnknownOptions) {
-  const Finished version = run({"--version"});
-  EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out, std::string("quilby-host ") + QUILBY_HOST_VERSION + "\n");
-  const Finished unknown = run({"shell", "--foo"});
-  EXPECT_EQ(unknown.status, 2);
-  EXPECT_EQ(unknown.errors,
-            "quilby-host: unknown option --foo\n(quilby-host --help lists the commands and flags)\n");
-}
-
 TEST_F(CliTest, MeasurePrintsATableWithUnitsAndWritesBothFiles) {
   const Finished finished =
       run({"measure", "--monitor", "QM7A0451/QM-27-Studio-Lab", "--count", "2", "--colours",

@@ -102,17 +102,4 @@ TEST(WorldLibraryTest, ExportsOnlyTheControlInterfaceAndTheDeviceTable) {
   }
 }
 
-// The variant libraries reach the same world as the normal ones when both are loaded.
-TEST(WorldLibraryTest, VariantLibrariesShareTheProcessWorld) {
-  void* library = dlopen(path(true, "libmeasurementdevice_x64.so").c_str(), RTLD_LAZY | RTLD_LOCAL);
-  ASSERT_NE(library, nullptr) << dlerror();
-  auto variantOpen = reinterpret_cast<decltype(&MDOpen)>(dlsym(library, "MDOpen"));
-  ASSERT_NE(variantOpen, nullptr);
-  MDHandle handle = nullptr;
-  ASSERT_EQ(variantOpen(33, &handle), EMERR_OK);
-  EXPECT_EQ(MDGetDeviceID(handle), 33u);
-  EXPECT_EQ(MDClose(&handle), EMERR_OK);
-  dlclose(library);
-}
-
 }  // namespace

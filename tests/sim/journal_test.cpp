@@ -121,20 +121,6 @@ TEST_F(FaultInjectionTest, FunctionsWithoutStatusAnswerNothing) {
   EXPECT_EQ(MDSupportsSubprocess(&subprocessDevice, 1), 1);
 }
 
-TEST_F(FaultInjectionTest, CountZeroAndClearRemoveFailures) {
-  QuilbySimFailNext("MDCalibrate", 5, EMERR_FAILED);
-  QuilbySimFailNext("MDCalibrate", 0, EMERR_FAILED);
-  MDHandle colorimeter = open(kColorimeter);
-  EXPECT_EQ(MDCalibrate(colorimeter), EMERR_OK);
-
-  QuilbySimFailNext("MDCalibrate", 5, EMERR_FAILED);
-  QuilbySimFailNext("NoSuchFunction", 5, EMERR_FAILED);
-  EXPECT_EQ(compact(world()["failures"]),
-            R"([{"count":5,"function":"MDCalibrate","skip":0,"status":"EMERR_FAILED"}])");
-  QuilbySimClearFailures();
-  EXPECT_EQ(MDCalibrate(colorimeter), EMERR_OK);
-}
-
 // The world file arms failures too, with calls to let pass first and the status in any of its
 // forms; the dump shows what is left.
 TEST_F(FaultInjectionTest, WorldFileFailuresSkipThenFail) {

@@ -54,47 +54,6 @@ TEST_F(MeasurementModelTest, SameSeedGivesSameNoisyReadingsAndAnotherSeedOthers)
   EXPECT_NE(run()[0], first[0]) << "another seed, other noise";
 }
 
-constexpr double kUserMatrix[9] = {1.1, 0, 0, 0, 0.9, 0, 0, 0, 1};
-constexpr double kExtraMatrix[9] = {1, 0, 0, 0, 1, 0.05, 0, 0, 1};
-constexpr double kIdentity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-
-struct Correction {
-  const char* name;
-  EmError (*apply)(MDHandle);
-  EmError (*release)(MDHandle);
-};
-
-TEST_F(MeasurementModelTest, EachCorrectionChangesCorrectedOnlyUntilTakenAway) {
-  const Correction kCorrections[] = {
-      {"CorrelationCorrection", [](MDHandle h) { return MDApplyCorrelationCorrection(h, 1); },
-       MDReleaseCorrelationCorrection},
-      {"CorrelationMatrix3Rows", [](MDHandle h) { return MDApplyCorrelationMatrix(h, 1); },
-       MDReleaseCorrelationMatrix},
-      {"CorrelationMatrix8Rows", [](MDHandle h) { return MDApplyCorrelationMatrix(h, 2); },
-       MDReleaseCorrelationMatrix},
-      {"UserCorrection", [](MDHandle h) { return MDSetCorrection(h, kUserMatrix); },
-       MDClearCorrection},
-      {"ExtraCorrection", [](MDHandle h) { return MDSetExCorrection(h, kExtraMatrix); },
-       [](MDHandle h) { return MDSetExCorrection(h, kIdentity); }},
-  };
-  MDHandle armSensor = armSensorOut();
-  ASSERT_EQ(MDClear9PointsCorrelationCorrection(armSensor), EMERR_OK);
-  const Pair before = measure(armSensor);
-  EXPECT_EQ(bits(before.raw), bits(before.corrected));
-  for (const Correction& row : kCorrections) {
-    SCOPED_TRACE(row.name);
-    ASSERT_EQ(row.apply(armSensor), EMERR_OK);
-    const Pair applied = measure(armSensor);
-    EXPECT_EQ(bits(applied.raw), bits(before.raw));
-    EXPECT_GT(std::fabs(applied.corrected.X - applied.raw.X) +
-                  std::fabs(applied.corrected.Y - applied.raw.Y) +
-                  std::fabs(applied.corrected.Z - applied.raw.Z),
-              0.5);
-    ASSERT_EQ(row.release(armSensor), EMERR_OK);
-    EXPECT_EQ(bits(measure(armSensor).corrected), bits(before.corrected));
-  }
-}
-
 // Preconditions of measuring, in the order a real instrument checks them.
 TEST_F(MeasurementModelTest, SensorNeedingCalibrationMeasuresOnlyAfterIt) {
   MDHandle spectrometer = open(kSpectrophotometer);
