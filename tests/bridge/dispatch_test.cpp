@@ -214,14 +214,29 @@ TEST(DispatchTest, NonFiniteNumberInTheAnswerIsUnknownError) {
 }
 
 TEST(EmErrorTest, EveryCodeHasItsText) {
-  // Each range's first and last code, the codes around them that have no text, and the one
-  // failure code that is let through.
   const std::pair<EmError, const char*> table[] = {
-      {0x00000000, "OK."}, {0x00000004, "OK but data is not corrected."},
-      {0x00000005, "Undefined error."}, {0x80000000, "Failed."}, {0x80000006, "Unknown."},
-      {0x8000000A, "Out of range."}, {0x8000001F, "Rejected by critical section."},
+      {0x00000000, "OK."}, {0x00000001, "Exists more data."}, {0x00000002, "Running."},
+      {0x00000003, "Unconfirmed."}, {0x00000004, "OK but data is not corrected."},
+      {0x80000000, "Failed."}, {0x80000001, "Invalid argument."}, {0x80000002, "Invalid buffer."},
+      {0x80000003, "Invalid buffer size."}, {0x80000004, "Already registered."},
+      {0x80000005, "Not registered."}, {0x80000006, "Unknown."}, {0x80000007, "Unsupported."},
+      {0x80000008, "Stall."}, {0x80000009, "Unimplemented."}, {0x8000000A, "Out of range."},
+      {0x8000000B, "No more data."}, {0x8000000C, "Canceled."}, {0x8000000D, "Out of domain."},
+      {0x8000000E, "Long proc lock is wait."}, {0x8000000F, "Short proc lock is wait."},
+      {0x80000010, "Dll is not found."}, {0x80000011, "Over limit."}, {0x80000012, "Already used."},
+      {0x80000013, "Timed out."}, {0x80000014, "Disabled."}, {0x80000015, "Invalid precondition."},
+      {0x80000016, "Unresolved."}, {0x80000017, "Retry count exceeded."},
+      {0x80000018, "Already created."}, {0x80000019, "Cannot create file."},
+      {0x8000001A, "Invalid data."}, {0x8000001B, "Invalid data size."}, {0x8000001C, "Invalid key."},
+      {0x8000001D, "Invalid key size."}, {0x8000001E, "Data verify error."},
+      {0x8000001F, "Rejected by critical section."}, {0x80010001, "Monitor connection error."},
+      {0x80010002, "Sensor connection error."}, {0x80010003, "Measure error."},
+      {0x80010004, "Sensor position error."}, {0x80010005, "Calculation error."},
+      {0x80010006, "Chamber error."}, {0x80010007, "Siggenerator error."},
+      {0x80010008, "Zero calibration error."},
+      {0x80010009, "Cannot enter monitor critical section."},
+      {0x8001000A, "Monitor critical section is owned."}, {0x00000005, "Undefined error."},
       {0x80000020, "Undefined error."}, {0x80010000, "Undefined error."},
-      {0x80010001, "Monitor connection error."}, {0x8001000A, "Monitor critical section is owned."},
       {0x8001000B, "Undefined error."}, {0xFFFFFFFF, "Undefined error."}};
   for (const auto& [code, text] : table) {
     EXPECT_EQ(vesk::emerror_string(code), text) << std::hex << code;

@@ -86,19 +86,4 @@ TEST_F(HandlesTest, HandlesThatAreNotOpenFailEveryCall) {
   refusedEverywhere("pre-reset", beforeReset);
 }
 
-TEST_F(HandlesTest, ConcurrentCallsKeepOneConsistentWorld) {
-  constexpr int kThreads = 4, kReadings = 200;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([] {
-      MDHandle handle = open(kColorimeter);
-      for (int i = 0; i < kReadings; ++i) ASSERT_EQ(measureStatus(handle), EMERR_OK);
-      ASSERT_EQ(MDClose(&handle), EMERR_OK);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(world()["sensors"][2ul]["state"]["measurements"].toInt(-1), kThreads * kReadings);
-  EXPECT_EQ(journal().size(), static_cast<std::size_t>(kThreads * (kReadings + 2)));
-}
-
 }  // namespace
