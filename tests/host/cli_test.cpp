@@ -1,14 +1,13 @@
 // quilby-host's command line end to end: the measuring script of docs/cli.md against the real
 // plug-in and the simulated device world (its CGATS file read back with Little CMS), run and
 // shell against the plug-in double, measure, and what the program says and exits with.
+#include "host_program.h"
+
 #include <gtest/gtest.h>
 #include <lcms2.h>
 
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
+
 
 #include <filesystem>
 #include <fstream>
@@ -17,7 +16,6 @@
 #include <string>
 #include <vector>
 
-extern char** environ;
 
 namespace {
 
@@ -52,50 +50,14 @@ class CliTest : public testing::Test {
   // `environment` added to the test's; gives up (killing it) after 20 s.
   Finished run(std::vector<std::string> arguments, const std::string& input = "",
                const std::vector<std::string>& environment = {}) {
-    arguments.insert(arguments.begin(), QUILBY_HOST_PROGRAM);
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    std::vector<std::string> variables = environment;
-    std::vector<char*> envp;
-    for (std::string& variable : variables) envp.push_back(variable.data());
-    for (char** entry = environ; *entry != nullptr; ++entry) envp.push_back(*entry);
-    envp.push_back(nullptr);
-
-    const fsys::path in = scratch_ / "stdin.txt";
-    const fsys::path out = scratch_ / "stdout.txt";
-    const fsys::path errors = scratch_ / "stderr.txt";
-    std::ofstream(in) << input;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addchdir_np(&actions, scratch_.c_str());
-    pid_t pid = -1;
+    quilby_test::HostProgram program(std::move(arguments), scratch_, environment, input);
     Finished finished;
-    const int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    if (spawned != 0) return finished;
-    int status = 0;
-    for (int tenths = 0; waitpid(pid, &status, WNOHANG) == 0; ++tenths) {
-      if (tenths == 200) {
-        kill(pid, SIGKILL);
-        waitpid(pid, &status, 0);
-        ADD_FAILURE() << "quilby-host " << arguments[1] << " did not end within 20 s";
-        break;
-      }
-      usleep(100 * 1000);
-    }
-    finished.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    finished.out = readFile(out);
-    finished.errors = readFile(errors);
+    finished.out = program.rest();
+    finished.status = program.wait();
+    finished.errors = program.errors();
     return finished;
   }
 
-  // Against the plug-in double, which echoes what each entry point receives.
   Finished runEcho(std::vector<std::string> arguments, const std::string& input = "") {
     arguments.insert(arguments.end(), {"--exports", QUILBY_ECHO_EXPORTS_DIR});
     return run(std::move(arguments), input);

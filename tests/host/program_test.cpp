@@ -1,94 +1,36 @@
 // The quilby-host program itself against the plug-in double, which echoes the four texts each
 // entry point received and whose TearDown leaves a mark: its HTTP front end over a loopback socket,
 // the command-line front end and a clean shutdown on signals.
+#include "host_program.h"
 #include "support/json_helpers.h"
 
 #include <gtest/gtest.h>
 #include <httplib.h>
 
-#include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-extern char** environ;
 
 namespace {
 
 using quilby_test::parsed;
 namespace fsys = std::filesystem;
 
-// A running quilby-host with its standard output on a pipe and its standard error in `errors`.
-class Program {
- public:
-  Program(std::vector<std::string> arguments, const fsys::path& mark,
-          const fsys::path& errors = "/dev/null") {
-    arguments.insert(arguments.begin(), QUILBY_HOST_PROGRAM);
+// quilby-host on the echo plug-in, whose TearDown writes "TearDown" to `mark`.
+struct Program : quilby_test::HostProgram {
+  Program(std::vector<std::string> arguments, const fsys::path& directory, const fsys::path& mark)
+      : HostProgram(withEcho(std::move(arguments)), directory,
+                    {"QUILBY_ECHO_TEARDOWN_MARK=" + mark.string()}) {}
+  static std::vector<std::string> withEcho(std::vector<std::string> arguments) {
     arguments.insert(arguments.end(), {"--exports", QUILBY_ECHO_EXPORTS_DIR, "--quiet"});
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    // The environment passes (a sanitizer's options with it), with where TearDown leaves its mark.
-    std::string markVariable = "QUILBY_ECHO_TEARDOWN_MARK=" + mark.string();
-    std::vector<char*> envp = {markVariable.data()};
-    for (char** entry = environ; *entry != nullptr; ++entry) envp.push_back(*entry);
-    envp.push_back(nullptr);
-
-    int out[2];
-    EXPECT_EQ(pipe(out), 0);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, out[0]);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    EXPECT_EQ(posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), envp.data()), 0);
-    posix_spawn_file_actions_destroy(&actions);
-    close(out[1]);
-    output_ = fdopen(out[0], "r");
+    return arguments;
   }
-  ~Program() {
-    if (pid_ > 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-    if (output_) fclose(output_);
-  }
-
-  // The next line of standard output, empty at its end.
-  std::string line() {
-    char buffer[65536];
-    return fgets(buffer, sizeof buffer, output_) ? buffer : "";
-  }
-  // The exit status; -1 when it did not exit normally, -2 when it was still running after 20 s
-  // (it is then killed).
-  int wait() {
-    int status = 0;
-    for (int tenths = 0; waitpid(pid_, &status, WNOHANG) == 0; ++tenths) {
-      if (tenths == 200) {
-        kill(pid_, SIGKILL);
-        waitpid(pid_, nullptr, 0);
-        pid_ = -1;
-        return -2;
-      }
-      usleep(100 * 1000);
-    }
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  void signal(int number) { kill(pid_, number); }
-
- private:
-  pid_t pid_ = -1;
-  FILE* output_ = nullptr;
 };
 
 class ProgramTest : public testing::Test {
@@ -111,7 +53,7 @@ class ProgramTest : public testing::Test {
 TEST_F(ProgramTest, ServeTearsDownOnEitherSignal) {
   for (const int number : {SIGTERM, SIGINT}) {
     fsys::remove(mark_);
-    Program program({"--port", "0"}, mark_);
+    Program program({"--port", "0"}, scratch_, mark_);
     const std::string first = program.line();
     ASSERT_EQ(first.rfind("quilby-host: console at http://127.0.0.1:", 0), 0u) << first;
     program.signal(number);
@@ -122,16 +64,16 @@ TEST_F(ProgramTest, ServeTearsDownOnEitherSignal) {
 
 // A second host on the same port would split the requests between two device worlds.
 TEST_F(ProgramTest, ASecondHostOnAPortInUseRefusesToStart) {
-  Program first({"--port", "0"}, mark_);
+  Program first({"--port", "0"}, scratch_, mark_);
   const std::string line = first.line();
   const std::string prefix = "quilby-host: console at http://127.0.0.1:";
   ASSERT_EQ(line.rfind(prefix, 0), 0u) << line;
   const std::string port = std::to_string(std::stoi(line.substr(prefix.size())));
 
-  Program second({"--port", port}, mark_, scratch_ / "errors");
+  fsys::create_directories(scratch_ / "second");
+  Program second({"--port", port}, scratch_ / "second", mark_);
   EXPECT_EQ(second.wait(), 1);
-  std::ifstream errors(scratch_ / "errors");
-  const std::string text((std::istreambuf_iterator<char>(errors)), {});
+  const std::string text = second.errors();
   EXPECT_NE(text.find("port " + port + " is in use"), std::string::npos) << text;
 
   httplib::Client client("127.0.0.1", std::stoi(port));
@@ -146,7 +88,8 @@ TEST_F(ProgramTest, ASecondHostOnAPortInUseRefusesToStart) {
 class HttpTest : public testing::Test {
  protected:
   static void SetUpTestSuite() {
-    server_ = new Program({"--port", "0"}, "");
+    fsys::create_directories(directory_);
+    server_ = new Program({"--port", "0"}, directory_, "");
     const std::string first = server_->line();
     const std::string prefix = "quilby-host: console at http://127.0.0.1:";
     ASSERT_EQ(first.rfind(prefix, 0), 0u) << first;
@@ -156,6 +99,7 @@ class HttpTest : public testing::Test {
     server_->signal(SIGTERM);
     EXPECT_EQ(server_->wait(), 0);
     delete server_;
+    fsys::remove_all(directory_);
   }
 
   // The response to `method` `path` with `body` and extra headers; the test stops without one.
@@ -175,6 +119,8 @@ class HttpTest : public testing::Test {
     return *result;
   }
 
+  static inline const fsys::path directory_ =
+      fsys::temp_directory_path() / ("quilby-host-http-" + std::to_string(getpid()));
   static inline Program* server_ = nullptr;
   static inline int port_ = 0;
 };
