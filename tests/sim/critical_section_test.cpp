@@ -70,13 +70,4 @@ INSTANTIATE_TEST_SUITE_P(Rows, CriticalSectionTest, testing::ValuesIn(kSectionCa
 
 class MonitorSectionTest : public SimTest {};
 
-TEST_F(MonitorSectionTest, UnknownMonitorsAreRefused) {
-  EXPECT_EQ(EmCtrlLockMonitor("NOPE", kStudioProduct), EMERR_MONITOR_CONNECTION_ERROR);
-  EXPECT_EQ(EmCtrlLockMonitor(kStudioSerial, "Other"), EMERR_MONITOR_CONNECTION_ERROR);
-  EXPECT_EQ(EmCtrlLockMonitor(nullptr, kStudioProduct), EMERR_INVALID_ARGUMENT);
-  EXPECT_EQ(QuilbySimHoldMonitor("NOPE", kStudioProduct, 1), -1);
-  EXPECT_EQ(CSSG2H_SetHumanDetectOnOff(reinterpret_cast<void*>(uintptr_t{5}), 1),
-            EMERR_MONITOR_CONNECTION_ERROR);
-}
-
 }  // namespace

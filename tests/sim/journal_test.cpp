@@ -6,6 +6,7 @@
 #include <fstream>
 #include <regex>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -97,30 +98,6 @@ TEST_F(FaultInjectionTest, FailsTheNextCallsWithoutActingThenWorksAgain) {
   EXPECT_EQ(world()["sensors"][2ul]["state"]["mode"].toInt(-1), 0) << "but nothing done";
 }
 
-// Functions without a status fail with their own "nothing", each once only.
-TEST_F(FaultInjectionTest, FunctionsWithoutStatusAnswerNothing) {
-  MDHandle armSensor = openBuiltIn(kStudioHid);
-  for (const char* function :
-       {"MDGetHIDHandle", "MDGetDeviceID", "MDGetName", "MDIsValidConnection",
-        "CSSG2H_SetColorSensorDataIndex", "EmCtrlGetPanelRevision", "HvxCreateUSBDeviceSnapshot",
-        "mirelto_get_logger", "MDSupportsSubprocess"}) {
-    QuilbySimFailNext(function, 1, EMERR_FAILED);
-  }
-  const MDDeviceID subprocessDevice = kSpectrophotometer;
-  EXPECT_EQ(MDGetHIDHandle(armSensor), nullptr);
-  EXPECT_EQ(MDGetDeviceID(armSensor), 0u);
-  EXPECT_EQ(MDGetName(armSensor), nullptr);
-  EXPECT_EQ(MDIsValidConnection(armSensor), 0);
-  EXPECT_LT(CSSG2H_SetColorSensorDataIndex(kStudioHid, 3, 0), 0);
-  EXPECT_EQ(EmCtrlGetPanelRevision(kStudioSerial, kStudioProduct), 0);
-  EXPECT_EQ(HvxCreateUSBDeviceSnapshot(), nullptr);
-  EXPECT_EQ(mirelto_get_logger(), nullptr);
-  EXPECT_EQ(MDSupportsSubprocess(&subprocessDevice, 1), 0);
-  EXPECT_EQ(MDGetHIDHandle(armSensor), kStudioHid);
-  EXPECT_EQ(EmCtrlGetPanelRevision(kStudioSerial, kStudioProduct), 3);
-  EXPECT_EQ(MDSupportsSubprocess(&subprocessDevice, 1), 1);
-}
-
 // The world file arms failures too, with calls to let pass first and the status in any of its
 // forms; the dump shows what is left.
 TEST_F(FaultInjectionTest, WorldFileFailuresSkipThenFail) {
@@ -139,6 +116,24 @@ TEST_F(FaultInjectionTest, WorldFileFailuresSkipThenFail) {
   }
   ASSERT_EQ(QuilbySimReset(), 0);
   EXPECT_EQ(world()["failures"].size(), 0u) << "the built-in world has none";
+}
+
+// The world's noise is drawn from its seed: the same seed gives the same readings, another seed
+// others, so that every test run sees the same world.
+TEST_F(FaultInjectionTest, SameSeedGivesSameNoisyReadingsAndAnotherSeedOthers) {
+  const auto run = [] {
+    MDHandle colorimeter = open(kColorimeter);
+    MDColor first{}, second{}, corrected{};
+    EXPECT_EQ(MDMeasureXYZ2(colorimeter, &first, &corrected), EMERR_OK);
+    EXPECT_EQ(MDMeasureXYZ2(colorimeter, &second, &corrected), EMERR_OK);
+    return std::vector<double>{first.X, first.Y, second.X, second.Y};
+  };
+  const std::vector<double> first = run();
+  ASSERT_EQ(QuilbySimReset(), 0);
+  EXPECT_EQ(run(), first);
+  EXPECT_NE(first[1], first[3]) << "noise varies from reading to reading";
+  ASSERT_EQ(loadWorld(worldWith({{"noise.seed", "7"}})), "");
+  EXPECT_NE(run()[1], first[1]) << "another seed, other noise";
 }
 
 // A line's time, UTC with milliseconds ("2024-03-14T09:26:53.589Z"), and the tab after it.
