@@ -12,12 +12,16 @@
 #   make bench   the benchmarks, optimised build (build-bench/): JSON, requests, instruction counts
 #   make bench-instructions  the plug-in's own instructions per request, under callgrind
 #   make fuzz    the libFuzzer targets for FUZZ_SECONDS each (clang, build-fuzz/)
+#   make coverage  line and branch coverage of src/ by all tests (gcc --coverage, build-coverage/)
+#   make mutate  a fixed, seeded sample of small faults put into src/, and which of them the tests
+#                catch (build-mutate/; MUTATE_FLAGS="--count 40 ..." passes flags to the script)
 #   make demo    the development host on the simulated device world; prints the console's URL
 #                (DEMO_FLAGS="--port 9000 ..." passes flags to quilby-host)
 
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
 DEMO_FLAGS ?=
+MUTATE_FLAGS ?=
 CONFIGURE = cmake -S . -G Ninja -Wno-dev
 
 # Sanitizer runs halt on the first report.
@@ -25,7 +29,7 @@ export ASAN_OPTIONS ?= halt_on_error=1:abort_on_error=1:detect_leaks=1
 export UBSAN_OPTIONS ?= halt_on_error=1:print_stacktrace=1
 
 .PHONY: build test test-normal test-asan test-tsan test-thread-safety test-browser bench \
-	bench-build bench-instructions fuzz demo clean
+	bench-build bench-instructions fuzz demo coverage mutate clean
 
 build:
 	@scripts/install-deps build
@@ -56,7 +60,7 @@ test-tsan:
 	@scripts/install-deps test
 	$(CONFIGURE) -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILBY_SANITIZER=thread
 	cmake --build build-tsan -j $(JOBS) --target registry_stress_tests
-	TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/registry/registry_stress_tests
+	TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/device/registry_stress_tests
 
 # The locking discipline of the plug-in's shared structures, proven by clang at compile time.
 test-thread-safety:
@@ -102,6 +106,15 @@ fuzz:
 	build-fuzz/fuzz/bridge_fuzz -max_total_time=$(FUZZ_SECONDS) -dict=fuzz/json.dict \
 	  build-fuzz/corpus/bridge fuzz/corpus/bridge
 
+# What the tests reach and what they catch; see docs/testing.md.
+coverage:
+	@scripts/install-deps coverage
+	JOBS=$(JOBS) scripts/coverage build-coverage
+
+mutate:
+	@scripts/install-deps mutate
+	scripts/mutate --jobs $(JOBS) $(MUTATE_FLAGS)
+
 # Builds only the host and what it loads (the plug-in, the simulated libraries), then serves the
 # console until Ctrl-C.
 demo:
@@ -111,4 +124,4 @@ demo:
 	build/quilby-host $(DEMO_FLAGS)
 
 clean:
-	rm -rf build build-asan build-tsan build-clang build-bench build-fuzz
+	rm -rf build build-asan build-tsan build-clang build-bench build-fuzz build-coverage build-mutate

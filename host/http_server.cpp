@@ -190,8 +190,8 @@ struct HttpServer::State {
     [[maybe_unused]] const ssize_t written = write(wakeup, &one, sizeof one);
   }
   // One turn of the event loop: waits for the library's sockets, a wake-up, the library's own
-  // timeout or the nearest deadline, then lets the library work. False when it cannot.
-  bool turn();
+  // timeout, the nearest deadline or `longest`, then lets the library work. False when it cannot.
+  bool turn(std::chrono::milliseconds longest = std::chrono::minutes(1));
 
   // The library's callbacks; `server` is the State.
   static MHD_Result onRequest(void* server, MHD_Connection* connection, const char* url,
@@ -597,13 +597,13 @@ std::chrono::milliseconds HttpServer::State::cutLateRequests() {
   return std::chrono::ceil<std::chrono::milliseconds>(nearest - now);
 }
 
-bool HttpServer::State::turn() {
-  constexpr long long kLongestWait = 60000;
-  long long wait = std::min<long long>(cutLateRequests().count(), kLongestWait);
+bool HttpServer::State::turn(std::chrono::milliseconds longest) {
+  const long long longestWait = std::max<long long>(longest.count(), 0);
+  long long wait = std::min<long long>(cutLateRequests().count(), longestWait);
   MHD_UNSIGNED_LONG_LONG libraryWait = 0;
   if (MHD_get_timeout(daemon, &libraryWait) == MHD_YES) {
     wait = std::min(wait, static_cast<long long>(std::min<MHD_UNSIGNED_LONG_LONG>(
-                              libraryWait, kLongestWait)));
+                              libraryWait, longestWait)));
   }
   epoll_event events[2];
   if (epoll_wait(poller, events, 2, static_cast<int>(std::max(wait, 0LL))) < 0 &&
@@ -704,7 +704,12 @@ bool HttpServer::serve() {
   constexpr auto kGrace = std::chrono::seconds(2);
   Clock::time_point graceEnd = Clock::now() + kGrace;
   while (state.working > 0 || (state.answering > 0 && Clock::now() < graceEnd)) {
-    if (!state.turn()) break;
+    // Once only answers are left, the library may have nothing to wake the loop for (a reader
+    // that stopped reading, a finished answer it has not yet counted): the grace bounds the wait.
+    const std::chrono::milliseconds longest =
+        state.working > 0 ? std::chrono::minutes(1)
+                          : std::chrono::ceil<std::chrono::milliseconds>(graceEnd - Clock::now());
+    if (!state.turn(longest)) break;
     if (state.working > 0) graceEnd = Clock::now() + kGrace;
   }
   MHD_stop_daemon(state.daemon);

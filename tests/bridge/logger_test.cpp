@@ -5,6 +5,7 @@
 #include "plugin_host.h"
 #include "quilby_sim/control.h"
 #include "support/json_helpers.h"
+#include "support/world.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +17,7 @@ namespace {
 
 // The lines sent to mirelto_log since the journal was last emptied: logger name, level, text.
 std::vector<std::tuple<std::string, int, std::string>> loggedLines() {
-  std::string text(QuilbySimJournal(nullptr, 0) + 1, '\0');
-  text.resize(QuilbySimJournal(text.data(), static_cast<std::uint32_t>(text.size())));
-  const cairnjson::Value journal = quilby_test::parsed(text);
+  const cairnjson::Value journal = quilby_test::parsed(quilby_test::controlText(QuilbySimJournal));
   std::vector<std::tuple<std::string, int, std::string>> lines;
   for (const cairnjson::Value& entry : journal.elements()) {
     if (entry["function"].stringRef() != "mirelto_log") continue;
@@ -43,7 +42,7 @@ TEST_F(LoggerTest, SuccessAndFailureLinesCarryStatusMethodUriAndOutcome) {
   BridgeResult success = BridgeResultOK(cairnjson::Value());
   logger.logResult("GET", "/quilby/Sensors/Name", success);
   try {
-    vesk::BridgeCheckEmError(0x80000000u, "Open sensor.");
+    vesk::BridgeCheckEmError(0x8000001Cu, "Get device option value.");  // lower-case hex
   } catch (const BridgeResultError& failure) {
     logger.logResult("PUT", "/quilby/Sensors/x/Mode", failure);
   }
@@ -58,8 +57,8 @@ TEST_F(LoggerTest, SuccessAndFailureLinesCarryStatusMethodUriAndOutcome) {
             (std::vector<Line>{
                 {"Quilby", 2, "statusCode:200\tmethod:GET\turi:/quilby/Sensors/Name\tmsg:Success"},
                 {"Quilby", 5,
-                 "statusCode:500\tmethod:PUT\turi:/quilby/Sensors/x/Mode\terr:EmError\tmsg:Failed."
-                 "\tcode:0x80000000"},
+                 "statusCode:500\tmethod:PUT\turi:/quilby/Sensors/x/Mode\terr:EmError\tmsg:Invalid "
+                 "key.\tcode:0x8000001c"},
                 {"Quilby", 5,
                  "statusCode:400\tmethod:POST\turi:/quilby/\terr:BadRequestError\tmsg:URI is "
                  "invalid."},

@@ -1,10 +1,10 @@
 #include "calibration/tolerant_compare.h"
 
 #include "support/json_helpers.h"
+#include "support/small_stack.h"
 
 #include <gtest/gtest.h>
 
-#include <pthread.h>
 
 #include <cctype>
 #include <climits>
@@ -100,27 +100,16 @@ TEST(DoubleArrayEqualsTest, DeepNestingIsSafeOnSmallStack) {
   const auto nested = [](const char* leaf) {
     return parsed(std::string(200000, '[') + leaf + std::string(200000, ']'));
   };
-  struct Job {
-    Value a, same, other;
-    bool equal[4];
-  } job{nested("1"), nested("1"), nested("2"), {false, false, true, true}};
-  pthread_attr_t attributes;
-  ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
-  const auto walk = [](void* argument) -> void* {
-    Job& job = *static_cast<Job*>(argument);
-    job.equal[0] = vesk::DoubleArrayEquals(job.a, job.same);
-    job.equal[1] = vesk::DoubleArraySignificantFigureEquals(job.a, job.same);
-    job.equal[2] = vesk::DoubleArrayEquals(job.a, job.other);
-    job.equal[3] = vesk::DoubleArraySignificantFigureEquals(job.a, job.other);
-    return nullptr;
-  };
-  pthread_t thread;
-  ASSERT_EQ(pthread_create(&thread, &attributes, walk, &job), 0);
-  ASSERT_EQ(pthread_join(thread, nullptr), 0);
-  pthread_attr_destroy(&attributes);
-  EXPECT_TRUE(job.equal[0] && job.equal[1]);
-  EXPECT_FALSE(job.equal[2] || job.equal[3]);
+  const Value a = nested("1"), same = nested("1"), other = nested("2");
+  bool equal[4] = {false, false, true, true};
+  quilby_test::runOnSmallStack([&] {
+    equal[0] = vesk::DoubleArrayEquals(a, same);
+    equal[1] = vesk::DoubleArraySignificantFigureEquals(a, same);
+    equal[2] = vesk::DoubleArrayEquals(a, other);
+    equal[3] = vesk::DoubleArraySignificantFigureEquals(a, other);
+  });
+  EXPECT_TRUE(equal[0] && equal[1]);
+  EXPECT_FALSE(equal[2] || equal[3]);
 }
 
 // Two complete records. kColour serves wherever X, Y, Z or R, G, B are read.

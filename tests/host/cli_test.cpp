@@ -1,14 +1,13 @@
 // quilby-host's command line end to end: the measuring script of docs/cli.md against the real
 // plug-in and the simulated device world (its CGATS file read back with Little CMS), run and
 // shell against the plug-in double, measure, and what the program says and exits with.
+#include "host_program.h"
+
 #include <gtest/gtest.h>
 #include <lcms2.h>
 
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
+
 
 #include <filesystem>
 #include <fstream>
@@ -17,7 +16,6 @@
 #include <string>
 #include <vector>
 
-extern char** environ;
 
 namespace {
 
@@ -52,50 +50,14 @@ class CliTest : public testing::Test {
   // `environment` added to the test's; gives up (killing it) after 20 s.
   Finished run(std::vector<std::string> arguments, const std::string& input = "",
                const std::vector<std::string>& environment = {}) {
-    arguments.insert(arguments.begin(), QUILBY_HOST_PROGRAM);
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    std::vector<std::string> variables = environment;
-    std::vector<char*> envp;
-    for (std::string& variable : variables) envp.push_back(variable.data());
-    for (char** entry = environ; *entry != nullptr; ++entry) envp.push_back(*entry);
-    envp.push_back(nullptr);
-
-    const fsys::path in = scratch_ / "stdin.txt";
-    const fsys::path out = scratch_ / "stdout.txt";
-    const fsys::path errors = scratch_ / "stderr.txt";
-    std::ofstream(in) << input;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addchdir_np(&actions, scratch_.c_str());
-    pid_t pid = -1;
+    quilby_test::HostProgram program(std::move(arguments), scratch_, environment, input);
     Finished finished;
-    const int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    if (spawned != 0) return finished;
-    int status = 0;
-    for (int tenths = 0; waitpid(pid, &status, WNOHANG) == 0; ++tenths) {
-      if (tenths == 200) {
-        kill(pid, SIGKILL);
-        waitpid(pid, &status, 0);
-        ADD_FAILURE() << "quilby-host " << arguments[1] << " did not end within 20 s";
-        break;
-      }
-      usleep(100 * 1000);
-    }
-    finished.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    finished.out = readFile(out);
-    finished.errors = readFile(errors);
+    finished.out = program.rest();
+    finished.status = program.wait();
+    finished.errors = program.errors();
     return finished;
   }
 
-  // Against the plug-in double, which echoes what each entry point receives.
   Finished runEcho(std::vector<std::string> arguments, const std::string& input = "") {
     arguments.insert(arguments.end(), {"--exports", QUILBY_ECHO_EXPORTS_DIR});
     return run(std::move(arguments), input);
@@ -168,32 +130,6 @@ TEST_F(CliTest, TheDocumentedMeasuringScriptKeepsItsReadingsAsCgats) {
   EXPECT_EQ(linesOf(readFile(scratch_ / "studio.csv")).size(), 5u);
 }
 
-TEST_F(CliTest, RunSaysWhichLinesFailedAndSumsUp) {
-  write("session.txt",
-        "entry = .value.entryPoint POST /Sensors/33\n"
-        "PUT /Sensors/$entry/Mode\n"
-        "GET /Nowhere\n"
-        "GET /Sensors/$sensor/XYZ\n"
-        "a line\n");
-  const Finished finished = runEcho({"run", "session.txt"});
-  EXPECT_EQ(finished.status, 1);
-  EXPECT_NE(finished.errors.find("session.txt:3: GET /Nowhere answered 404: No resource answers "
-                                 "GET /Nowhere.\n"
-                                 "session.txt:4: unknown variable $sensor\n"
-                                 "session.txt:5: expected METHOD PATH [body], with a path "
-                                 "starting with /\n"),
-            std::string::npos)
-      << finished.errors;
-  EXPECT_NE(finished.errors.find("quilby-host: 5 requests, 2 answered 2xx, 3 failed\n"),
-            std::string::npos)
-      << finished.errors;
-  // The double answers the texts it received: the captured entry point reached the next path.
-  EXPECT_NE(finished.out.find("> PUT /Sensors/DeviceID/Mode\n200 "), std::string::npos)
-      << finished.out;
-  EXPECT_NE(finished.out.find(R"("parameters":"{\"id\":\"DeviceID\"}")"), std::string::npos)
-      << finished.out;
-}
-
 TEST_F(CliTest, RunChecksItsFileBeforeLoadingThePlugIn) {
   const Finished finished = runEcho({"run", "missing.txt"});
   EXPECT_EQ(finished.status, 2);
@@ -231,16 +167,6 @@ TEST_F(CliTest, ShellReadsAPipeWithoutPromptsAndFailsOnABadLine) {
   EXPECT_NE(finished.errors.find("quilby-host: 2 requests, 1 answered 2xx, 1 failed\n"),
             std::string::npos);
   EXPECT_EQ(runEcho({"shell"}, "GET /Sensors\n").status, 0);
-}
-
-TEST_F(CliTest, VersionAndUnknownOptions) {
-  const Finished version = run({"--version"});
-  EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out, std::string("quilby-host ") + QUILBY_HOST_VERSION + "\n");
-  const Finished unknown = run({"shell", "--foo"});
-  EXPECT_EQ(unknown.status, 2);
-  EXPECT_EQ(unknown.errors,
-            "quilby-host: unknown option --foo\n(quilby-host --help lists the commands and flags)\n");
 }
 
 TEST_F(CliTest, MeasurePrintsATableWithUnitsAndWritesBothFiles) {

@@ -151,28 +151,15 @@ TEST_F(ColourRoutesTest, ExportAnswersTheFileItself) {
   EXPECT_EQ(csv.contentType, "text/csv; charset=utf-8");
   EXPECT_EQ(csv.headers, (std::vector<std::pair<std::string, std::string>>{
                              {"Content-Disposition", "attachment; filename=\"quilby-readings.csv\""}}));
-  EXPECT_EQ(csv.body.substr(0, csv.body.find("\r\n")),
-            "time,sensor,mode,corrected,X,Y,Z,x,y,u',v',CCT,Duv,L*,a*,b*");
-  EXPECT_NE(csv.body.find("\r\n2026-11-24T12:00:01.000Z,QM arm sensor (1afd24df),XYZ,false,"
-                          "152.1200,160.0500,174.1700,"),
-            std::string::npos)
-      << csv.body;
-
+  // The file itself is export_test.cpp's; here it comes with the white's L*a*b*.
+  EXPECT_NE(csv.body.find(",L*,a*,b*\r\n"), std::string::npos) << csv.body;
   const HostResponse cgats = post("/colour/export?format=cgats", body);
   ASSERT_EQ(cgats.status, 200) << cgats.body;
   EXPECT_EQ(cgats.contentType, "text/plain; charset=utf-8");
   EXPECT_EQ(cgats.headers.at(0).second, "attachment; filename=\"quilby-readings.cgats.txt\"");
-  cmsHANDLE it8 = cmsIT8LoadFromMem(nullptr, cgats.body.data(),
-                                    static_cast<cmsUInt32Number>(cgats.body.size()));
-  ASSERT_NE(it8, nullptr) << cgats.body;
-  EXPECT_EQ(std::string(cmsIT8GetProperty(it8, "ORIGINATOR")),
-            std::string("quilby-host ") + QUILBY_HOST_VERSION);
-  EXPECT_EQ(cmsIT8GetPropertyDbl(it8, "NUMBER_OF_SETS"), 2);
-  EXPECT_NEAR(cmsIT8GetDataDbl(it8, "2", "XYZ_X"), 152.12, 1e-9);
-  EXPECT_NEAR(cmsIT8GetDataDbl(it8, "1", "LAB_L"), 100, 1e-9);
-  EXPECT_STREQ(cmsIT8GetData(it8, "2", "CORRECTED"), "false");
-  EXPECT_STREQ(cmsIT8GetData(it8, "1", "SENSOR"), "QM arm sensor (1afd24df)");
-  cmsIT8Free(it8);
+  EXPECT_NE(cgats.body.find("ORIGINATOR\t\"quilby-host " QUILBY_HOST_VERSION "\""),
+            std::string::npos)
+      << cgats.body;
 }
 
 // The host's own route families answer for every path under them.

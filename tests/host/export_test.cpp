@@ -118,9 +118,4 @@ TEST(ExportTest, CgatsHasLabAndLabelFieldsOnlyWhenThereAreAny) {
                                                    "SENSOR", "MODE", "CORRECTED"}));
 }
 
-TEST(ExportTest, CurrentTimeIsIsoUtcToTheMillisecond) {
-  EXPECT_TRUE(std::regex_match(quilbycolour::currentUtcTime(),
-                               std::regex(R"(20\d\d-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)")));
-}
-
 }  // namespace

@@ -1,94 +1,36 @@
 // The quilby-host program itself against the plug-in double, which echoes the four texts each
 // entry point received and whose TearDown leaves a mark: its HTTP front end over a loopback socket,
 // the command-line front end and a clean shutdown on signals.
+#include "host_program.h"
 #include "support/json_helpers.h"
 
 #include <gtest/gtest.h>
 #include <httplib.h>
 
-#include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-extern char** environ;
 
 namespace {
 
 using quilby_test::parsed;
 namespace fsys = std::filesystem;
 
-// A running quilby-host with its standard output on a pipe and its standard error in `errors`.
-class Program {
- public:
-  Program(std::vector<std::string> arguments, const fsys::path& mark,
-          const fsys::path& errors = "/dev/null") {
-    arguments.insert(arguments.begin(), QUILBY_HOST_PROGRAM);
+// quilby-host on the echo plug-in, whose TearDown writes "TearDown" to `mark`.
+struct Program : quilby_test::HostProgram {
+  Program(std::vector<std::string> arguments, const fsys::path& directory, const fsys::path& mark)
+      : HostProgram(withEcho(std::move(arguments)), directory,
+                    {"QUILBY_ECHO_TEARDOWN_MARK=" + mark.string()}) {}
+  static std::vector<std::string> withEcho(std::vector<std::string> arguments) {
     arguments.insert(arguments.end(), {"--exports", QUILBY_ECHO_EXPORTS_DIR, "--quiet"});
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    // The environment passes (a sanitizer's options with it), with where TearDown leaves its mark.
-    std::string markVariable = "QUILBY_ECHO_TEARDOWN_MARK=" + mark.string();
-    std::vector<char*> envp = {markVariable.data()};
-    for (char** entry = environ; *entry != nullptr; ++entry) envp.push_back(*entry);
-    envp.push_back(nullptr);
-
-    int out[2];
-    EXPECT_EQ(pipe(out), 0);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, out[0]);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    EXPECT_EQ(posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), envp.data()), 0);
-    posix_spawn_file_actions_destroy(&actions);
-    close(out[1]);
-    output_ = fdopen(out[0], "r");
+    return arguments;
   }
-  ~Program() {
-    if (pid_ > 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-    if (output_) fclose(output_);
-  }
-
-  // The next line of standard output, empty at its end.
-  std::string line() {
-    char buffer[65536];
-    return fgets(buffer, sizeof buffer, output_) ? buffer : "";
-  }
-  // The exit status; -1 when it did not exit normally, -2 when it was still running after 20 s
-  // (it is then killed).
-  int wait() {
-    int status = 0;
-    for (int tenths = 0; waitpid(pid_, &status, WNOHANG) == 0; ++tenths) {
-      if (tenths == 200) {
-        kill(pid_, SIGKILL);
-        waitpid(pid_, nullptr, 0);
-        pid_ = -1;
-        return -2;
-      }
-      usleep(100 * 1000);
-    }
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  void signal(int number) { kill(pid_, number); }
-
- private:
-  pid_t pid_ = -1;
-  FILE* output_ = nullptr;
 };
 
 class ProgramTest : public testing::Test {
@@ -103,44 +45,15 @@ class ProgramTest : public testing::Test {
     return text == "TearDown";
   }
 
-  // The lines `run` prints for a file of `requests`, and its exit status.
-  std::pair<std::vector<std::string>, int> run(const std::string& requests) {
-    std::ofstream(scratch_ / "requests.txt") << requests;
-    Program program({"run", (scratch_ / "requests.txt").string()}, mark_);
-    std::vector<std::string> lines;
-    for (std::string next = program.line(); !next.empty(); next = program.line()) {
-      lines.push_back(next.substr(0, next.find('\n')));
-    }
-    return {lines, program.wait()};
-  }
-
   const fsys::path scratch_ =
       fsys::temp_directory_path() / ("quilby-host-" + std::to_string(getpid()));
   const fsys::path mark_ = scratch_ / "teardown";
 };
 
-TEST_F(ProgramTest, RunAnswersEveryLineAndFailsOnlyWhenOneFails) {
-  const auto [lines, status] = run("# opens and sets a mode\n"
-                                   "\n"
-                                   "POST /Sensors/33\n"
-                                   "put /Sensors/a/Mode {\"mode\": 1,  \"observerKey\": 0}\n"
-                                   "GET /Nowhere\n");
-  EXPECT_EQ(status, 1);
-  EXPECT_TRUE(tornDown());
-  // --quiet (which every Program passes) leaves the answers alone, without the "> " lines.
-  const std::vector<std::string> expected = {
-      R"(200 {"error":null,"value":{"data":"","entryPoint":"DeviceID","parameters":"{\"deviceID\":\"33\"}","query":"{}","request":"{\"method\":\"POST\"}"}})",
-      R"(200 {"error":null,"value":{"data":"{\"mode\": 1,  \"observerKey\": 0}","entryPoint":"SensorMode","parameters":"{\"id\":\"a\"}","query":"{}","request":"{\"method\":\"PUT\"}"}})",
-      R"(404 {"error":{"message":"No resource answers GET /Nowhere.","name":"HostError"},"value":null})",
-  };
-  EXPECT_EQ(lines, expected);
-  EXPECT_EQ(run("GET /Sensors?connected\n").second, 0);
-}
-
 TEST_F(ProgramTest, ServeTearsDownOnEitherSignal) {
   for (const int number : {SIGTERM, SIGINT}) {
     fsys::remove(mark_);
-    Program program({"--port", "0"}, mark_);
+    Program program({"--port", "0"}, scratch_, mark_);
     const std::string first = program.line();
     ASSERT_EQ(first.rfind("quilby-host: console at http://127.0.0.1:", 0), 0u) << first;
     program.signal(number);
@@ -151,16 +64,16 @@ TEST_F(ProgramTest, ServeTearsDownOnEitherSignal) {
 
 // A second host on the same port would split the requests between two device worlds.
 TEST_F(ProgramTest, ASecondHostOnAPortInUseRefusesToStart) {
-  Program first({"--port", "0"}, mark_);
+  Program first({"--port", "0"}, scratch_, mark_);
   const std::string line = first.line();
   const std::string prefix = "quilby-host: console at http://127.0.0.1:";
   ASSERT_EQ(line.rfind(prefix, 0), 0u) << line;
   const std::string port = std::to_string(std::stoi(line.substr(prefix.size())));
 
-  Program second({"--port", port}, mark_, scratch_ / "errors");
+  fsys::create_directories(scratch_ / "second");
+  Program second({"--port", port}, scratch_ / "second", mark_);
   EXPECT_EQ(second.wait(), 1);
-  std::ifstream errors(scratch_ / "errors");
-  const std::string text((std::istreambuf_iterator<char>(errors)), {});
+  const std::string text = second.errors();
   EXPECT_NE(text.find("port " + port + " is in use"), std::string::npos) << text;
 
   httplib::Client client("127.0.0.1", std::stoi(port));
@@ -171,17 +84,12 @@ TEST_F(ProgramTest, ASecondHostOnAPortInUseRefusesToStart) {
   EXPECT_EQ(first.wait(), 0);
 }
 
-TEST_F(ProgramTest, RefusesABadCommandLine) {
-  Program program({"--port", "http"}, mark_);
-  EXPECT_EQ(program.wait(), 2);
-  EXPECT_FALSE(tornDown());
-}
-
 // quilby-host serving on a free loopback port for the whole suite; it must end cleanly.
 class HttpTest : public testing::Test {
  protected:
   static void SetUpTestSuite() {
-    server_ = new Program({"--port", "0"}, "");
+    fsys::create_directories(directory_);
+    server_ = new Program({"--port", "0"}, directory_, "");
     const std::string first = server_->line();
     const std::string prefix = "quilby-host: console at http://127.0.0.1:";
     ASSERT_EQ(first.rfind(prefix, 0), 0u) << first;
@@ -191,6 +99,7 @@ class HttpTest : public testing::Test {
     server_->signal(SIGTERM);
     EXPECT_EQ(server_->wait(), 0);
     delete server_;
+    fsys::remove_all(directory_);
   }
 
   // The response to `method` `path` with `body` and extra headers; the test stops without one.
@@ -210,6 +119,8 @@ class HttpTest : public testing::Test {
     return *result;
   }
 
+  static inline const fsys::path directory_ =
+      fsys::temp_directory_path() / ("quilby-host-http-" + std::to_string(getpid()));
   static inline Program* server_ = nullptr;
   static inline int port_ = 0;
 };
@@ -243,38 +154,6 @@ TEST_F(HttpTest, BodiesReachThePlugInByteForByte) {
   }
 }
 
-TEST_F(HttpTest, BridgeRouteGivesTheFourTexts) {
-  const cairnjson::Value value = parsed(
-      send("POST", "/bridge/SensorAmbraSenseLevel",
-           R"({"request": {"method": "PUT"}, "parameters": {"id": "s"}, "data": "2.6 no json"})")
-          .body)["value"];
-  EXPECT_EQ(value["entryPoint"].stringRef(), "SensorAmbraSenseLevel");
-  EXPECT_EQ(value["request"].stringRef(), R"({"method":"PUT"})");
-  EXPECT_EQ(value["parameters"].stringRef(), R"({"id":"s"})");
-  EXPECT_EQ(value["query"].stringRef(), "");
-  EXPECT_EQ(value["data"].stringRef(), "2.6 no json");
-}
-
-TEST_F(HttpTest, AnswersWhatHasNoRouteWithAHostError) {
-  const struct {
-    const char* method;
-    const char* path;
-    int status;
-  } cases[] = {
-      {"POST", "/bridge/Setup", 404}, {"GET", "/bridge/Sensors", 405}, {"POST", "/bridge/", 404},
-      {"POST", "/bridge/Sensors/extra", 404},
-      // Without a simulator every simulator path says so.
-      {"POST", "/sim", 404}, {"POST", "/sim/", 404}, {"GET", "/sim/world", 404},
-  };
-  for (const auto& c : cases) {
-    const std::string method = c.method;
-    const httplib::Response response = send(method, c.path, method == "POST" ? "{}" : "");
-    EXPECT_EQ(response.status, c.status) << c.method << " " << c.path;
-    EXPECT_EQ(parsed(response.body)["error"]["name"].stringRef(), "HostError") << c.path;
-  }
-  EXPECT_FALSE(parsed(send("GET", "/host/info").body)["value"]["simulator"].toInt(1));
-}
-
 TEST_F(HttpTest, PassesTheBridgeStatusAndRefusesAMissingAnswer) {
   const httplib::Response notFound = send("PUT", "/Sensors/a/Mode", "status:404");
   EXPECT_EQ(notFound.status, 404);
@@ -286,33 +165,6 @@ TEST_F(HttpTest, PassesTheBridgeStatusAndRefusesAMissingAnswer) {
   const cairnjson::Value error = parsed(silent.body)["error"];
   EXPECT_EQ(error["name"].stringRef(), "HostError");
   EXPECT_NE(error["message"].stringRef().find("0 answers"), std::string::npos);
-}
-
-// The server applies the access policy (access_policy_test.cpp) to every route family, with the
-// port it listens on and the request's own Host and Origin.
-TEST_F(HttpTest, RefusesRequestsNotAddressedToItOrFromAnotherSite) {
-  const std::string port = std::to_string(port_);
-  const struct {
-    const char* name;
-    httplib::Headers headers;
-    int status;
-  } cases[] = {
-      {"own address", {}, 200},
-      {"own page by name", {{"Host", "localhost:" + port}, {"Origin", "http://localhost:" + port}},
-       200},
-      {"rebound name", {{"Host", "attacker.example:" + port}}, 403},
-      {"other site", {{"Origin", "http://attacker.example"}}, 403},
-  };
-  for (const auto& c : cases) {
-    for (const char* path : {"/Sensors", "/", "/host/info"}) {
-      const httplib::Response response = send("GET", path, "", c.headers);
-      EXPECT_EQ(response.status, c.status) << c.name << " " << path;
-      if (c.status != 403) continue;
-      const cairnjson::Value envelope = parsed(response.body);
-      EXPECT_EQ(envelope["error"]["name"].stringRef(), "HostError");
-      EXPECT_TRUE(envelope["value"].isNull());
-    }
-  }
 }
 
 TEST_F(HttpTest, ServesTheConsoleAsModulesWithoutCaching) {
@@ -328,23 +180,6 @@ TEST_F(HttpTest, ServesTheConsoleAsModulesWithoutCaching) {
     EXPECT_EQ(response.get_header_value("X-Frame-Options"), "DENY") << path;
   }
   EXPECT_NE(send("GET", "/../CMakeLists.txt").status, 200);
-}
-
-// An export is sent as the file it is, for the browser to save.
-TEST_F(HttpTest, SendsAnExportAsAFileToSave) {
-  const std::string readings =
-      R"({"readings":[{"time":"2026-11-24T12:00:00.000Z","sensor":"QM arm sensor","mode":"XYZ",)"
-      R"("corrected":true,"XYZ":[95.0,100.0,108.9]}]})";
-  const std::pair<const char*, const char*> formats[] = {{"csv", "text/csv"},
-                                                         {"cgats", "text/plain"}};
-  for (const auto& [format, type] : formats) {
-    const httplib::Response response =
-        send("POST", std::string("/colour/export?format=") + format, readings);
-    EXPECT_EQ(response.status, 200) << format;
-    EXPECT_EQ(response.get_header_value("Content-Type").rfind(type, 0), 0u) << format;
-    EXPECT_EQ(response.get_header_value("Content-Disposition").rfind("attachment;", 0), 0u)
-        << format;
-  }
 }
 
 }  // namespace

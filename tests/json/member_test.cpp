@@ -131,16 +131,17 @@ TEST(FindMemberTest, AnswersAsTheParserForChangedTexts) {
   }
 }
 
-TEST(FindMemberTest, KeepsShortAndLongTextsWhole) {
-  const std::string longText(200, 'x');
-  const std::string text = R"({"short":"abc","long":")" + longText + "\"}";
-  const auto shortMember = cairnjson::findMember(text.data(), text.data() + text.size(), "short");
-  const auto longMember = cairnjson::findMember(text.data(), text.data() + text.size(), "long");
-  ASSERT_TRUE(shortMember && longMember);
-  // Copies of a member carry their own text.
-  const Member copied = *longMember;
-  EXPECT_EQ(shortMember->text(), "abc");
-  EXPECT_EQ(copied.text(), longText);
+// Texts up to Member::kInPlace bytes are kept inside the member, longer ones beside it.
+TEST(FindMemberTest, KeepsTextsWholeAtEveryLength) {
+  for (const std::size_t length : {std::size_t{0}, Member::kInPlace - 1, Member::kInPlace,
+                                   Member::kInPlace + 1, std::size_t{200}}) {
+    const std::string value(length, 'x');
+    const std::string text = R"({"id":")" + value + "\"}";
+    const auto found = cairnjson::findMember(text.data(), text.data() + text.size(), "id");
+    ASSERT_TRUE(found) << length;
+    const Member copied = *found;  // a copy carries its own text
+    EXPECT_EQ(copied.text(), value) << length;
+  }
 }
 
 }  // namespace

@@ -30,14 +30,6 @@ std::string pretty(const Value& value, int level) {
   return text;
 }
 
-TEST(SerializerTest, MembersComeOutInKeyOrder) {
-  Value value;
-  value["b"].setInteger(1);
-  value["a"][0].setBool(true);
-  value["a"][1];
-  EXPECT_EQ(compact(value), "{\"a\":[true,null],\"b\":1}");
-}
-
 TEST(SerializerTest, EscapesExactlyTheTableBytes) {
   std::string all;
   for (int byte = 0; byte < 256; ++byte) all.push_back(static_cast<char>(byte));
@@ -104,17 +96,6 @@ TEST(SerializerTest, PrettyLayoutIndentsPerLevel) {
   EXPECT_EQ(pretty(parsed("{\"a\":1,\"b\":2}"), -1), "{\"a\": 1,\"b\": 2}");
 }
 
-TEST(SerializerTest, IndentWritesLineBreakThenUnits) {
-  Serializer::Attributes attributes;
-  attributes.indentUnit = "\t";
-  attributes.lineBreak = "\r\n";
-  std::string text;
-  auto out = std::back_inserter(text);
-  Serializer::indent(out, attributes, 3);
-  Serializer::indent(out, attributes, -1);
-  EXPECT_EQ(text, "\r\n\t\t\t\r\n");
-}
-
 TEST(SerializerTest, NonFiniteNumberStopsWithAnError) {
   Value value = parsed("[1,2]");
   value[1].setDouble(std::numeric_limits<double>::quiet_NaN());
@@ -131,13 +112,6 @@ TEST(SerializerTest, NonFiniteNumberStopsWithAnError) {
   auto partialOut = std::back_inserter(partial);
   EXPECT_FALSE(Serializer::serialize(partialOut, nested, {}, -1, nullptr));
   EXPECT_EQ(partial, "{\"a\":{\"b\":[");
-}
-
-TEST(SerializerTest, WritesThroughAnyOutputIterator) {
-  std::vector<char> bytes;
-  auto out = std::back_inserter(bytes);
-  EXPECT_TRUE(Serializer::serialize(out, parsed("{\"k\":[\"v\\n\",1.5,-3]}"), {}, -1, nullptr));
-  EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "{\"k\":[\"v\\n\",1.5,-3]}");
 }
 
 TEST(SerializerTest, NumberTextFollowsTheFixedRules) {
@@ -160,10 +134,12 @@ TEST(SerializerTest, NumberTextFollowsTheFixedRules) {
 
 TEST(SerializerTest, DoubleTextMatchesPrintfForAnyBitPattern) {
   std::mt19937_64 random(7);
-  for (int i = 0; i < 100000; ++i) {
+  for (int i = 0; i < 200000; ++i) {
     const std::uint64_t bits = random();
     double number;
     std::memcpy(&number, &bits, sizeof number);
+    // Every other one of moderate magnitude (2^-80 to 2^80), where the exact shortcuts apply.
+    if (i % 2) number = std::ldexp(static_cast<double>(bits >> 11), static_cast<int>(bits % 161) - 132);
     if (!std::isfinite(number) || number == 0.0) continue;
     char expected[128];
     std::snprintf(expected, sizeof expected, "%.17g", number);
@@ -190,23 +166,6 @@ TEST(SerializerTest, IntegerTextMatchesPrintf) {
     value.setInteger(number);
     ASSERT_EQ(compact(value), expected);
   }
-}
-
-TEST(SerializerTest, DoubleToStringReportsNonFiniteText) {
-  std::string text;
-  EXPECT_FALSE(Double(std::numeric_limits<double>::infinity()).toString(std::back_inserter(text)));
-  EXPECT_FALSE(Double(-std::numeric_limits<double>::infinity()).toString(std::back_inserter(text)));
-  EXPECT_FALSE(Double(std::numeric_limits<double>::quiet_NaN()).toString(std::back_inserter(text)));
-  EXPECT_EQ(text, "inf-infnan");
-}
-
-TEST(SerializerTest, RoundTripKeepsTheDocument) {
-  const std::string text =
-      R"({"a":[1,-2,3.25,"x\u0001y",true,false,null,{"b":{}}],"c":"\u00e9\ud83d\ude00","d":-0.5})";
-  const Value first = parsed(text);
-  const Value second = parsed(compact(first));
-  EXPECT_EQ(first, second);
-  EXPECT_EQ(compact(second), compact(first));
 }
 
 }  // namespace

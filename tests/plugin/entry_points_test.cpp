@@ -1,19 +1,17 @@
 // Every resource entry point of the built plug-in answers through the host's bridge and leaves
 // one line in the request log.
 #include "quilby/resource_list.h"
-#include "support/plugin_fixture.h"
+#include "support/registry_fixture.h"
 
-#include <filesystem>
 #include <iterator>
 #include <set>
 #include <string>
 
 namespace {
 
-using quilby_test::PluginTest;
 using quilby_test::Reply;
 
-class EntryPointsTest : public PluginTest {};
+class EntryPointsTest : public quilby_test::RegistryTest {};
 
 struct Resource {
   const char* name;
@@ -73,22 +71,9 @@ TEST_F(EntryPointsTest, LoggedMethodIsTheRequestsMethodText) {
 }
 
 TEST_F(EntryPointsTest, WithoutTheLoggingLibraryRequestsAreAnsweredSilently) {
-  namespace fsys = std::filesystem;
-  unloadPlugin(true);
-  const fsys::path exports = fsys::temp_directory_path() / "quilby-exports-without-logging";
-  fsys::remove_all(exports);
-  fsys::create_directories(exports);
-  for (const fsys::directory_entry& file : fsys::directory_iterator(exportsDirectory())) {
-    if (file.path().filename() != "libmirelto2_x64.so") {
-      fsys::create_symlink(file.path(), exports / file.path().filename());
-    }
-  }
-  loadPlugin(exports, true);
-  clearJournal();
+  reloadWith("", "libmirelto2_x64.so");
   EXPECT_EQ(call("DeviceID", "GET").status, 405);
   EXPECT_TRUE(logLines().empty());
-  unloadPlugin(true);
-  fsys::remove_all(exports);
 }
 
 }  // namespace

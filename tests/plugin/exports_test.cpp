@@ -1,43 +1,18 @@
 // The built libquilby.so exports exactly its C interface, needs only the measurement library at
 // load time, and finds it beside itself.
 #include "quilby/resource_list.h"
+#include "support/dynamic_symbols.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdio>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <string>
-#include <vector>
 
 namespace {
 
-// The output of `command`; the test fails when it cannot be run.
-std::string outputOf(const std::string& command) {
-  std::string output;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (!pipe) {
-    ADD_FAILURE() << "cannot run " << command;
-    return output;
-  }
-  char buffer[4096];
-  while (const std::size_t count = fread(buffer, 1, sizeof buffer, pipe)) output.append(buffer, count);
-  EXPECT_EQ(pclose(pipe), 0) << command;
-  return output;
-}
+using quilby_test::dynamicSection;
 
-// The symbol names `nm -D` lists with `filter` (the name is the last field of each line).
 std::set<std::string> dynamicSymbols(const std::string& filter) {
-  std::istringstream lines(outputOf("nm -D " + filter + " " QUILBY_PLUGIN_LIBRARY));
-  std::set<std::string> names;
-  for (std::string line; std::getline(lines, line);) {
-    const std::size_t space = line.find_last_of(' ');
-    std::string name = line.substr(space == std::string::npos ? 0 : space + 1);
-    names.insert(name.substr(0, name.find('@')));
-  }
-  return names;
+  return quilby_test::dynamicSymbols(QUILBY_PLUGIN_LIBRARY, filter);
 }
 
 #define QUILBY_TEST_RESOURCE_NAME(Name, Methods, Path) #Name,
@@ -66,7 +41,7 @@ TEST(ExportsTest, LooksUpRunTimeFunctionsInsteadOfLinkingThem) {
 }
 
 TEST(ExportsTest, NeedsTheMeasurementLibraryBesideItself) {
-  const std::string dynamic = outputOf("readelf -d " QUILBY_PLUGIN_LIBRARY);
+  const std::string dynamic = dynamicSection(QUILBY_PLUGIN_LIBRARY);
   EXPECT_NE(dynamic.find("Shared library: [libmeasurementdevice_x64.so]"), std::string::npos);
   EXPECT_NE(dynamic.find("Library runpath: [$ORIGIN]"), std::string::npos);
   EXPECT_EQ(dynamic.find("(RPATH)"), std::string::npos);

@@ -6,7 +6,7 @@
 //
 // Which requests reach which function is read from the journal of one undisturbed run of every
 // request, so a new device function or a new request is swept without editing a table.
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 #include "src/status_names.h"
 
 #include <chrono>

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <regex>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -48,28 +49,6 @@ TEST_F(JournalTest, RecordsEveryCallInOrderWithArgumentsAndResults) {
                                std::regex("\\$M"), monitor));
 }
 
-TEST_F(JournalTest, RecordsInputRecordsAndOmitsOutputs) {
-  MDCSSG2CriterionSensorDescription description{};
-  description.date = MDDate{2024, 3, 14, 9, 26};
-  description.deviceID = 48;
-  std::strcpy(description.serial, "QS20-240117");
-  ASSERT_EQ(CSSG2H_SetCriterionSensorDescription(kStudioHid, &description), EMERR_OK);
-  MDCSSG2CriterionSensorDescription read{};
-  ASSERT_EQ(CSSG2H_GetCriterionSensorDescription(kStudioHid, &read, &read.deviceID), EMERR_OK);
-  EXPECT_EQ(std::memcmp(&read, &description, sizeof read), 0);
-  const double matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, 0.5};
-  ASSERT_EQ(CSSG2H_SetXYZCorrectionMatrix(kStudioHid, matrix), EMERR_OK);
-
-  const Value entries = journal();
-  ASSERT_EQ(entries.size(), 3u);
-  EXPECT_EQ(compact(entries[0ul]["arguments"]),
-            R"(["hid:0x1001",{"date":{"day":14,"hour":9,"minute":26,"month":3,"year":2024},)"
-            R"("deviceID":48,"serial":"QS20-240117"}])");
-  EXPECT_EQ(compact(entries[1ul]["arguments"]), R"(["hid:0x1001"])");
-  EXPECT_EQ(compact(entries[2ul]["arguments"]),
-            R"(["hid:0x1001",[1,0.0,0.0,0.0,1,0.0,0.0,0.0,0.5]])");
-}
-
 // JSON has no numbers for these; the journal names them and stays one readable document.
 TEST_F(JournalTest, NonFiniteInputsAreNamedAndStoredNowhere) {
   const double nan = std::nan(""), inf = HUGE_VAL;
@@ -97,53 +76,6 @@ TEST_F(JournalTest, NonFiniteInputsAreNamedAndStoredNowhere) {
   EXPECT_EQ(loadWorld(controlText(QuilbySimWorld)), "");
 }
 
-TEST_F(JournalTest, ClearAndResetEmptyItAndControlCallsStayOut) {
-  MDGetNameFromDeviceID(33);
-  QuilbySimClearJournal();
-  EXPECT_EQ(controlText(QuilbySimJournal), "[]");
-  MDGetNameFromDeviceID(33);
-  show(0, 0, 0);
-  EXPECT_EQ(journal().size(), 1u) << "control calls are not journaled";
-  ASSERT_EQ(QuilbySimReset(), 0);
-  EXPECT_EQ(controlText(QuilbySimJournal), "[]");
-}
-
-// The tail of the journal is the same text as the end of the whole of it.
-TEST_F(JournalTest, LastEntriesAreTheTailOfTheWholeJournal) {
-  for (const MDDeviceID id : {33u, 48u, 82u}) MDGetNameFromDeviceID(id);
-  const Value whole = journal();
-  ASSERT_EQ(whole.size(), 3u);
-  const auto last = [](uint32_t count) {
-    std::string text(QuilbySimJournalLast(count, nullptr, 0) + 1, '\0');
-    text.resize(QuilbySimJournalLast(count, text.data(), static_cast<uint32_t>(text.size())));
-    return text;
-  };
-  EXPECT_EQ(last(0), "[]");
-  EXPECT_EQ(last(2), "[" + compact(whole[1ul]) + "," + compact(whole[2ul]) + "]");
-  EXPECT_EQ(last(3), compact(whole));
-  EXPECT_EQ(last(UINT32_MAX), compact(whole));
-  char small[4] = "xyz";
-  const std::string tail = "[" + compact(whole[2ul]) + "]";
-  EXPECT_EQ(QuilbySimJournalLast(1, small, sizeof small), tail.size());
-  EXPECT_STREQ(small, tail.substr(0, 3).c_str()) << "cut to the buffer";
-}
-
-// The subprocess calls are journaled and leave their state in the world.
-TEST_F(JournalTest, SubprocessStateFollowsLaunchAndQuit) {
-  EXPECT_EQ(MDQuitSubprocess(), EMERR_INVALID_PRECONDITION);
-  EXPECT_EQ(MDLaunchSubprocess("/opt/host/mdsubprocess", "Color_Tool"), EMERR_OK);
-  EXPECT_EQ(MDLaunchSubprocess("/opt/host/mdsubprocess", "Color_Tool"), EMERR_ALREADY_CREATED);
-  EXPECT_EQ(compact(world()["subprocess"]),
-            R"({"applicationName":"Color_Tool","deviceIDs":[48],)"
-            R"("executablePath":"/opt/host/mdsubprocess","running":true})");
-  EXPECT_EQ(MDQuitSubprocess(), EMERR_OK);
-  EXPECT_FALSE(world()["subprocess"]["running"].toInt(1));
-  EXPECT_EQ(MDInitDeviceLibrariesDirectoryPath("/no/such/directory"), EMERR_DLL_NOT_FOUND);
-  EXPECT_EQ(MDInitDeviceLibrariesDirectoryPath(QUILBY_TEST_EXPORTS_DIR), EMERR_OK);
-  EXPECT_EQ(world()["libraryDirectory"].toString(""), QUILBY_TEST_EXPORTS_DIR);
-  EXPECT_EQ(compact(journal()[1ul]["arguments"]), R"(["/opt/host/mdsubprocess","Color_Tool"])");
-}
-
 // Injected failures replace the next calls of a function, which then do nothing else.
 class FaultInjectionTest : public SimTest {};
 
@@ -166,44 +98,6 @@ TEST_F(FaultInjectionTest, FailsTheNextCallsWithoutActingThenWorksAgain) {
   EXPECT_EQ(world()["sensors"][2ul]["state"]["mode"].toInt(-1), 0) << "but nothing done";
 }
 
-// Functions without a status fail with their own "nothing", each once only.
-TEST_F(FaultInjectionTest, FunctionsWithoutStatusAnswerNothing) {
-  MDHandle armSensor = openBuiltIn(kStudioHid);
-  for (const char* function :
-       {"MDGetHIDHandle", "MDGetDeviceID", "MDGetName", "MDIsValidConnection",
-        "CSSG2H_SetColorSensorDataIndex", "EmCtrlGetPanelRevision", "HvxCreateUSBDeviceSnapshot",
-        "mirelto_get_logger", "MDSupportsSubprocess"}) {
-    QuilbySimFailNext(function, 1, EMERR_FAILED);
-  }
-  const MDDeviceID subprocessDevice = kSpectrometer;
-  EXPECT_EQ(MDGetHIDHandle(armSensor), nullptr);
-  EXPECT_EQ(MDGetDeviceID(armSensor), 0u);
-  EXPECT_EQ(MDGetName(armSensor), nullptr);
-  EXPECT_EQ(MDIsValidConnection(armSensor), 0);
-  EXPECT_LT(CSSG2H_SetColorSensorDataIndex(kStudioHid, 3, 0), 0);
-  EXPECT_EQ(EmCtrlGetPanelRevision(kStudioSerial, kStudioProduct), 0);
-  EXPECT_EQ(HvxCreateUSBDeviceSnapshot(), nullptr);
-  EXPECT_EQ(mirelto_get_logger(), nullptr);
-  EXPECT_EQ(MDSupportsSubprocess(&subprocessDevice, 1), 0);
-  EXPECT_EQ(MDGetHIDHandle(armSensor), kStudioHid);
-  EXPECT_EQ(EmCtrlGetPanelRevision(kStudioSerial, kStudioProduct), 3);
-  EXPECT_EQ(MDSupportsSubprocess(&subprocessDevice, 1), 1);
-}
-
-TEST_F(FaultInjectionTest, CountZeroAndClearRemoveFailures) {
-  QuilbySimFailNext("MDCalibrate", 5, EMERR_FAILED);
-  QuilbySimFailNext("MDCalibrate", 0, EMERR_FAILED);
-  MDHandle colorimeter = open(kColorimeter);
-  EXPECT_EQ(MDCalibrate(colorimeter), EMERR_OK);
-
-  QuilbySimFailNext("MDCalibrate", 5, EMERR_FAILED);
-  QuilbySimFailNext("NoSuchFunction", 5, EMERR_FAILED);
-  EXPECT_EQ(compact(world()["failures"]),
-            R"([{"count":5,"function":"MDCalibrate","skip":0,"status":"EMERR_FAILED"}])");
-  QuilbySimClearFailures();
-  EXPECT_EQ(MDCalibrate(colorimeter), EMERR_OK);
-}
-
 // The world file arms failures too, with calls to let pass first and the status in any of its
 // forms; the dump shows what is left.
 TEST_F(FaultInjectionTest, WorldFileFailuresSkipThenFail) {
@@ -222,6 +116,24 @@ TEST_F(FaultInjectionTest, WorldFileFailuresSkipThenFail) {
   }
   ASSERT_EQ(QuilbySimReset(), 0);
   EXPECT_EQ(world()["failures"].size(), 0u) << "the built-in world has none";
+}
+
+// The world's noise is drawn from its seed: the same seed gives the same readings, another seed
+// others, so that every test run sees the same world.
+TEST_F(FaultInjectionTest, SameSeedGivesSameNoisyReadingsAndAnotherSeedOthers) {
+  const auto run = [] {
+    MDHandle colorimeter = open(kColorimeter);
+    MDColor first{}, second{}, corrected{};
+    EXPECT_EQ(MDMeasureXYZ2(colorimeter, &first, &corrected), EMERR_OK);
+    EXPECT_EQ(MDMeasureXYZ2(colorimeter, &second, &corrected), EMERR_OK);
+    return std::vector<double>{first.X, first.Y, second.X, second.Y};
+  };
+  const std::vector<double> first = run();
+  ASSERT_EQ(QuilbySimReset(), 0);
+  EXPECT_EQ(run(), first);
+  EXPECT_NE(first[1], first[3]) << "noise varies from reading to reading";
+  ASSERT_EQ(loadWorld(worldWith({{"noise.seed", "7"}})), "");
+  EXPECT_NE(run()[1], first[1]) << "another seed, other noise";
 }
 
 // A line's time, UTC with milliseconds ("2024-03-14T09:26:53.589Z"), and the tab after it.

@@ -7,6 +7,7 @@
 #include "json/cairnjson.h"
 #include "quilby_sim/control.h"
 #include "support/json_helpers.h"
+#include "support/world.h"
 
 #include <gtest/gtest.h>
 
@@ -26,34 +27,8 @@
 namespace sim_test {
 
 using cairnjson::Value;
-using quilby_test::compact;
-using quilby_test::parsed;
 
-// The default world.
-inline constexpr const char* kStudioSerial = "QM7A0451";  // built-in arm sensor, 8x3, DUE 2
-inline constexpr const char* kStudioProduct = "QM-27-Studio-Lab";
-inline void* const kStudioHid = reinterpret_cast<void*>(uintptr_t{4097});
-inline constexpr const char* kUnlinkedSerial = "QM7B0912";  // no HID handle
-inline constexpr const char* kOfficeSerial = "QM4C0088";    // built-in panel sensor, index by flags
-inline constexpr const char* kOfficeProduct = "QM-24-Office";
-inline void* const kOfficeHid = reinterpret_cast<void*>(uintptr_t{4098});
-inline constexpr MDDeviceID kArmSensor = 4144;
-inline constexpr MDDeviceID kColorimeter = 33;      // usb, ambient, several positions
-inline constexpr MDDeviceID kSpectrometer = 48;     // usb, needs calibration, reflectance
-inline constexpr MDDeviceID kSerialReference = 82;  // serial link, needs calibration
-
-// A text of the control interface, read with a buffer grown until it fits.
-inline std::string controlText(uint32_t (*function)(char*, uint32_t)) {
-  std::string text(64, '\0');
-  uint32_t length = function(text.data(), static_cast<uint32_t>(text.size()));
-  if (length >= text.size()) {
-    text.assign(length + 1, '\0');
-    length = function(text.data(), static_cast<uint32_t>(text.size()));
-  }
-  text.resize(length);
-  return text;
-}
-
+using namespace quilby_test;  // the built-in world's names and controlText
 
 inline Value world() { return parsed(controlText(QuilbySimWorld)); }
 inline Value journal() { return parsed(controlText(QuilbySimJournal)); }

@@ -1,22 +1,13 @@
 #include "support/plugin_fixture.h"
 
 #include "quilby_sim/control.h"
+#include "support/world.h"
 
 #include <unistd.h>
 
 namespace quilby_test {
 
 namespace fsys = std::filesystem;
-
-namespace {
-
-std::string textFrom(std::uint32_t (*read)(char*, std::uint32_t)) {
-  std::string text(read(nullptr, 0) + 1, '\0');
-  text.resize(read(text.data(), static_cast<std::uint32_t>(text.size())));
-  return text;
-}
-
-}  // namespace
 
 fsys::path PluginTest::exportsDirectory() { return QUILBY_TEST_EXPORTS_DIR; }
 
@@ -92,7 +83,7 @@ Reply PluginTest::call(const std::string& entryPoint, const std::string& method,
 cairnjson::Value PluginTest::journal() const {
   cairnjson::Parser parser;
   cairnjson::Value entries;
-  const std::string text = textFrom(QuilbySimJournal);
+  const std::string text = controlText(QuilbySimJournal);
   // The parser accepts an array cut short; a journal must be complete.
   if (!parser.parse(text, entries) || text.empty() || text.back() != ']') {
     ADD_FAILURE() << "the journal is not complete JSON: " << parser.error() << " " << text;

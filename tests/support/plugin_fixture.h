@@ -25,6 +25,26 @@ struct Reply {
   cairnjson::Value value;
 };
 
+// Answers as PluginTest::answer writes them: "<status> <envelope>".
+inline std::string ok(const std::string& valueJson) {
+  return R"(200 {"error":null,"value":)" + valueJson + "}";
+}
+inline std::string badRequest(const std::string& message) {
+  return R"(400 {"error":{"message":")" + message + R"(","name":"BadRequestError"},"value":null})";
+}
+// A library failure: its code, the code's text and the step that failed.
+inline std::string emError(unsigned code, const std::string& message, const std::string& reason) {
+  return R"(500 {"error":{"code":)" + std::to_string(code) + R"(,"message":")" + message +
+         R"(","name":"EmError","reason":")" + reason + R"("},"value":null})";
+}
+inline std::string functionNotFound(const std::string& library) {
+  return R"(404 {"error":{"message":")" + library +
+         R"( does not have a requested function.","name":"FunctionNotFoundError"},"value":null})";
+}
+inline const std::string kInvalidURI = badRequest("URI is invalid.");
+inline const std::string kNotFound =
+    R"(404 {"error":{"message":"Not found.","name":"Error"},"value":null})";
+
 class PluginTest : public testing::Test {
  protected:
   // Resets the world, makes fresh web page and registry directories, loads the plug-in from
@@ -42,6 +62,13 @@ class PluginTest : public testing::Test {
   Reply call(const std::string& entryPoint, const std::string& method,
              const std::string& parameters = "", const std::string& query = "",
              const std::string& data = "");
+  // The same call's answer as "<status> <envelope>".
+  std::string answer(const std::string& entryPoint, const std::string& method,
+                     const std::string& parameters = "", const std::string& query = "",
+                     const std::string& data = "") {
+    const Reply reply = call(entryPoint, method, parameters, query, data);
+    return std::to_string(reply.status) + " " + reply.envelope;
+  }
 
   // The journal of device-library calls since it was last emptied, and helpers on it.
   cairnjson::Value journal() const;

@@ -1,6 +1,6 @@
 // Serial-USB connections: the page's device-id mappings (Sensors PUT "serialMappings"), the USB
 // enumeration behind Sensors GET "serialConnected", and QuilbyEnumConnectedSerialSensors.
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 
 #include <cstdint>
 #include <string>

@@ -1,10 +1,7 @@
 // The correlation records held in a built-in sensor (Correlation/Data) and the databases of
 // correlation records and matrices (Correlation/Database, CorrelationMatrix/Database), end to end
 // against the simulated libraries.
-#include "support/json_helpers.h"
-#include "support/plugin_fixture.h"
-
-#include "quilby_sim/control.h"
+#include "resources/correlation_fixture.h"
 
 #include <cstdint>
 #include <string>
@@ -12,65 +9,17 @@
 
 namespace {
 
-using quilby_test::compact;
-using quilby_test::parsed;
-using quilby_test::Reply;
+using namespace correlation_test;
 
-constexpr const char* kOK = R"({"error":null,"value":null})";
 constexpr const char* kS5 = R"({"referenceSensor":{"deviceID":48,"serial":"QS20-240117"})";
 
-std::string emError(std::uint32_t code, const std::string& message, const std::string& reason) {
-  return R"({"error":{"code":)" + std::to_string(code) + R"(,"message":")" + message +
-         R"(","name":"EmError","reason":")" + reason + R"("},"value":null})";
-}
-
-std::string badRequest(const std::string& message) {
-  return R"({"error":{"message":")" + message + R"(","name":"BadRequestError"},"value":null})";
-}
-
-std::string answer(const std::string& value) { return R"({"error":null,"value":)" + value + "}"; }
-
-std::string simText(std::uint32_t (*read)(char*, std::uint32_t)) {
-  std::string text(read(nullptr, 0) + 1, '\0');
-  text.resize(read(text.data(), static_cast<std::uint32_t>(text.size())));
-  return text;
-}
-
-class CorrelationDataTest : public quilby_test::PluginTest {
+class CorrelationDataTest : public CorrelationTest {
  protected:
-  std::string open(const std::string& entryPoint, const std::string& parameters) {
-    const Reply reply = call(entryPoint, "POST", parameters);
-    EXPECT_EQ(reply.status, 200) << reply.envelope;
-    return R"({"id":")" + reply.value.stringRef() + "\"}";
-  }
   // Luminance-level correction, 8x3 matrix; two CSSG2 correlations and two matrices stored.
-  std::string studio() {
-    return open("Monitors", R"({"serial":"QM7A0451","product":"QM-27-Studio-Lab"})");
-  }
+  std::string studio() { return armSensor(); }
   // No luminance-level correction, 3x3 matrix; one IFSv3 correlation and one matrix stored.
-  std::string office() {
-    return open("Monitors", R"({"serial":"QM4C0088","product":"QM-24-Office"})");
-  }
-  // No HID handle.
-  std::string colorimeter() { return open("DeviceID", R"({"deviceID":33})"); }
-
-  static cairnjson::Value userDataSet(const std::string& serial) {
-    const cairnjson::Value world = parsed(simText(QuilbySimWorld));
-    for (const cairnjson::Value& monitor : world["monitors"].elements()) {
-      for (const cairnjson::Value& set : monitor["dataSets"].elements()) {
-        if (monitor["serial"].stringRef() == serial && set["index"].toInt(-1) == 3) return set;
-      }
-    }
-    return cairnjson::Value();
-  }
-
-  static bool sectionsFree() {
-    const cairnjson::Value sections = parsed(simText(QuilbySimCriticalSections));
-    for (const cairnjson::Value& section : sections.elements()) {
-      if (!section["owner"].isNull()) return false;
-    }
-    return sections.size() > 0;
-  }
+  std::string office() { return panelSensor(); }
+  static cairnjson::Value userDataSet(const std::string& serial) { return dataSet(serial, 3); }
 
   // The colour-sensor calls other than the data index selection; `held` is set false when one of
   // them ran outside this process's critical section.
@@ -117,10 +66,9 @@ TEST_F(CorrelationDataTest, PutWritesOnlyTheNamedRecords) {
       R"({"calibration":{"a":[[1.5,0.0,0.0],[0.0,1.25,0.0],[0.0,0.0,0.75]]},"coefficientType":2})";
   const std::string tone = R"({"gamma":[2.125,2.25,2.5],"tone":[1.5,0.5,0.25]})";
   clearJournal();
-  EXPECT_EQ(call("SensorCorrelationData", "PUT", sensor, "",
-                 R"({"calibrationData":)" + calibration + R"(,"referenceTone":)" + tone + "}")
-                .envelope,
-            kOK);
+  EXPECT_EQ(answer("SensorCorrelationData", "PUT", sensor, "",
+                 R"({"calibrationData":)" + calibration + R"(,"referenceTone":)" + tone + "}"),
+            ok("null"));
   bool held = true;
   EXPECT_EQ(recordCalls(&held), (std::vector<std::string>{"CSSG2H_SetColorSensorCalibData",
                                                           "CSSG2H_R2XCSetRefToneParam"}));
@@ -133,10 +81,9 @@ TEST_F(CorrelationDataTest, PutWritesOnlyTheNamedRecords) {
   EXPECT_EQ(reply.value["reference"]["ambientTemperature"].toDouble(0), 24.5) << "untouched";
 
   clearJournal();
-  EXPECT_EQ(call("SensorCorrelationData", "PUT", sensor, R"({"send":false})",
-                 R"({"calibrationData":{},"correctionData":{},"reference":{}})")
-                .envelope,
-            kOK);
+  EXPECT_EQ(answer("SensorCorrelationData", "PUT", sensor, R"({"send":false})",
+                 R"({"calibrationData":{},"correctionData":{},"reference":{}})"),
+            ok("null"));
   EXPECT_EQ(recordCalls(), (std::vector<std::string>{"CSSG2H_SendColorSensorCalibData",
                                                      "CSSG2H_SendColorSensorCorrectionData",
                                                      "CSSG2H_R2XCSetRefParam"}));
@@ -158,29 +105,27 @@ TEST_F(CorrelationDataTest, PutRefusesMalformedBodiesBeforeAnyLibraryCall) {
   const std::string sensor = colorimeter();
   for (const auto& [body, envelope] : rows) {
     clearJournal();
-    EXPECT_EQ(call("SensorCorrelationData", "PUT", sensor, "", body).envelope, envelope) << body;
+    EXPECT_EQ(answer("SensorCorrelationData", "PUT", sensor, "", body), envelope) << body;
     EXPECT_TRUE(calls("MDGetHIDHandle").empty()) << body;
   }
 }
 
 TEST_F(CorrelationDataTest, DataFailuresNameTheirStepAndLeaveTheSection) {
-  EXPECT_EQ(call("SensorCorrelationData", "GET", colorimeter()).envelope,
+  EXPECT_EQ(answer("SensorCorrelationData", "GET", colorimeter()),
             emError(0x80000000, "Failed.", "Get HID handle."));
   const std::string sensor = studio();
   QuilbySimFailNext("CSSG2H_R2XCGetRefToneParam", 1, 0x80010002);
-  EXPECT_EQ(call("SensorCorrelationData", "GET", sensor).envelope,
+  EXPECT_EQ(answer("SensorCorrelationData", "GET", sensor),
             emError(0x80010002, "Sensor connection error.", "Get ref tone param."));
   // The first failing write ends the request; what was written before stays written.
   QuilbySimFailNext("CSSG2H_SetColorSensorCorrectionData", 1, 0x80000000);
-  EXPECT_EQ(call("SensorCorrelationData", "PUT", sensor, "",
-                 R"({"calibrationData":{"coefficientType":5},"correctionData":{},"reference":{}})")
-                .envelope,
+  EXPECT_EQ(answer("SensorCorrelationData", "PUT", sensor, "",
+                 R"({"calibrationData":{"coefficientType":5},"correctionData":{},"reference":{}})"),
             emError(0x80000000, "Failed.", "Set color sensor correction data."));
   EXPECT_EQ(userDataSet("QM7A0451")["calibrationData"]["coefficientType"].toInt(0), 5);
   EXPECT_TRUE(calls("CSSG2H_R2XCSetRefParam").empty());
   EXPECT_TRUE(sectionsFree());
-  EXPECT_EQ(call("SensorCorrelationData", "PUT", office(), "", R"({"luminanceLevelCorrection":{}})")
-                .envelope,
+  EXPECT_EQ(answer("SensorCorrelationData", "PUT", office(), "", R"({"luminanceLevelCorrection":{}})"),
             emError(0x80000007, "Unsupported.", "Set luminance level correction params."));
 }
 
@@ -201,10 +146,9 @@ TEST_F(CorrelationDataTest, DatabaseListsTheEntriesMadeOnTheSensorsMonitor) {
 TEST_F(CorrelationDataTest, DatabaseStoresTheSensorsRecordAndMatchesItTolerantly) {
   const std::string sensor = studio();
   clearJournal();
-  ASSERT_EQ(call("SensorCorrelationDatabase", "POST", sensor, "",
-                 std::string(kS5) + R"(,"date":"2025-01-02 03:04"})")
-                .envelope,
-            answer("4"));
+  ASSERT_EQ(answer("SensorCorrelationDatabase", "POST", sensor, "",
+                 std::string(kS5) + R"(,"date":"2025-01-02 03:04"})"),
+            ok("4"));
   const auto added = calls("MDAddCSSG2CorrelationDataWithDateEx");
   ASSERT_EQ(added.size(), 1u);
   EXPECT_EQ(compact(added[0]["arguments"]),
@@ -241,10 +185,9 @@ TEST_F(CorrelationDataTest, DatabaseReadsAnIFSv3EntryWhenTheCSSG2FormIsRefused) 
   EXPECT_EQ(found.value["kind"].stringRef(), "IFSv3") << found.envelope;
   EXPECT_EQ(found.value["data"]["reference"]["dimmerOut"].toInt(0), 612);
   EXPECT_EQ(found.value["matchesSensor"].toInt(-1), 0);  // the sensor holds no temperatures
-  ASSERT_EQ(call("SensorCorrelationDatabase", "POST", sensor, "",
-                 std::string(kS5) + R"(,"kind":"IFSv3"})")
-                .envelope,
-            answer("4"));
+  ASSERT_EQ(answer("SensorCorrelationDatabase", "POST", sensor, "",
+                 std::string(kS5) + R"(,"kind":"IFSv3"})"),
+            ok("4"));
   EXPECT_EQ(calls("MDAddIFSv3CorrelationData").size(), 1u);
   EXPECT_EQ(call("SensorCorrelationDatabase", "GET", sensor, R"({"id":4})")
                 .value["matchesSensor"]
@@ -282,35 +225,17 @@ TEST_F(CorrelationDataTest, DatabasesRefuseMalformedQueriesAndBodiesBeforeAnyLib
   const std::string sensor = colorimeter();  // no HID handle: judged first
   for (const Row& row : rows) {
     clearJournal();
-    EXPECT_EQ(call(row.resource, row.method, sensor, row.query, row.body).envelope, row.envelope)
+    EXPECT_EQ(answer(row.resource, row.method, sensor, row.query, row.body), row.envelope)
         << row.resource << " " << row.query << row.body;
     EXPECT_TRUE(calls("MDGetHIDHandle").empty()) << row.query << row.body;
   }
 }
 
-TEST_F(CorrelationDataTest, DatabaseFailuresNameTheirStep) {
-  EXPECT_EQ(call("SensorCorrelationDatabase", "GET", colorimeter()).envelope,
-            emError(0x80000000, "Failed.", "Get HID handle."));
-  const std::string sensor = studio();
-  EXPECT_EQ(call("SensorCorrelationDatabase", "GET", sensor, R"({"id":99})").envelope,
-            emError(0x80000005, "Not registered.", "Get CSSG2 correlation data."));
-  QuilbySimFailNext("MDGetCorrelationDataDate", 1, 0x80000000);
-  EXPECT_EQ(call("SensorCorrelationDatabase", "GET", sensor).envelope,
-            emError(0x80000000, "Failed.", "Get correlation data date."));
-  QuilbySimFailNext("MDAddCSSG2CorrelationDataEx", 1, 0x80000019);
-  EXPECT_EQ(call("SensorCorrelationDatabase", "POST", sensor, "", std::string(kS5) + "}").envelope,
-            emError(0x80000019, "Cannot create file.", "Add CSSG2 correlation data."));
-  QuilbySimFailNext("CSSG2H_GetColorSensorCalibData", 1, 0x80010002);
-  EXPECT_EQ(call("SensorCorrelationDatabase", "POST", sensor, "", std::string(kS5) + "}").envelope,
-            emError(0x80010002, "Sensor connection error.", "Get color sensor calib data."));
-  EXPECT_TRUE(sectionsFree());
-}
-
 // ---- CorrelationMatrix/Database -----------------------------------------------------------------
 
 TEST_F(CorrelationDataTest, MatrixDatabaseListsTheProductsMatricesAndTheLatest) {
-  EXPECT_EQ(call("SensorCorrelationMatrixDatabase", "GET", office()).envelope,
-            answer(R"({"latestID":3,"matrices":[{"date":{"dateString":"2023-12-01 09:10:00",)"
+  EXPECT_EQ(answer("SensorCorrelationMatrixDatabase", "GET", office()),
+            ok(R"({"latestID":3,"matrices":[{"date":{"dateString":"2023-12-01 09:10:00",)"
                    R"("day":1,"hour":9,"minute":10,"month":12,"year":2023},"id":3,)"
                    R"("referenceSensor":{"deviceID":48,"serial":"QS20-240117"}}]})"));
   const Reply studioMatrices = call("SensorCorrelationMatrixDatabase", "GET", studio());
@@ -319,14 +244,14 @@ TEST_F(CorrelationDataTest, MatrixDatabaseListsTheProductsMatricesAndTheLatest) 
   EXPECT_EQ(calls("MDEnumCorrelationMatrixInfo").back()["arguments"][1ul].toInt(-1), 3)
       << "the studio panel's revision";
 
-  cairnjson::Value world = parsed(simText(QuilbySimWorld));
+  cairnjson::Value world = simWorld();
   world["correlationMatrices"] = cairnjson::Value(cairnjson::Type::Array);
   char error[256] = {};
   ASSERT_EQ(QuilbySimLoadWorld(compact(world).c_str(), error, sizeof error), 0) << error;
   const std::string sensor = studio();
   clearJournal();
-  EXPECT_EQ(call("SensorCorrelationMatrixDatabase", "GET", sensor).envelope,
-            answer(R"({"latestID":null,"matrices":[]})"));
+  EXPECT_EQ(answer("SensorCorrelationMatrixDatabase", "GET", sensor),
+            ok(R"({"latestID":null,"matrices":[]})"));
   EXPECT_TRUE(calls("MDGetLatestCorrelationMatrixID").empty());
 }
 
@@ -357,8 +282,7 @@ TEST_F(CorrelationDataTest, MatrixDatabaseStoresTheSensorsMatrixInItsForm) {
   }
   QuilbySimFailNext("MDAddCorrelationMatrix", 1, 0x8000001B);
   EXPECT_EQ(
-      call("SensorCorrelationMatrixDatabase", "POST", sensors[0].first, "", std::string(kS5) + "}")
-          .envelope,
+      answer("SensorCorrelationMatrixDatabase", "POST", sensors[0].first, "", std::string(kS5) + "}"),
       emError(0x8000001B, "Invalid data size.", "Add correlation matrix."));
   EXPECT_TRUE(sectionsFree());
 }

@@ -4,7 +4,7 @@
 
 #include "bridge/bridge_result.h"
 
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 
 #include <cstring>
 #include <string>

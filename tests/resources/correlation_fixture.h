@@ -1,13 +1,9 @@
-// What the correlation tests share: opening the default world's sensors, worlds derived from the
-// default one, the envelopes of library failures, and the journal's view of the monitors'
-// critical sections.
-#ifndef QUILBY_TESTS_CORRELATION_CORRELATION_TEST_SUPPORT_H
-#define QUILBY_TESTS_CORRELATION_CORRELATION_TEST_SUPPORT_H
+// What the correlation tests share: worlds derived from the built-in one, the answer of an injected
+// library failure, and the journal's view of the monitors' critical sections.
+#ifndef QUILBY_TESTS_RESOURCES_CORRELATION_FIXTURE_H
+#define QUILBY_TESTS_RESOURCES_CORRELATION_FIXTURE_H
 
-#include "support/json_helpers.h"
-#include "support/plugin_fixture.h"
-
-#include "quilby_sim/control.h"
+#include "support/registry_fixture.h"
 
 #include <cstdint>
 #include <functional>
@@ -16,29 +12,9 @@
 
 namespace correlation_test {
 
-using quilby_test::compact;
-using quilby_test::parsed;
-using quilby_test::Reply;
+using namespace quilby_test;
 
-inline constexpr const char* kOK = R"({"error":null,"value":null})";
-
-// A text of the simulator's control interface.
-inline std::string controlText(std::uint32_t (*read)(char*, std::uint32_t)) {
-  std::string text(read(nullptr, 0) + 1, '\0');
-  text.resize(read(text.data(), static_cast<std::uint32_t>(text.size())));
-  return text;
-}
-
-inline cairnjson::Value simWorld() { return parsed(controlText(QuilbySimWorld)); }
-
-// The envelope of a library failure: its code, the code's text and the step that failed.
-inline std::string emError(std::uint32_t code, const std::string& message,
-                           const std::string& reason) {
-  return R"({"error":{"code":)" + std::to_string(code) + R"(,"message":")" + message +
-         R"(","name":"EmError","reason":")" + reason + R"("},"value":null})";
-}
-
-// The status the tests make a library call fail with, and the envelope of that failure.
+// The status the tests make a library call fail with, and the answer of that failure.
 inline constexpr std::uint32_t kInjected = 0x80010003;
 inline std::string injected(const std::string& reason) {
   return emError(kInjected, "Measure error.", reason);
@@ -46,26 +22,18 @@ inline std::string injected(const std::string& reason) {
 
 inline const std::string kNoHid = emError(0x80000000, "Failed.", "Get HID handle.");
 
-inline std::string badRequest(const std::string& message) {
-  return R"({"error":{"message":")" + message + R"(","name":"BadRequestError"},"value":null})";
-}
+inline cairnjson::Value simWorld() { return parsed(controlText(QuilbySimWorld)); }
 
-class CorrelationTest : public quilby_test::PluginTest {
+class CorrelationTest : public RegistryTest {
  protected:
-  // The parameters naming a sensor. "studio" opens the arm sensor of the studio monitor (DUE
-  // priority 2, 8x3 matrix, luminance levels); "office" the panel sensor of the office monitor
-  // (older firmware: data index by flags; no DUE priority; 3x3 matrix only); "usb" a USB
-  // colorimeter (no HID handle). Any other text is the parameters themselves.
+  // The parameters naming a sensor: "studio" the arm sensor of the studio monitor, "office" the
+  // panel sensor of the office monitor, "usb" a USB colorimeter (no HID handle). Any other text
+  // is the parameters themselves.
   std::string sensor(const std::string& which) {
-    const char* parameters =
-        which == "studio"   ? R"({"serial":"QM7A0451","product":"QM-27-Studio-Lab"})"
-        : which == "office" ? R"({"serial":"QM4C0088","product":"QM-24-Office"})"
-        : which == "usb"    ? R"({"deviceID":33})"
-                            : nullptr;
-    if (!parameters) return which;
-    const Reply reply = call(which == "usb" ? "DeviceID" : "Monitors", "POST", parameters);
-    EXPECT_EQ(reply.status, 200) << reply.envelope;
-    return R"({"id":")" + reply.value.stringRef() + "\"}";
+    if (which == "studio") return armSensor();
+    if (which == "office") return panelSensor();
+    if (which == "usb") return colorimeter();
+    return which;
   }
 
   // The monitor with that serial in `world`, for editing.
@@ -126,4 +94,4 @@ class CorrelationTest : public quilby_test::PluginTest {
 
 }  // namespace correlation_test
 
-#endif  // QUILBY_TESTS_CORRELATION_CORRELATION_TEST_SUPPORT_H
+#endif  // QUILBY_TESTS_RESOURCES_CORRELATION_FIXTURE_H

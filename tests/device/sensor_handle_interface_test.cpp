@@ -1,6 +1,6 @@
 // The plug-in's sensor-handle C interface, called as another component of the host would, on
 // sensors the page opened through the resources.
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 
 #include <algorithm>
 #include <chrono>

@@ -7,7 +7,7 @@
 // Each run is bounded (time and iterations) and watched: a deadlock ends the program. At the end
 // the simulator's journal must show no device call on a handle that was closed or never opened,
 // and every opened handle closed exactly once or still registered.
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 
 #include "quilby/measurement_device.h"
 

@@ -1,39 +1,15 @@
 // The further per-sensor settings: switches, parameter description, corrections, device options,
 // and the built-in sensor's temperature and brightness correction.
-#include "support/json_helpers.h"
-#include "support/plugin_fixture.h"
-
-#include "quilby_sim/control.h"
+#include "support/registry_fixture.h"
 
 #include <filesystem>
 #include <string>
 
 namespace {
 
-using quilby_test::compact;
-using quilby_test::PluginTest;
-using quilby_test::Reply;
+using namespace quilby_test;
 
-class SensorOptionsTest : public PluginTest {
- protected:
-  // Opens a sensor and returns the parameters object naming it.
-  std::string open(const std::string& entryPoint, const std::string& parameters) {
-    const Reply reply = call(entryPoint, "POST", parameters);
-    EXPECT_EQ(reply.status, 200) << reply.envelope;
-    return R"({"id":")" + reply.value.stringRef() + "\"}";
-  }
-  std::string spectrophotometer() { return open("DeviceID", R"({"deviceID":48})"); }
-  std::string colorimeter() { return open("DeviceID", R"({"deviceID":33})"); }
-  std::string builtIn() {
-    return open("Monitors", R"({"serial":"QM7A0451","product":"QM-27-Studio-Lab"})");
-  }
-
-  // The envelope of a library failure with its code and operation text.
-  static std::string emError(unsigned code, const std::string& message, const std::string& reason) {
-    return R"({"error":{"code":)" + std::to_string(code) + R"(,"message":")" + message +
-           R"(","name":"EmError","reason":")" + reason + R"("},"value":null})";
-  }
-};
+class SensorOptionsTest : public RegistryTest {};
 
 struct SwitchCase {
   const char* resource;
@@ -50,15 +26,15 @@ TEST_F(SensorOptionsTest, SwitchesAreReadAndWritten) {
       {"SensorIFSBrightCorrectParamUpdate", "MDSetIFSBrightCorrectParamUpdateEnabled",
        "Get IFS bright correct param update enabled.", false, true}};
   for (const SwitchCase& row : cases) {
-    const std::string sensor = row.builtIn ? builtIn() : spectrophotometer();
+    const std::string sensor = row.builtIn ? armSensor() : spectrophotometer();
     if (row.offersSupports) {
-      EXPECT_EQ(call(row.resource, "GET", sensor, R"({"supports":false})").envelope,
-                R"({"error":null,"value":true})")
+      EXPECT_EQ(answer(row.resource, "GET", sensor, R"({"supports":false})"),
+                ok(R"(true)"))
           << row.resource;
     }
-    EXPECT_EQ(call(row.resource, "GET", sensor).envelope, R"({"error":null,"value":false})");
-    EXPECT_EQ(call(row.resource, "PUT", sensor, "", "true").envelope, R"({"error":null,"value":null})");
-    EXPECT_EQ(call(row.resource, "GET", sensor).envelope, R"({"error":null,"value":true})");
+    EXPECT_EQ(answer(row.resource, "GET", sensor), ok(R"(false)"));
+    EXPECT_EQ(answer(row.resource, "PUT", sensor, "", "true"), ok(R"(null)"));
+    EXPECT_EQ(answer(row.resource, "GET", sensor), ok(R"(true)"));
     // Only booleans switch, and a refused body never reaches the library.
     clearJournal();
     for (const char* body : {"1", "\"true\"", "null", ""}) {
@@ -69,22 +45,13 @@ TEST_F(SensorOptionsTest, SwitchesAreReadAndWritten) {
     EXPECT_TRUE(calls(row.setter).empty());
     // A sensor without the feature: the library's status with the step's text.
     const std::string other = colorimeter();
-    EXPECT_EQ(call(row.resource, "GET", other).envelope, emError(0x80000007, "Unsupported.", row.getText))
+    EXPECT_EQ(answer(row.resource, "GET", other), emError(0x80000007, "Unsupported.", row.getText))
         << row.resource;
   }
 }
 
 TEST_F(SensorOptionsTest, SupportsQueryOfAMissingFunctionIsFunctionNotFound) {
-  namespace fsys = std::filesystem;
-  unloadPlugin(true);
-  const fsys::path exports = fsys::temp_directory_path() / "quilby-options-variant";
-  fsys::remove_all(exports);
-  fsys::create_directories(exports);
-  for (const fsys::directory_entry& file : fsys::directory_iterator(QUILBY_TEST_VARIANT_EXPORTS_DIR)) {
-    fsys::create_symlink(file.path(), exports / file.path().filename());
-  }
-  fsys::create_symlink(exportsDirectory() / "libquilby.so", exports / "libquilby.so");
-  loadPlugin(exports, true);
+  reloadWith("*");
   const std::string sensor = spectrophotometer();
   const Reply missing = call("SensorTargetMarker", "GET", sensor, R"({"supports":null})");
   EXPECT_EQ(missing.status, 404);
@@ -92,14 +59,12 @@ TEST_F(SensorOptionsTest, SupportsQueryOfAMissingFunctionIsFunctionNotFound) {
             "libmeasurementdevice does not have a requested function.");
   // The marker's state itself is read by a function the variant has.
   EXPECT_EQ(call("SensorTargetMarker", "GET", sensor).status, 200);
-  unloadPlugin(true);
-  fsys::remove_all(exports);
 }
 
 TEST_F(SensorOptionsTest, ParameterDescriptionIsTextUpTo255Bytes) {
   const std::string sensor = spectrophotometer();
-  EXPECT_EQ(call("SensorParameterDescription", "GET", sensor).envelope,
-            R"({"error":null,"value":"QS-20, factory parameters"})");
+  EXPECT_EQ(answer("SensorParameterDescription", "GET", sensor),
+            ok(R"("QS-20, factory parameters")"));
   const std::string longest(255, 'd');
   EXPECT_EQ(call("SensorParameterDescription", "PUT", sensor, "", "\"" + longest + "\"").status, 200);
   EXPECT_EQ(call("SensorParameterDescription", "GET", sensor).value.stringRef(), longest);
@@ -141,12 +106,12 @@ TEST_F(SensorOptionsTest, CorrectionsTakeAndGiveThreeByThreeMatrices) {
 
 TEST_F(SensorOptionsTest, DeviceOptionsAreNumberedValues) {
   const std::string sensor = colorimeter();
-  EXPECT_EQ(call("SensorDeviceOption", "GET", sensor, R"({"option":2})").envelope,
-            R"({"error":null,"value":4})");
+  EXPECT_EQ(answer("SensorDeviceOption", "GET", sensor, R"({"option":2})"),
+            ok(R"(4)"));
   EXPECT_EQ(call("SensorDeviceOption", "GET", sensor, R"({"option":"2"})").value.toInt(-1), 4);
   EXPECT_EQ(call("SensorDeviceOption", "PUT", sensor, "", R"({"option":2,"value":-7})").status, 200);
   EXPECT_EQ(call("SensorDeviceOption", "GET", sensor, R"({"option":2})").value.toInt(0), -7);
-  EXPECT_EQ(call("SensorDeviceOption", "GET", sensor, R"({"option":9})").envelope,
+  EXPECT_EQ(answer("SensorDeviceOption", "GET", sensor, R"({"option":9})"),
             emError(0x8000001C, "Invalid key.", "Get device option value."));
 
   const std::pair<const char*, const char*> refusedQueries[] = {
@@ -168,28 +133,9 @@ TEST_F(SensorOptionsTest, DeviceOptionsAreNumberedValues) {
 }
 
 TEST_F(SensorOptionsTest, TemperatureCorrectionIsRecalculatedOnBuiltInSensorsOnly) {
-  EXPECT_EQ(call("SensorIFSTempCorrectParam", "POST", builtIn()).envelope, R"({"error":null,"value":null})");
-  EXPECT_EQ(call("SensorIFSTempCorrectParam", "POST", colorimeter()).envelope,
+  EXPECT_EQ(answer("SensorIFSTempCorrectParam", "POST", armSensor()), ok(R"(null)"));
+  EXPECT_EQ(answer("SensorIFSTempCorrectParam", "POST", colorimeter()),
             emError(0x80000007, "Unsupported.", "Calculate IFS temperature correction parameter."));
-}
-
-TEST_F(SensorOptionsTest, SensorIsResolvedBeforeAnythingElse) {
-  const std::pair<const char*, const char*> resources[] = {
-      {"SensorExteriorLight", "ExteriorLight"}, {"SensorParameterDescription", "ParameterDescription"},
-      {"SensorCorrection", "Correction"}, {"SensorExCorrection", "ExCorrection"},
-      {"SensorTargetMarker", "TargetMarker"}, {"SensorIFSTempCorrectParam", "IFSTempCorrectParam"},
-      {"SensorIFSBrightCorrectParamUpdate", "IFSBrightCorrectParamUpdate"},
-      {"SensorDeviceOption", "DeviceOption"}};
-  for (const auto& [resource, word] : resources) {
-    const std::string method = std::string(resource) == "SensorIFSTempCorrectParam" ? "POST" : "PUT";
-    clearJournal();
-    const Reply unknown = call(resource, method, R"({"id":"nope"})", "", "malformed");
-    EXPECT_EQ(unknown.status, 404) << resource;
-    EXPECT_EQ(unknown.error["message"].stringRef(), "Not found.");
-    EXPECT_EQ(logLines().at(0).second.substr(0, logLines().at(0).second.find("\terr")),
-              "statusCode:404\tmethod:" + method + "\turi:/quilby/Sensors/nope/" + word);
-    EXPECT_EQ(call(resource, method, "{}").error["message"].stringRef(), "URI is invalid.") << resource;
-  }
 }
 
 }  // namespace

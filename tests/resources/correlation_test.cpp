@@ -1,21 +1,14 @@
 // The correlation resources end to end against the simulated libraries: every handler's answers
 // in one table, then the corrections (Correlation, Correlation/9Points) and the criterion sensor
 // description (Correlation/Description).
-#include "correlation_test_support.h"
+#include "resources/correlation_fixture.h"
 
 #include <algorithm>
 #include <string>
 
 namespace {
 
-using correlation_test::badRequest;
-using correlation_test::compact;
-using correlation_test::CorrelationTest;
-using correlation_test::emError;
-using correlation_test::injected;
-using correlation_test::kNoHid;
-using correlation_test::kOK;
-using correlation_test::parsed;
+using namespace correlation_test;
 
 // ---- Every handler's answers --------------------------------------------------------------------
 
@@ -47,8 +40,6 @@ struct Request {
   std::string reached;
 };
 
-const std::string kInvalidUri = badRequest("URI is invalid.");
-const std::string kNotFound = R"({"error":{"message":"Not found.","name":"Error"},"value":null})";
 const std::string kNoQuery = badRequest("requires 'available' query.");
 const std::string kNotRegistered =
     emError(0x80000005, "Not registered.", "Apply correlation correction.");
@@ -68,9 +59,9 @@ const char* const kEight =
 
 const Request kRequests[] = {
     // The sensor is resolved first.
-    {"NoIdIsInvalidBeforeTheQuery", "{}", R"(GET Correlation?{"available":1})", "", kInvalidUri,
+    {"NoIdIsInvalidBeforeTheQuery", "{}", R"(GET Correlation?{"available":1})", "", kInvalidURI,
      ""},
-    {"ParametersNotAnObjectAreInvalid", "", "DELETE CorrelationMatrix", "", kInvalidUri, ""},
+    {"ParametersNotAnObjectAreInvalid", "", "DELETE CorrelationMatrix", "", kInvalidURI, ""},
     {"UnknownIdBeforeTheBody", kGone, "PUT Correlation", "", kNotFound, ""},
     {"UnknownIdBeforeTheMatrix", kGone, "PUT CorrelationMatrix/Data", "", kNotFound, ""},
     // The corrections: listing, applying (ids rounded half away from zero, below 0 giving 0),
@@ -78,10 +69,10 @@ const Request kRequests[] = {
     {"ListingNeedsTheQuery", "studio", "GET Correlation", "", kNoQuery, ""},
     {"ListingQueryMustBeAnObject", "studio", R"(GET Correlation?["available"])", "", kNoQuery, ""},
     {"ListingEndsSilentlyAtTheFirstFailure", "studio", R"(GET Correlation?{"available":1})", "",
-     R"({"error":null,"value":[]})", "!MDEnumCorrelationCorrection"},
-    {"ApplyOtherTypeIsPlain", "studio", "PUT Correlation", R"({"id":2,"type":"plain"})", kOK,
+     ok(R"([])"), "!MDEnumCorrelationCorrection"},
+    {"ApplyOtherTypeIsPlain", "studio", "PUT Correlation", R"({"id":2,"type":"plain"})", ok("null"),
      kApply + "2"},
-    {"ApplyHalfRoundsAwayFromZero", "studio", "PUT Correlation", R"({"id":2.5})", kOK,
+    {"ApplyHalfRoundsAwayFromZero", "studio", "PUT Correlation", R"({"id":2.5})", ok("null"),
      kApply + "3"},
     {"ApplyNegativeIdIsZero", "studio", "PUT Correlation", R"({"id":-4})", kNotRegistered,
      kApply + "0"},
@@ -102,12 +93,12 @@ const Request kRequests[] = {
     {"ApplyRecalcWhiteNeedsNumericY", "studio", "PUT Correlation",
      R"({"id":1,"type":"recalc","targetWhite":{"x":0.3,"y":0.3,"Y":"120"}})",
      badRequest("targetWhite must have x, y, Y."), ""},
-    {"ReleaseSucceeds", "studio", "DELETE Correlation", "", kOK, "MDReleaseCorrelationCorrection"},
+    {"ReleaseSucceeds", "studio", "DELETE Correlation", "", ok("null"), "MDReleaseCorrelationCorrection"},
     {"SwingSensorQueryOfAnyValueClears", "studio", R"(DELETE Correlation?{"swingSensor":false})",
-     "", kOK, kClear},
+     "", ok("null"), kClear},
     {"ReleaseFails", "studio", "DELETE Correlation", "",
      injected("Release correlation correction."), "!MDReleaseCorrelationCorrection"},
-    {"NinePointsCleared", "studio", "DELETE Correlation/9Points", "", kOK, kClear},
+    {"NinePointsCleared", "studio", "DELETE Correlation/9Points", "", ok("null"), kClear},
     {"NinePointsOfAFixedSensor", "office", "DELETE Correlation/9Points", "", kUnsupported, kClear},
     {"SwingSensorQueryOfAFixedSensor", "office", R"(DELETE Correlation?{"swingSensor":0})", "",
      kUnsupported, kClear},
@@ -122,14 +113,14 @@ const Request kRequests[] = {
     {"DescriptionDeleteFails", "studio", "DELETE Correlation/Description", "",
      injected("Set criterion sensor descripction."), "!CSSG2H_SetCriterionSensorDescription"},
     // The serial's terminator included.
-    {"DescriptionDeleteWritesAZeroedRecord", "studio", "DELETE Correlation/Description", "", kOK,
+    {"DescriptionDeleteWritesAZeroedRecord", "studio", "DELETE Correlation/Description", "", ok("null"),
      "CSSG2H_SetCriterionSensorDescription {}"},
     // Stored matrices: the query is checked before the HID handle; any sensor takes a matrix,
     // whose id is the body.
     {"MatrixListingNeedsTheQuery", "usb", "GET CorrelationMatrix", "", kNoQuery, ""},
     {"MatrixListingNeedsAHidHandle", "usb", R"(GET CorrelationMatrix?{"available":0})", "",
      kNoHid, ""},
-    {"MatrixBareInteger", "usb", "PUT CorrelationMatrix", "2", kOK, "MDApplyCorrelationMatrix 2"},
+    {"MatrixBareInteger", "usb", "PUT CorrelationMatrix", "2", ok("null"), "MDApplyCorrelationMatrix 2"},
     {"MatrixSixAndAHalfIsSeven", "usb", "PUT CorrelationMatrix", "6.5", kMatrixNotRegistered,
      "MDApplyCorrelationMatrix 7"},
     {"MatrixNegativeIsZero", "usb", "PUT CorrelationMatrix", "-3", kMatrixNotRegistered,
@@ -150,14 +141,14 @@ const Request kRequests[] = {
      injected("Set color sensor correction matrix 8x3."), "!CSSG2H_SetXYZCorrectionMatrix8DXT"},
     {"DataWriteOf8RowsWithout8x3Fails", "office", "PUT CorrelationMatrix/Data", kEight,
      injected("Set color sensor correction matrix 3x3."), "!CSSG2H_SetXYZCorrectionMatrix"},
-    {"DataEightRowsAs8x3", "studio", "PUT CorrelationMatrix/Data", kEight, kOK,
+    {"DataEightRowsAs8x3", "studio", "PUT CorrelationMatrix/Data", kEight, ok("null"),
      "CSSG2H_SetXYZCorrectionMatrix8DXT "
      "[1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19,20,21,22,23,24]"},
     {"DataSevenRowsAs3x3", "studio", "PUT CorrelationMatrix/Data",
-     R"({"matrix":[[1,2,3,99],[4,5,6],[7,8,9],[0],[0],[0],[0]]})", kOK,
+     R"({"matrix":[[1,2,3,99],[4,5,6],[7,8,9],[0],[0],[0],[0]]})", ok("null"),
      "CSSG2H_SetXYZCorrectionMatrix [1,2,3,4,5,6,7,8,9]"},
     {"DataElementsConverted", "office", "PUT CorrelationMatrix/Data",
-     R"({"matrix":[[1,"0.5",true],[0,null],[2.5],"x"]})", kOK,
+     R"({"matrix":[[1,"0.5",true],[0,null],[2.5],"x"]})", ok("null"),
      "CSSG2H_SetXYZCorrectionMatrix [1,0.5,1,0.0,0.0,0.0,2.5,0.0,0.0]"},
     {"DataNonFiniteReachesTheLibrary", "office", "PUT CorrelationMatrix/Data",
      R"({"matrix":[["nan",0,0],[0,1,0],[0,0,1]]})",
@@ -187,10 +178,9 @@ TEST_P(CorrelationRequestTest, AnswersAndReachesOnlyItsOperation) {
   const std::string reached = row.reached.substr(fails ? 1 : 0);
   const std::string function = reached.substr(0, reached.find(' '));
   clearJournal();
-  if (fails) QuilbySimFailNext(function.c_str(), 1, correlation_test::kInjected);
-  EXPECT_EQ(call(entryPoint, request.substr(0, space), parameters,
-                 request.substr(std::min(mark + 1, request.size())), row.body)
-                .envelope,
+  if (fails) QuilbySimFailNext(function.c_str(), 1, kInjected);
+  EXPECT_EQ(answer(entryPoint, request.substr(0, space), parameters,
+                 request.substr(std::min(mark + 1, request.size())), row.body),
             row.answer);
 
   std::vector<cairnjson::Value> operations;
@@ -222,8 +212,8 @@ INSTANTIATE_TEST_SUITE_P(Rows, CorrelationRequestTest, testing::ValuesIn(kReques
 // ---- Corrections --------------------------------------------------------------------------------
 
 TEST_F(CorrelationTest, ListsTheCorrectionsOfTheSensorsMonitor) {
-  EXPECT_EQ(call("SensorCorrelation", "GET", sensor("studio"), R"({"available":false})").envelope,
-            R"({"error":null,"value":[)"
+  EXPECT_EQ(answer("SensorCorrelation", "GET", sensor("studio"), R"({"available":false})"),
+            "200 " R"({"error":null,"value":[)"
             R"({"id":1,"monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
             R"("referenceSensor":{"deviceID":48,"serial":"QS20-240117"}},)"
             R"({"id":2,"monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
@@ -233,10 +223,9 @@ TEST_F(CorrelationTest, ListsTheCorrectionsOfTheSensorsMonitor) {
 }
 
 TEST_F(CorrelationTest, RecalcPassesTheTargetWhiteAsAZeroedColourRecord) {
-  ASSERT_EQ(call("SensorCorrelation", "PUT", sensor("studio"), "",
-                 R"({"id":1,"type":"recalc","targetWhite":{"x":0.3127,"y":0.329,"Y":120,"X":5}})")
-                .envelope,
-            kOK);
+  ASSERT_EQ(answer("SensorCorrelation", "PUT", sensor("studio"), "",
+                 R"({"id":1,"type":"recalc","targetWhite":{"x":0.3127,"y":0.329,"Y":120,"X":5}})"),
+            ok("null"));
   const auto applied = calls("MDApplyCorrelationCorrectionWithRecalcLuminanceLevelCorrection");
   ASSERT_EQ(applied.size(), 1u);
   // The journal leaves zero members out: only x, y and Y were set, X was not read.
@@ -286,7 +275,7 @@ class CorrelationDescriptionWriteTest : public CorrelationTest,
 
 TEST_P(CorrelationDescriptionWriteTest, StoresWhatGetReadsBack) {
   const std::string armSensor = sensor("studio");
-  ASSERT_EQ(call("SensorCorrelationDescription", "PUT", armSensor, "", GetParam().body).envelope, kOK);
+  ASSERT_EQ(answer("SensorCorrelationDescription", "PUT", armSensor, "", GetParam().body), ok("null"));
   ASSERT_EQ(calls("CSSG2H_SetCriterionSensorDescription").size(), 1u);
   expectSectionsKept();
   const cairnjson::Value read = call("SensorCorrelationDescription", "GET", armSensor).value;

@@ -3,7 +3,7 @@
 // the page with its operation text. Requests to a built-in sensor through its monitor enter the
 // monitor's critical section around the colour-sensor call and always leave it: on success, on
 // library failures, and when the function is missing.
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 
 #include <gmock/gmock.h>
 
@@ -50,6 +50,16 @@ const Request kRequests[] = {
      "Get human detect mode.", kStudioSerial},
     {"SensorAmbraSenseLevel", "PUT", "/AmbraSense/Level", "2", "CSSG2H_SetHumanDetectMode",
      "Set human detect mode.", kStudioSerial},
+    // The further settings, for the lookup alone.
+    {"SensorExteriorLight", "PUT", "/ExteriorLight", "", nullptr, nullptr, nullptr},
+    {"SensorParameterDescription", "PUT", "/ParameterDescription", "", nullptr, nullptr, nullptr},
+    {"SensorCorrection", "PUT", "/Correction", "", nullptr, nullptr, nullptr},
+    {"SensorExCorrection", "PUT", "/ExCorrection", "", nullptr, nullptr, nullptr},
+    {"SensorTargetMarker", "PUT", "/TargetMarker", "", nullptr, nullptr, nullptr},
+    {"SensorIFSTempCorrectParam", "POST", "/IFSTempCorrectParam", "", nullptr, nullptr, nullptr},
+    {"SensorIFSBrightCorrectParamUpdate", "PUT", "/IFSBrightCorrectParamUpdate", "", nullptr,
+     nullptr, nullptr},
+    {"SensorDeviceOption", "PUT", "/DeviceOption", "", nullptr, nullptr, nullptr},
 };
 
 // The requests whose `field` is set.

@@ -1,13 +1,13 @@
-// What the end-to-end tests of the sensor registry and of the per-sensor resources share: the
-// built-in simulated world's sensors and monitors, the plug-in's sensor-handle functions, opening
-// sensors, answers as "<status> <envelope>", the journal's handles and the monitors' critical
-// sections, and reloading the plug-in beside other device libraries.
-#ifndef QUILBY_TESTS_REGISTRY_REGISTRY_TEST_SUPPORT_H
-#define QUILBY_TESTS_REGISTRY_REGISTRY_TEST_SUPPORT_H
+// What the end-to-end tests of the sensor registry and of the resources share: the plug-in's
+// sensor-handle functions, opening the built-in world's sensors, the journal's handles and the
+// monitors' critical sections, and reloading the plug-in beside other device libraries.
+#ifndef QUILBY_TESTS_SUPPORT_REGISTRY_FIXTURE_H
+#define QUILBY_TESTS_SUPPORT_REGISTRY_FIXTURE_H
 
 #include "quilby/plugin.h"
 #include "quilby_sim/control.h"
 #include "support/plugin_fixture.h"
+#include "support/world.h"
 
 #include <unistd.h>
 
@@ -21,36 +21,6 @@
 #include <vector>
 
 namespace quilby_test {
-
-// The built-in world's sensors and monitors used by these tests.
-inline constexpr MDDeviceID kColorimeter = 33;        // USB, ambient, several positions
-inline constexpr MDDeviceID kSpectrophotometer = 48;  // USB, reflectance, spectrum, calibration
-inline constexpr MDDeviceID kSerialReference = 82;    // on "QS-30 serial bridge"
-inline constexpr MDDeviceID kArmSensor = 4144;      // the studio monitor's, arm starts in
-inline constexpr const char* kStudioSerial = "QM7A0451";
-inline constexpr const char* kOfficeSerial = "QM4C0088";    // fixed panel sensor
-inline constexpr const char* kUnlinkedSerial = "QM7B0912";  // known, but without HID handle
-inline constexpr const char* kStudioProduct = "QM-27-Studio-Lab";
-inline constexpr const char* kOfficeProduct = "QM-24-Office";
-
-// The answers as answer() writes them.
-inline std::string ok(const std::string& valueJson) {
-  return R"(200 {"error":null,"value":)" + valueJson + "}";
-}
-inline std::string badRequest(const std::string& message) {
-  return R"(400 {"error":{"message":")" + message + R"(","name":"BadRequestError"},"value":null})";
-}
-inline std::string emError(unsigned code, const std::string& message, const std::string& reason) {
-  return R"(500 {"error":{"code":)" + std::to_string(code) + R"(,"message":")" + message +
-         R"(","name":"EmError","reason":")" + reason + R"("},"value":null})";
-}
-inline std::string functionNotFound(const std::string& library) {
-  return R"(404 {"error":{"message":")" + library +
-         R"( does not have a requested function.","name":"FunctionNotFoundError"},"value":null})";
-}
-inline const std::string kInvalidURI = badRequest("URI is invalid.");
-inline const std::string kNotFound =
-    R"(404 {"error":{"message":"Not found.","name":"Error"},"value":null})";
 
 // The plug-in's sensor-handle functions, looked up in the plug-in loaded when it is made.
 #define QUILBY_TEST_PLUGIN_FUNCTION(member, name) \
@@ -150,14 +120,6 @@ class RegistryTest : public PluginTest {
     std::filesystem::remove_all(links_);
   }
 
-  // The answer as "<status> <envelope>".
-  std::string answer(const std::string& entryPoint, const std::string& method,
-                     const std::string& parameters = "", const std::string& query = "",
-                     const std::string& data = "") {
-    const Reply reply = call(entryPoint, method, parameters, query, data);
-    return std::to_string(reply.status) + " " + reply.envelope;
-  }
-
   // Opens a sensor through the page's resources and returns its identifier; the test fails
   // unless the answer is 200 with a string.
   std::string openByDeviceID(MDDeviceID deviceID) {
@@ -222,10 +184,8 @@ class RegistryTest : public PluginTest {
 
   // The owners of the monitors' critical sections, "" for a free one, in world order.
   static std::vector<std::string> sectionOwners() {
-    std::string text(QuilbySimCriticalSections(nullptr, 0) + 1, '\0');
-    text.resize(QuilbySimCriticalSections(text.data(), static_cast<std::uint32_t>(text.size())));
     std::vector<std::string> owners;
-    const cairnjson::Value sections = parsed(text);
+    const cairnjson::Value sections = parsed(controlText(QuilbySimCriticalSections));
     for (const cairnjson::Value& section : sections.elements()) {
       owners.push_back(section["owner"].toString(""));
     }
@@ -273,4 +233,4 @@ class RegistryTest : public PluginTest {
 
 }  // namespace quilby_test
 
-#endif  // QUILBY_TESTS_REGISTRY_REGISTRY_TEST_SUPPORT_H
+#endif  // QUILBY_TESTS_SUPPORT_REGISTRY_FIXTURE_H

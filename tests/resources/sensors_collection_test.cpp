@@ -1,6 +1,6 @@
 // The sensors collection (Sensors, SensorsName, XRiteControlPanel) and opening sensors (DeviceID,
 // Monitors, IndividualID POST) through the built plug-in and the simulated libraries.
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 
 #include <algorithm>
 #include <regex>
@@ -211,16 +211,6 @@ TEST_F(SensorOpeningTest, FailedOpeningAnswersTheErrorAndRegistersNothing) {
     }
     EXPECT_EQ(answer("Sensors", "GET"), ok("[]"));
   }
-}
-
-TEST_F(SensorOpeningTest, OpeningTwiceGivesTwoIdentifiersAndTwoHandles) {
-  const std::vector<std::string> ids = {openMonitor(kStudioSerial, kStudioProduct),
-                                        openMonitor(kStudioSerial, kStudioProduct),
-                                        openByDeviceID(kColorimeter), openByDeviceID(kColorimeter)};
-  const std::vector<std::string> handles = handlesOf(ids);
-  EXPECT_EQ(std::set<std::string>(ids.begin(), ids.end()).size(), 4u);
-  EXPECT_EQ(std::set<std::string>(handles.begin(), handles.end()).size(), 4u);
-  EXPECT_EQ(openedIdentifiers().size(), 4u);
 }
 
 }  // namespace

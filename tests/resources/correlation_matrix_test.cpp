@@ -2,7 +2,7 @@
 // matrix (CorrelationMatrix/Data), end to end against the simulated libraries, and a user's
 // session with them. Their refusals and failures are rows of the request table in
 // correlation_test.cpp.
-#include "correlation_test_support.h"
+#include "resources/correlation_fixture.h"
 
 #include <array>
 #include <cmath>
@@ -10,27 +10,25 @@
 
 namespace {
 
-using correlation_test::compact;
-using correlation_test::CorrelationTest;
-using correlation_test::kOK;
+using namespace correlation_test;
 
 // ---- Stored matrices ----------------------------------------------------------------------------
 
 TEST_F(CorrelationTest, ListsTheMatricesOfTheMonitorsProductAndPanelRevision) {
-  EXPECT_EQ(call("SensorCorrelationMatrix", "GET", sensor("studio"), R"({"available":0})").envelope,
-            R"({"error":null,"value":[)"
+  EXPECT_EQ(answer("SensorCorrelationMatrix", "GET", sensor("studio"), R"({"available":0})"),
+            "200 " R"({"error":null,"value":[)"
             R"({"id":1,"referenceSensor":{"deviceID":48,"serial":"QS20-240117"}},)"
             R"({"id":2,"referenceSensor":{"deviceID":82,"serial":"QS30-980007"}}]})");
   EXPECT_TRUE(calls("EmCtrlLockMonitor").empty()) << "listing takes no lock";
 
-  EXPECT_EQ(call("SensorCorrelationMatrix", "GET", sensor("office"), R"({"available":0})").envelope,
-            R"({"error":null,"value":[)"
+  EXPECT_EQ(answer("SensorCorrelationMatrix", "GET", sensor("office"), R"({"available":0})"),
+            "200 " R"({"error":null,"value":[)"
             R"({"id":3,"referenceSensor":{"deviceID":48,"serial":"QS20-240117"}}]})");
 
   // The matrices are those of the monitor's product and panel revision; none fits revision 4.
   loadDefaultWorldWith("QM7A0451", [](cairnjson::Value& m) { m["panelRevision"].setInteger(4); });
-  EXPECT_EQ(call("SensorCorrelationMatrix", "GET", sensor("studio"), R"({"available":0})").envelope,
-            R"({"error":null,"value":[]})");
+  EXPECT_EQ(answer("SensorCorrelationMatrix", "GET", sensor("studio"), R"({"available":0})"),
+            ok(R"([])"));
 }
 
 // ---- The built-in sensor's correction matrix ----------------------------------------------------
@@ -45,7 +43,7 @@ TEST_F(CorrelationTest, MatrixDataReadsTheSupportedFormAndComparesItWithTheFacto
   // The factory set stays selected, so a write has to select the user set again itself.
   const std::string changed =
       R"({"matrix":[[1,0,0],[0,1,0],[0,0,1],[0,0,0],[0,0,0],[0,0,0],[0,0,0],[0.5,0,0]]})";
-  ASSERT_EQ(call("SensorCorrelationMatrixData", "PUT", armSensor, "", changed).envelope, kOK);
+  ASSERT_EQ(answer("SensorCorrelationMatrixData", "PUT", armSensor, "", changed), ok("null"));
   EXPECT_EQ(compact(call("SensorCorrelationMatrixData", "GET", armSensor, query).value),
             R"({"isFactory":false,"matrix":[[1,0.0,0.0],[0.0,1,0.0],[0.0,0.0,1],)"
             R"([0.0,0.0,0.0],[0.0,0.0,0.0],[0.0,0.0,0.0],[0.0,0.0,0.0],[0.5,0.0,0.0]]})");
@@ -91,7 +89,7 @@ TEST_F(CorrelationTest, AppliedMatrixOrCorrectionCorrectsMeasurementsUntilReleas
       const cairnjson::Value xyz = call("SensorXYZ", "GET", armSensor).value["XYZ"];
       return XYZ{xyz["X"].toDouble(NAN), xyz["Y"].toDouble(NAN), xyz["Z"].toDouble(NAN)};
     };
-    ASSERT_EQ(call("SensorArm", "PUT", armSensor, "", "true").envelope, kOK);
+    ASSERT_EQ(answer("SensorArm", "PUT", armSensor, "", "true"), ok("null"));
     const XYZ before = measure();
     ASSERT_GT(before[1], 100.0) << "the panel shows white";
 
@@ -99,7 +97,7 @@ TEST_F(CorrelationTest, AppliedMatrixOrCorrectionCorrectsMeasurementsUntilReleas
     ASSERT_EQ(listed.size(), 2u);
     ASSERT_EQ(listed[0ul]["referenceSensor"]["serial"].toString(""), "QS20-240117");
     const std::string body = way.bodyBefore + listed[0ul]["id"].toString("") + way.bodyAfter;
-    ASSERT_EQ(call(way.resource, "PUT", armSensor, "", body).envelope, kOK);
+    ASSERT_EQ(answer(way.resource, "PUT", armSensor, "", body), ok("null"));
 
     XYZ expected{};
     for (int r = 0; r < 3; ++r) {
@@ -109,7 +107,7 @@ TEST_F(CorrelationTest, AppliedMatrixOrCorrectionCorrectsMeasurementsUntilReleas
     EXPECT_TRUE(sameReading(correlated, expected));
     EXPECT_FALSE(sameReading(correlated, before));
 
-    ASSERT_EQ(call(way.resource, "DELETE", armSensor).envelope, kOK);
+    ASSERT_EQ(answer(way.resource, "DELETE", armSensor), ok("null"));
     EXPECT_TRUE(sameReading(measure(), before));
     EXPECT_TRUE(sectionsFree());
   }

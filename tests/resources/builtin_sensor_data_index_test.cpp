@@ -1,14 +1,13 @@
 // The selection of a built-in sensor's data index before its correlation data is touched, and the
 // monitor's critical section around it: a plain Get of the matrix data selects the user set (flag
 // false), and "checksFactoryData" then selects the factory set (flag true).
-#include "correlation_test_support.h"
+#include "resources/correlation_fixture.h"
 
 #include <string>
 
 namespace {
 
-using correlation_test::CorrelationTest;
-using correlation_test::emError;
+using namespace correlation_test;
 
 // The data-index steps of the journal, joined by ", ": "Priority" for a DUE priority read,
 // "Index <index> -> <result>" and "Index2 <inverted> <priorityIs2> -> <status>"; with `sections`
@@ -83,15 +82,15 @@ TEST_F(CorrelationTest, DescriptionIsRefusedWhileHeldElsewhereThenReadInASection
   // While another program holds the section, the index is refused by number and by flags; only
   // the second refusal is reported.
   ASSERT_EQ(QuilbySimHoldMonitor("QM7A0451", "QM-27-Studio-Lab", 1), 0);
-  EXPECT_EQ(call("SensorCorrelationDescription", "GET", armSensor).envelope,
+  EXPECT_EQ(answer("SensorCorrelationDescription", "GET", armSensor),
             emError(0x8000001F, "Rejected by critical section.", "Set color sensor data index."));
   EXPECT_EQ(dataIndexSteps(journal()), "Priority, Index 3 -> -1, Index2 1 1 -> 2147483679");
   EXPECT_TRUE(calls("CSSG2H_GetCriterionSensorDescription").empty());
 
   ASSERT_EQ(QuilbySimHoldMonitor("QM7A0451", "QM-27-Studio-Lab", 0), 0);
   clearJournal();
-  EXPECT_EQ(call("SensorCorrelationDescription", "GET", armSensor).envelope,
-            R"({"error":null,"value":{"date":{"dateString":"2023-11-02 14:20:00","day":2,)"
+  EXPECT_EQ(answer("SensorCorrelationDescription", "GET", armSensor),
+            "200 " R"({"error":null,"value":{"date":{"dateString":"2023-11-02 14:20:00","day":2,)"
             R"("hour":14,"minute":20,"month":11,"year":2023},)"
             R"("referenceSensor":{"deviceID":48,"serial":"QS20-240117"}}})");
   // The priority is read before any section; one section selects the user set, another

@@ -3,7 +3,7 @@
 // sensing, and measurements through the measurement library (XYZ, raw) and the colour-sensor
 // library of built-in sensors (RGB, IR, uncorrelated XYZ), also without the measurement library's
 // optional functions. Library failures are covered in per_sensor_request_test.cpp.
-#include "registry/registry_test_support.h"
+#include "support/registry_fixture.h"
 
 #include <cmath>
 #include <string>
@@ -168,17 +168,6 @@ TEST_F(SensorStateTest, PutsRefuseBodiesOfTheWrongKind) {
   // The built-in sensor is looked up before the body is checked.
   EXPECT_EQ(answer("SensorAmbraSense", "PUT", colorimeter(), "", "\"x\""),
             emError(0x80000000, "Failed.", "Get HID handle."));
-}
-
-TEST_F(SensorStateTest, PutsCalibrateWhateverTheBodyAndMoveTheArmByBooleans) {
-  const std::string sensor = spectrophotometer(), arm = armSensor();
-  clearJournal();
-  EXPECT_EQ(answer("SensorCalibration", "PUT", sensor, "", "\"ignored\""), ok("null"));
-  EXPECT_EQ(answer("SensorCalibration", "GET", sensor, R"({"needs":1})"), ok("false"));
-  EXPECT_EQ(answer("SensorArm", "PUT", arm, "", "true"), ok("null"));
-  EXPECT_EQ(answer("SensorArm", "PUT", arm, "", "false"), ok("null"));
-  EXPECT_EQ(deviceCalls(), (std::vector<std::string>{"MDCalibrate", "MDIsCalibrationNecessary",
-                                                     "MDTakeOutArm", "MDTakeInArm"}));
 }
 
 TEST_F(SensorStateTest, PresenceIsReadAsIntegersAndSetFromNumbers) {
