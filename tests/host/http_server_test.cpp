@@ -256,7 +256,8 @@ TEST_F(HttpServerTest, BodiesReachThePlugInByteForByte) {
                                  "{\r\n  \"mode\" : 1.50\r\n}\r\n  trailing", "\xEF\xBB\xBF[1, 2]",
                                  "abc \"quoted\" \\ back", "caf\xC3\xA9 \xE2\x9C\x93",
                                  "\xFF\xFE not UTF-8", "   "}) {
-    EXPECT_EQ(parsed(exchange("PUT /Sensors/a/Mode", body).body)["value"]["data"].stringRef(), body);
+    const RawResponse response = exchange("PUT /Sensors/a/Mode", body);
+    EXPECT_EQ(parsed(response.body)["value"]["data"].stringRef(), body);
   }
 }
 

@@ -159,7 +159,7 @@ TEST_F(PluginRoutesTest, SimulatorRoutesRefuseWhatTheyCannotDo) {
       {"PUT", "/sim/world", R"({"monitors": [{"serial": "X"}]})", 400, "monitors[0]"},
       {"PUT", "/sim/world", "not json", 400, ""},
       {"GET", "/sim/journal?last=two", "", 400, "last must be a whole number"},
-      {"POST", "/sim/failures", R"({"function": "NoSuchFunction"})", 400, "is not a device-library"},
+      {"POST", "/sim/failures", R"({"function": "NoSuchFunction"})", 400, "is not a device"},
       {"POST", "/sim/failures", R"({"function": "MDOpen", "status": "EMERR_NOPE"})", 400,
        "\"EMERR_NOPE\" is not"},
       {"POST", "/sim/failures", R"({"function": "MDOpen", "count": -1})", 400, "count must be"},
