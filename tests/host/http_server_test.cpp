@@ -25,7 +25,6 @@
 #include <set>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace {
 

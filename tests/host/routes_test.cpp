@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <regex>
 #include <set>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -88,27 +88,14 @@ TEST(RestRouteTest, DocumentedTableIsTheResourceList) {
     listed.emplace(methods, route.pattern, route.entryPoint);
   }
 
+  // | GET, PUT | `/Sensors/{id}/Mode` | `SensorMode` |
+  const std::regex row(R"(\| ([A-Z]+(?:, [A-Z]+)*) \| `([^`]+)` \| `(\w+)` \|)");
   std::ifstream file(QUILBY_API_DOCUMENT);
   ASSERT_TRUE(file) << QUILBY_API_DOCUMENT;
   std::set<Row> documented;
-  bool inTable = false;
   for (std::string line; std::getline(file, line);) {
-    if (line == "| method | path | entry point |") {
-      inTable = true;
-      continue;
-    }
-    if (!inTable || line.rfind("|---", 0) == 0) continue;
-    if (line.empty() || line[0] != '|') break;
-    // | GET, PUT | `/Sensors/{id}/Mode` | `SensorMode` |
-    std::vector<std::string> cells;
-    std::istringstream row(line.substr(1));
-    for (std::string cell; std::getline(row, cell, '|');) {
-      const std::size_t first = cell.find_first_not_of(" `");
-      const std::size_t last = cell.find_last_not_of(" `");
-      cells.push_back(first == std::string::npos ? "" : cell.substr(first, last - first + 1));
-    }
-    ASSERT_EQ(cells.size(), 3u) << line;
-    documented.emplace(cells[0], cells[1], cells[2]);
+    std::smatch cells;
+    if (std::regex_match(line, cells, row)) documented.emplace(cells[1], cells[2], cells[3]);
   }
   EXPECT_EQ(documented, listed);
 }

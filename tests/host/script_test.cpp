@@ -64,61 +64,59 @@ TEST(ScriptLineTest, ReadsCapturesSavesAndRequests) {
   }
 }
 
+// Each case substitutes to `want`, or is refused with an error starting with it.
 TEST(ScriptVariablesTest, SubstitutesNamesAndKeepsOtherDollars) {
   const quilbyhost::ScriptVariables variables = {{"s", "5f0c"}, {"s2", "X"}, {"white", "{\"X\":1}"}};
-  const std::pair<const char*, const char*> cases[] = {
-      {"/Sensors/$s/XYZ", "/Sensors/5f0c/XYZ"},
-      {"${s}2 $s2", "5f0c2 X"},
-      {"{\"XYZ\": $white}", "{\"XYZ\": {\"X\":1}}"},
-      {"costs $$5 or $5, $ alone, $-", "costs $5 or $5, $ alone, $-"},
-      {"end$", "end$"},
+  const struct {
+    const char* text;
+    bool substituted;
+    const char* want;
+  } cases[] = {
+      {"/Sensors/$s/XYZ", true, "/Sensors/5f0c/XYZ"},
+      {"${s}2 $s2", true, "5f0c2 X"},
+      {"{\"XYZ\": $white}", true, "{\"XYZ\": {\"X\":1}}"},
+      {"costs $$5 or $5, $ alone, $-", true, "costs $5 or $5, $ alone, $-"},
+      {"end$", true, "end$"},
+      {"/Sensors/$sensor/XYZ", false, "unknown variable $sensor"},
+      {"${s", false, "unterminated ${"},
+      {"${}", false, "unknown variable $"},
   };
-  for (const auto& [text, want] : cases) {
-    std::string result;
-    std::string error;
-    EXPECT_TRUE(quilbyhost::substituteVariables(text, variables, result, error)) << text << error;
-    EXPECT_EQ(result, want) << text;
-  }
-  const std::pair<const char*, const char*> refused[] = {
-      {"/Sensors/$sensor/XYZ", "unknown variable $sensor"},
-      {"${s", "unterminated ${"},
-      {"${}", "unknown variable $"},
-  };
-  for (const auto& [text, message] : refused) {
+  for (const auto& c : cases) {
     std::string result = "unchanged";
     std::string error;
-    std::string missing;
-    EXPECT_FALSE(quilbyhost::substituteVariables(text, variables, result, error, &missing)) << text;
-    EXPECT_EQ(error.rfind(message, 0), 0u) << error;
-    EXPECT_EQ(result, "unchanged");
+    EXPECT_EQ(quilbyhost::substituteVariables(c.text, variables, result, error), c.substituted)
+        << c.text << error;
+    EXPECT_EQ(result, c.substituted ? c.want : "unchanged") << c.text;
+    EXPECT_EQ(error.rfind(c.want, 0), c.substituted ? std::string::npos : 0u) << error;
   }
 }
 
+// Each selector gives `want`, or is refused with `want` as the error.
 TEST(ScriptVariablesTest, SelectsFromTheAnswer) {
   const std::string answer =
       R"({"error":null,"value":{"XYZ":{"X":152.5,"Y":160},"list":[{"deviceID":33}],"name":"QM","on":true,"none":null}})";
-  const std::pair<const char*, const char*> cases[] = {
-      {".value.name", "QM"}, {".value.XYZ.Y", "160"}, {".value.XYZ", R"({"X":152.5,"Y":160})"},
-      {".value.list.0.deviceID", "33"}, {".value.on", "true"},
+  const struct {
+    const char* selector;
+    bool selected;
+    const char* want;
+  } cases[] = {
+      {".value.name", true, "QM"},
+      {".value.XYZ.Y", true, "160"},
+      {".value.XYZ", true, R"({"X":152.5,"Y":160})"},
+      {".value.list.0.deviceID", true, "33"},
+      {".value.on", true, "true"},
+      {".value.XYZ.Q", false, "the answer has no .value.XYZ.Q"},
+      {".value.list.1.deviceID", false, "the answer has no .value.list.1"},
+      {".value.name.first", false, "the answer has no .value.name.first"},
+      {".value.none", false, "the answer's .value.none is null"},
+      {".error", false, "the answer's .error is null"},
   };
-  for (const auto& [selector, want] : cases) {
+  for (const auto& c : cases) {
     std::string text;
     std::string error;
-    EXPECT_TRUE(quilbyhost::selectFromAnswer(answer, selector, text, error)) << selector << error;
-    EXPECT_EQ(text, want) << selector;
-  }
-  const std::pair<const char*, const char*> refused[] = {
-      {".value.XYZ.Q", "the answer has no .value.XYZ.Q"},
-      {".value.list.1.deviceID", "the answer has no .value.list.1"},
-      {".value.name.first", "the answer has no .value.name.first"},
-      {".value.none", "the answer's .value.none is null"},
-      {".error", "the answer's .error is null"},
-  };
-  for (const auto& [selector, message] : refused) {
-    std::string text;
-    std::string error;
-    EXPECT_FALSE(quilbyhost::selectFromAnswer(answer, selector, text, error)) << selector;
-    EXPECT_EQ(error, message);
+    EXPECT_EQ(quilbyhost::selectFromAnswer(answer, c.selector, text, error), c.selected)
+        << c.selector << error;
+    EXPECT_EQ(c.selected ? text : error, c.want) << c.selector;
   }
   std::string text;
   std::string error;
