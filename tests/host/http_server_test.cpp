@@ -234,8 +234,9 @@ class HttpServerTest : public testing::Test {
   bool served_ = false;
 };
 
-// The request target reaches the routes as sent; routes_test.cpp maps every route.
-TEST_F(HttpServerTest, RestRequestsReachThePlugInAsSent) {
+// The request target reaches the routes as sent (routes_test.cpp maps every route), bodies byte for
+// byte; the plug-in's status comes back, and no answer at all is the host's error.
+TEST_F(HttpServerTest, RequestsReachThePlugInAsSentAndItsAnswersComeBack) {
   startServer({});
   const RawResponse response =
       exchange("POST /Monitors/S%201/QM%2F27/Sensor?supports&deviceIDs=3%2C5", "body");
@@ -247,26 +248,18 @@ TEST_F(HttpServerTest, RestRequestsReachThePlugInAsSent) {
   EXPECT_EQ(value["parameters"].stringRef(), R"({"product":"QM/27","serial":"S 1"})");
   EXPECT_EQ(value["query"].stringRef(), R"({"deviceIDs":"3,5","supports":null})");
   EXPECT_EQ(value["data"].stringRef(), "body");
-}
-
-TEST_F(HttpServerTest, BodiesReachThePlugInByteForByte) {
-  startServer({});
   for (const std::string body : {R"({"mode": 1, "observerKey": 0})",
                                  "{\r\n  \"mode\" : 1.50\r\n}\r\n  trailing", "\xEF\xBB\xBF[1, 2]",
                                  "abc \"quoted\" \\ back", "caf\xC3\xA9 \xE2\x9C\x93",
                                  "\xFF\xFE not UTF-8", "   "}) {
-    const RawResponse response = exchange("PUT /Sensors/a/Mode", body);
-    EXPECT_EQ(parsed(response.body)["value"]["data"].stringRef(), body);
+    const RawResponse echoed = exchange("PUT /Sensors/a/Mode", body);
+    EXPECT_EQ(parsed(echoed.body)["value"]["data"].stringRef(), body);
   }
-}
 
-TEST_F(HttpServerTest, PassesTheBridgeStatusAndRefusesAMissingAnswer) {
-  startServer({});
   const RawResponse notFound = exchange("PUT /Sensors/a/Mode", "status:404");
   EXPECT_EQ(notFound.status, 404);
   EXPECT_EQ(notFound.header("X-Quilby-Status"), "404");
   EXPECT_FALSE(notFound.header("X-Quilby-Promise-Id").empty());
-
   const RawResponse silent = exchange("PUT /Sensors/a/Mode", "answers:0");
   EXPECT_EQ(silent.status, 502);
   const cairnjson::Value error = parsed(silent.body)["error"];
