@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -55,11 +56,6 @@ class CliTest : public testing::Test {
     finished.status = program.wait();
     finished.errors = program.errors();
     return finished;
-  }
-
-  Finished runEcho(std::vector<std::string> arguments, const std::string& input = "") {
-    arguments.insert(arguments.end(), {"--exports", QUILBY_ECHO_EXPORTS_DIR});
-    return run(std::move(arguments), input);
   }
 
   fsys::path write(const std::string& name, const std::string& text) {
@@ -131,39 +127,41 @@ TEST_F(CliTest, SaysWhatWentWrongAndExitsWithIt) {
   write("failing.txt", "GET /Nowhere\n");
   const std::string answer = "200 \\{[^\n]*\n";
   const struct {
-    std::vector<std::string> arguments;
+    const char* command;  // its words, separated by spaces
     const char* input;
     int status;
     testing::Matcher<const std::string&> out, errors;
   } cases[] = {
       // Quiet leaves only the answers and the failures.
-      {{"run", "session.txt", "--quiet"}, "", 0, testing::MatchesRegex(answer + answer), StrEq("")},
-      {{"run", "failing.txt", "-q"}, "", 1, testing::_,
+      {"run session.txt --quiet", "", 0, testing::MatchesRegex(answer + answer), StrEq("")},
+      {"run failing.txt -q", "", 1, testing::_,
        StrEq("failing.txt:1: GET /Nowhere answered 404: No resource answers GET /Nowhere.\n")},
       // The file is read before the plug-in is loaded, the files to write checked.
-      {{"run", "missing.txt"}, "", 2, StrEq(""),
+      {"run missing.txt", "", 2, StrEq(""),
        StrEq("quilby-host: cannot read missing.txt: No such file or directory\n")},
-      {{"measure", "--device-id", "33", "--cgats", "/nonexistent-directory/out.txt"}, "", 2,
-       StrEq(""),
+      {"measure --device-id 33 --cgats /nonexistent-directory/out.txt", "", 2, StrEq(""),
        StrEq("quilby-host: cannot write /nonexistent-directory/out.txt: the directory "
              "/nonexistent-directory does not exist or is not writable\n")},
-      {{"measure", "--device-id", "33", "--colours", "red"}, "", 1, StrEq(""),
+      {"measure --device-id 33 --colours red", "", 1, StrEq(""),
        HasSubstr("--colours needs the simulated device libraries")},
       // A shell on a pipe prompts for nothing; a bad line fails it and quit ends it.
-      {{"shell"}, "GET /Sensors\nGET Sensors\nvars\nquit\nGET /Sensors\n", 1,
+      {"shell", "GET /Sensors\nGET Sensors\nvars\nquit\nGET /Sensors\n", 1,
        testing::MatchesRegex(answer + "no variables yet: NAME = METHOD PATH sets one\n"),
        testing::AllOf(testing::Not(HasSubstr("quilby>")),
                       HasSubstr("line 2: expected METHOD PATH [body], with a path starting with / "
                                 "(help lists what a line can be)\n"),
                       HasSubstr("quilby-host: 2 requests, 1 answered 2xx, 1 failed\n"))},
-      {{"shell"}, "GET /Sensors\n", 0, testing::MatchesRegex(answer),
+      {"shell", "GET /Sensors\n", 0, testing::MatchesRegex(answer),
        HasSubstr("quilby-host: 1 request, 1 answered 2xx, 0 failed\n")},
   };
   for (const auto& c : cases) {
-    const Finished finished = runEcho(c.arguments, c.input);
-    EXPECT_EQ(finished.status, c.status) << c.arguments.front();
-    EXPECT_THAT(finished.out, c.out) << c.arguments.front();
-    EXPECT_THAT(finished.errors, c.errors) << c.arguments.front();
+    std::istringstream words(c.command);
+    std::vector<std::string> arguments(std::istream_iterator<std::string>(words), {});
+    arguments.insert(arguments.end(), {"--exports", QUILBY_ECHO_EXPORTS_DIR});
+    const Finished finished = run(arguments, c.input);
+    EXPECT_EQ(finished.status, c.status) << c.command;
+    EXPECT_THAT(finished.out, c.out) << c.command;
+    EXPECT_THAT(finished.errors, c.errors) << c.command;
   }
 }
 

@@ -189,8 +189,9 @@ TEST(ColorimetryTest, DeriveComparesWithTheReferenceUnderTheWhite) {
   ASSERT_TRUE(derived.lab && derived.deltaE2000 && derived.deltaUv);
   const auto readingUv = quilbycolour::chromaticityUv(reading);
   const auto whiteUv = quilbycolour::chromaticityUv(white);
-  EXPECT_NEAR(*derived.deltaUv, std::hypot(readingUv->first - whiteUv->first,
-                                           readingUv->second - whiteUv->second), 1e-12);
+  EXPECT_NEAR(*derived.deltaUv,
+              std::hypot(readingUv->first - whiteUv->first, readingUv->second - whiteUv->second),
+              1e-12);
   EXPECT_NEAR(*derived.deltaE2000,
               quilbycolour::deltaE2000(*derived.lab, quilbycolour::labAgainstWhite(white, white)),
               1e-12);

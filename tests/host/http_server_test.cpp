@@ -248,10 +248,10 @@ TEST_F(HttpServerTest, RequestsReachThePlugInAsSentAndItsAnswersComeBack) {
   EXPECT_EQ(value["parameters"].stringRef(), R"({"product":"QM/27","serial":"S 1"})");
   EXPECT_EQ(value["query"].stringRef(), R"({"deviceIDs":"3,5","supports":null})");
   EXPECT_EQ(value["data"].stringRef(), "body");
-  for (const std::string body : {R"({"mode": 1, "observerKey": 0})",
-                                 "{\r\n  \"mode\" : 1.50\r\n}\r\n  trailing", "\xEF\xBB\xBF[1, 2]",
-                                 "abc \"quoted\" \\ back", "caf\xC3\xA9 \xE2\x9C\x93",
-                                 "\xFF\xFE not UTF-8", "   "}) {
+  for (const std::string body :
+       {R"({"mode": 1, "observerKey": 0})", "{\r\n  \"mode\" : 1.50\r\n}\r\n  trailing",
+        "\xEF\xBB\xBF[1, 2]", "abc \"quoted\" \\ back", "caf\xC3\xA9 \xE2\x9C\x93",
+        "\xFF\xFE not UTF-8", "   "}) {
     const RawResponse echoed = exchange("PUT /Sensors/a/Mode", body);
     EXPECT_EQ(parsed(echoed.body)["value"]["data"].stringRef(), body);
   }

@@ -173,8 +173,11 @@ TEST_F(PluginRoutesTest, SimulatorRoutesRefuseWhatTheyCannotDo) {
     EXPECT_NE(error["message"].stringRef().find(c.message), std::string::npos) << response.body;
   }
   const std::pair<const char*, const char*> unrouted[] = {
-      {"GET", "/sim"},          {"GET", "/sim/"},       {"POST", "/sim/world"},
-      {"GET", "/sim/monitors"}, {"GET", "/sim/monitors/QM4C0088/QM-24-Office/shownColor"},
+      {"GET", "/sim"},
+      {"GET", "/sim/"},
+      {"POST", "/sim/world"},
+      {"GET", "/sim/monitors"},
+      {"GET", "/sim/monitors/QM4C0088/QM-24-Office/shownColor"},
       {"PATCH", "/sim/reset"},
   };
   for (const auto& [method, target] : unrouted) {

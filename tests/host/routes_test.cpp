@@ -158,14 +158,22 @@ TEST(RouteTest, RefusesWhatIsNotACallOfAnEntryPoint) {
     const char* second;
     int status;
   } cases[] = {
-      {false, "GET", "/", 404},          {false, "GET", "/Sensors/a/Nope", 404},
-      {false, "GET", "/sensors", 404},   {false, "GET", "/Monitors/a/b", 404},
-      {false, "GET", "/Sensors/a/XYZ/extra", 404}, {false, "PATCH", "/Sensors", 405},
-      {false, "get", "/Sensors", 405},   {false, "OPTIONS", "/Sensors", 405},
-      {true, "Setup", "{}", 404},        {true, "TearDown", "{}", 404},
-      {true, "QuilbyLockSensors", "{}", 404}, {true, "sensormode", "{}", 404},
-      {true, "SensorMode", "", 400},     {true, "SensorMode", "[1]", 400},
-      {true, "SensorMode", "not json", 400}, {true, "SensorMode", R"({"body": "x"})", 400},
+      {false, "GET", "/", 404},
+      {false, "GET", "/Sensors/a/Nope", 404},
+      {false, "GET", "/sensors", 404},
+      {false, "GET", "/Monitors/a/b", 404},
+      {false, "GET", "/Sensors/a/XYZ/extra", 404},
+      {false, "PATCH", "/Sensors", 405},
+      {false, "get", "/Sensors", 405},
+      {false, "OPTIONS", "/Sensors", 405},
+      {true, "Setup", "{}", 404},
+      {true, "TearDown", "{}", 404},
+      {true, "QuilbyLockSensors", "{}", 404},
+      {true, "sensormode", "{}", 404},
+      {true, "SensorMode", "", 400},
+      {true, "SensorMode", "[1]", 400},
+      {true, "SensorMode", "not json", 400},
+      {true, "SensorMode", R"({"body": "x"})", 400},
   };
   for (const auto& c : cases) {
     const RouteMatch match =

@@ -55,9 +55,9 @@ TEST(ScriptLineTest, ReadsCapturesSavesAndRequests) {
     const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(skipped);
     EXPECT_FALSE(line.isRequest || !line.error.empty()) << skipped;
   }
-  for (const char* malformed : {"GET", "GET Sensors", "x =", "x = GET", "x = .value",
-                                "x = .value..Y GET /a", "x = . GET /a", "x = .value. GET /a",
-                                "save out.csv", "save out.csv GET"}) {
+  for (const char* malformed :
+       {"GET", "GET Sensors", "x =", "x = GET", "x = .value", "x = .value..Y GET /a",
+        "x = . GET /a", "x = .value. GET /a", "save out.csv", "save out.csv GET"}) {
     const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(malformed);
     EXPECT_FALSE(line.isRequest) << malformed;
     EXPECT_FALSE(line.error.empty()) << malformed;
