@@ -1,7 +1,7 @@
-// The colour computations against published reference values: the CIEDE2000 test data of Sharma,
-// Wu and Dalal ("The CIEDE2000 Color-Difference Formula: Implementation Notes, Supplementary Test
-// Data, and Mathematical Observations", Color Research and Application 30(1), 2005), and the
-// standard illuminants of CIE 15:2004 (chromaticities, correlated colour temperatures).
+// The colour computations against published reference values: the 34 pairs of the supplementary
+// test data published with the CIEDE2000 formula's implementation notes (Color Research and
+// Application 30(1), 2005), and the standard illuminants of CIE 15:2004 (chromaticities,
+// correlated colour temperatures).
 #include "colour/colorimetry.h"
 #include "colour/number_text.h"
 
@@ -76,7 +76,7 @@ TEST_P(DeltaE2000Test, MatchesThePublishedDifferenceBothWays) {
   EXPECT_NEAR(quilbycolour::deltaE2000(second, first), pair.deltaE, 1e-4);
 }
 
-INSTANTIATE_TEST_SUITE_P(SharmaWuDalal, DeltaE2000Test, testing::ValuesIn(kDeltaEPairs),
+INSTANTIATE_TEST_SUITE_P(PublishedPairs, DeltaE2000Test, testing::ValuesIn(kDeltaEPairs),
                          [](const testing::TestParamInfo<DeltaEPair>& info) {
                            return "Pair" + std::to_string(info.index + 1);
                          });

@@ -25,6 +25,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -324,6 +325,45 @@ TEST_F(HttpServerTest, RefusesABodyPastItsRouteLimitWhateverItsEncoding) {
   }
 }
 
+// Form bodies (what `curl -d` sends) are bodies like any other, up to the route's limit.
+TEST_F(HttpServerTest, TakesFormBodiesUpToTheRouteLimit) {
+  startServer({});
+  const std::string body = "mode=" + std::string(100 * 1024, 'v');
+  RawConnection connection(port());
+  connection.send("PUT /Sensors/a/Mode HTTP/1.1\r\n" + hostHeader() +
+                  "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
+                  std::to_string(body.size()) + "\r\n\r\n" + body);
+  const RawResponse response = connection.response();
+  EXPECT_EQ(response.status, 200);
+  EXPECT_TRUE(parsed(response.body)["value"]["data"].stringRef() == body);
+}
+
+TEST_F(HttpServerTest, BoundsTheNumberAndSizeOfHeaders) {
+  startServer({});
+  std::string flood;
+  for (int line = 0; line < 10000; ++line) flood += "X-Filler-" + std::to_string(line) + ": 1\r\n";
+  const struct {
+    const char* name;
+    std::string headers;
+    bool accepted;
+  } cases[] = {
+      {"10,000 header lines", flood, false},
+      {"one header of 100 KiB", "Cookie: " + std::string(100 * 1024, 'c') + "\r\n", false},
+      {"a 16 KiB cookie", "Cookie: " + std::string(16 * 1024, 'c') + "\r\n", true},
+  };
+  for (const auto& c : cases) {
+    RawConnection connection(port());
+    // The server may stop reading and answer before the head is sent in full.
+    connection.send("GET /Sensors HTTP/1.1\r\n" + hostHeader() + c.headers + "\r\n");
+    const int status = connection.response().status;
+    if (c.accepted) {
+      EXPECT_EQ(status, 200) << c.name;
+    } else {
+      EXPECT_TRUE(status == 431 || status == 400) << c.name << ": " << status;
+    }
+  }
+}
+
 TEST_F(HttpServerTest, RefusesRepeatedHostOrOriginHeaders) {
   startServer({});
   const std::string self = "127.0.0.1:" + std::to_string(port());
@@ -397,6 +437,32 @@ TEST_F(HttpServerTest, BoundsTheBodiesHeldAtOnce) {
   first.send("x");
   const std::multiset<int> statuses = {first.response().status, secondStatus};
   EXPECT_EQ(statuses, (std::multiset<int>{200, 503}));
+}
+
+// Idle connections, half-sent heads and half-sent bodies hold no worker: the console and the
+// plug-in are still served while all of them stay open.
+TEST_F(HttpServerTest, StaysUsableWithFiftyHostileConnectionsOpen) {
+  ServerLimits limits;
+  limits.requestDeadline = 30s;
+  limits.idleTimeout = 30s;
+  startServer(limits);
+  std::vector<std::unique_ptr<RawConnection>> hostile;
+  for (int i = 0; i < 50; ++i) {
+    auto connection = std::make_unique<RawConnection>(port());
+    if (i % 3 == 1) connection->send("GET / HTTP/1.1\r\n" + hostHeader() + "X-Slow: 1\r\n");
+    if (i % 3 == 2) {
+      connection->send("PUT /Sensors/a/Mode HTTP/1.1\r\n" + hostHeader() +
+                       "Content-Length: 1000\r\n\r\n{\"mode\"");
+    }
+    hostile.push_back(std::move(connection));
+  }
+  const RawResponse console = exchange("GET /");
+  EXPECT_EQ(console.status, 200);
+  EXPECT_NE(console.body.find("<title>console</title>"), std::string::npos);
+  EXPECT_EQ(exchange("POST /bridge/Sensors", "{}").status, 200);
+  for (const auto& connection : hostile) {
+    EXPECT_FALSE(connection->readable(0ms)) << "a hostile connection was closed early";
+  }
 }
 
 // A measurement holds the host's thread for seconds; the console's files and the host's own
