@@ -55,7 +55,6 @@ ECHO_RESOURCE(Sensors)
 ECHO_RESOURCE(DeviceID)
 ECHO_RESOURCE(Monitors)
 ECHO_RESOURCE(SensorMode)
-ECHO_RESOURCE(SensorAmbraSenseLevel)
 
 extern "C" __attribute__((visibility("default"))) void Setup(void) {}
 

@@ -5,7 +5,6 @@
 #include <lcms2.h>
 
 #include <memory>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -48,61 +47,34 @@ TEST(ExportTest, CsvAddsLabAgainstTheWhiteAndLeavesOutAnUnusedLabel) {
       << csv;
 }
 
-using It8 = std::unique_ptr<void, decltype(&cmsIT8Free)>;
-
-It8 load(const std::string& text) {
-  return It8(cmsIT8LoadFromMem(nullptr, text.data(), static_cast<cmsUInt32Number>(text.size())),
-             &cmsIT8Free);
-}
-
-std::vector<std::string> fields(const It8& it8) {
-  char** names = nullptr;
-  const int count = cmsIT8EnumDataFormat(it8.get(), &names);
-  return std::vector<std::string>(names, names + std::max(count, 0));
-}
-
 TEST(ExportTest, CgatsReadsBackWithLittleCms) {
   const std::optional<std::string> text = quilbycolour::readingsCgats(
       sampleReadings(), quilbycolour::Xyz{152.73, 160.0512, 174.17},
       {"quilby-host 0.1.0", "2026-11-24T12:00:05.000Z"});
   ASSERT_TRUE(text);
-  EXPECT_EQ(text->rfind("CGATS.17\nKEYWORD\t\"TIME\"\nKEYWORD\t\"SENSOR\"\nKEYWORD\t\"MODE\"\n"
-                        "KEYWORD\t\"CORRECTED\"\nKEYWORD\t\"WHITE_XYZ\"\n", 0),
-            0u)
-      << *text;
-  const It8 it8 = load(*text);
-  ASSERT_TRUE(it8) << *text;
-  EXPECT_STREQ(cmsIT8GetSheetType(it8.get()), "CGATS.17");
-  EXPECT_STREQ(cmsIT8GetProperty(it8.get(), "ORIGINATOR"), "quilby-host 0.1.0");
-  EXPECT_STREQ(cmsIT8GetProperty(it8.get(), "CREATED"), "2026-11-24T12:00:05.000Z");
+  // Quotes cannot be escaped in CGATS: they become apostrophes. Little CMS cannot read an empty
+  // text back: "-" stands for it.
+  EXPECT_EQ(*text,
+            "CGATS.17\nKEYWORD\t\"TIME\"\nKEYWORD\t\"SENSOR\"\nKEYWORD\t\"MODE\"\n"
+            "KEYWORD\t\"CORRECTED\"\nKEYWORD\t\"WHITE_XYZ\"\nORIGINATOR\t\"quilby-host 0.1.0\"\n"
+            "DESCRIPTOR\t\"Colour readings\"\nCREATED\t\"2026-11-24T12:00:05.000Z\"\n"
+            "WHITE_XYZ\t\"152.7300 160.0512 174.1700\"\nNUMBER_OF_FIELDS\t12\nNUMBER_OF_SETS\t3\n"
+            "BEGIN_DATA_FORMAT\n SAMPLE_ID\tSAMPLE_NAME\tXYZ_X\tXYZ_Y\tXYZ_Z\tLAB_L\tLAB_A\tLAB_B\t"
+            "TIME\tSENSOR\tMODE\tCORRECTED\nEND_DATA_FORMAT\nBEGIN_DATA\n"
+            " 1\t\"white\"\t152.7300\t160.0512\t174.1700\t100.000\t0.000\t0.000\t"
+            "\"2026-11-24T12:00:00.000Z\"\t\"QM arm sensor (QMA-0451)\"\t\"display\"\t\"true\"\n"
+            " 2\t\"red\"\t41.2456\t21.2673\t1.9334\t43.194\t68.042\t57.443\t"
+            "\"2026-11-24T12:00:01.250Z\"\t\"probe '7', left\"\t\"ambient\"\t\"false\"\n"
+            " 3\t\"-\"\t0.0000\t0.0000\t0.0000\t0.000\t0.000\t0.000\t\"-\"\t\"-\"\t\"-\"\t\"-\"\n"
+            "END_DATA\n");
+  const std::unique_ptr<void, decltype(&cmsIT8Free)> it8(
+      cmsIT8LoadFromMem(nullptr, text->data(), static_cast<cmsUInt32Number>(text->size())),
+      &cmsIT8Free);
+  ASSERT_TRUE(it8);
   EXPECT_STREQ(cmsIT8GetProperty(it8.get(), "WHITE_XYZ"), "152.7300 160.0512 174.1700");
-  EXPECT_EQ(fields(it8), (std::vector<std::string>{"SAMPLE_ID", "SAMPLE_NAME", "XYZ_X", "XYZ_Y",
-                                                   "XYZ_Z", "LAB_L", "LAB_A", "LAB_B", "TIME",
-                                                   "SENSOR", "MODE", "CORRECTED"}));
-  EXPECT_EQ(cmsIT8GetPropertyDbl(it8.get(), "NUMBER_OF_SETS"), 3);
-
-  const std::vector<std::vector<std::string>> rows = {
-      {"1", "white", "152.73", "160.0512", "174.17", "100", "0", "0", "2026-11-24T12:00:00.000Z",
-       "QM arm sensor (QMA-0451)", "display", "true"},
-      // Quotes cannot be escaped in CGATS: they become apostrophes.
-      {"2", "red", "41.2456", "21.2673", "1.9334", "", "", "", "2026-11-24T12:00:01.250Z",
-       "probe '7', left", "ambient", "false"},
-      // Little CMS cannot read an empty text back: "-" stands for it.
-      {"3", "-", "0", "0", "0", "0", "0", "0", "-", "-", "-", "-"},
-  };
-  for (int row = 0; row < 3; ++row) {
-    for (int column = 0; column < 12; ++column) {
-      const std::string& want = rows[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)];
-      if (column >= 2 && column <= 7 && !want.empty()) {
-        EXPECT_NEAR(cmsIT8GetDataRowColDbl(it8.get(), row, column), std::stod(want), 1e-3)
-            << row << " " << column;
-        continue;
-      }
-      if (column >= 5 && column <= 7) continue;  // red's L*a*b*, checked through the CSV
-      const char* got = cmsIT8GetDataRowCol(it8.get(), row, column);
-      EXPECT_EQ(got ? std::string(got) : "(none)", want) << row << " " << column;
-    }
-  }
+  EXPECT_STREQ(cmsIT8GetDataRowCol(it8.get(), 1, 9), "probe '7', left");
+  EXPECT_STREQ(cmsIT8GetDataRowCol(it8.get(), 2, 11), "-");
+  EXPECT_DOUBLE_EQ(cmsIT8GetDataRowColDbl(it8.get(), 0, 3), 160.0512);
 }
 
 TEST(ExportTest, CgatsHasLabAndLabelFieldsOnlyWhenThereAreAny) {
@@ -112,10 +84,9 @@ TEST(ExportTest, CgatsHasLabAndLabelFieldsOnlyWhenThereAreAny) {
       quilbycolour::readingsCgats(readings, std::nullopt, {"quilby-host 0.1.0", "now"});
   ASSERT_TRUE(text);
   EXPECT_EQ(text->find("WHITE_XYZ"), std::string::npos);
-  const It8 it8 = load(*text);
-  ASSERT_TRUE(it8);
-  EXPECT_EQ(fields(it8), (std::vector<std::string>{"SAMPLE_ID", "XYZ_X", "XYZ_Y", "XYZ_Z", "TIME",
-                                                   "SENSOR", "MODE", "CORRECTED"}));
+  EXPECT_NE(text->find("\n SAMPLE_ID\tXYZ_X\tXYZ_Y\tXYZ_Z\tTIME\tSENSOR\tMODE\tCORRECTED\n"),
+            std::string::npos)
+      << *text;
 }
 
 }  // namespace

@@ -17,37 +17,7 @@
 
 namespace {
 
-TEST(ScriptLineTest, ReadsMethodPathAndTheRestAsBody) {
-  const struct {
-    const char* line;
-    const char* method;
-    const char* target;
-    const char* body;
-  } requests[] = {
-      {"GET /Sensors?connected", "GET", "/Sensors?connected", ""},
-      {"  put /Sensors/a/Mode {\"mode\": 1,  \"observerKey\": 0} ", "PUT", "/Sensors/a/Mode",
-       "{\"mode\": 1,  \"observerKey\": 0} "},
-      {"PUT\t/Sensors/a/Arm\ttrue\r", "PUT", "/Sensors/a/Arm", "true"},
-  };
-  for (const auto& c : requests) {
-    const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(c.line);
-    EXPECT_TRUE(line.isRequest && line.error.empty()) << c.line;
-    EXPECT_EQ(line.method, c.method) << c.line;
-    EXPECT_EQ(line.target, c.target) << c.line;
-    EXPECT_EQ(line.body, c.body) << c.line;
-  }
-  // Blank lines and comments are skipped; a line without a path is malformed.
-  const std::pair<const char*, bool> others[] = {
-      {"", false}, {"   \t", false}, {"# GET /Sensors", false}, {"   # indented comment", false},
-      {"GET", true}, {"GET Sensors", true}};
-  for (const auto& [text, malformed] : others) {
-    const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(text);
-    EXPECT_FALSE(line.isRequest) << text;
-    EXPECT_EQ(!line.error.empty(), malformed) << text;
-  }
-}
-
-TEST(ScriptLineTest, ReadsCapturesAndSaves) {
+TEST(ScriptLineTest, ReadsCapturesSavesAndRequests) {
   const struct {
     const char* line;
     const char* capture;
@@ -56,18 +26,23 @@ TEST(ScriptLineTest, ReadsCapturesAndSaves) {
     const char* method;
     const char* target;
     const char* body;
-  } cases[] = {
+  } requests[] = {
+      {"GET /Sensors?connected", "", "", "", "GET", "/Sensors?connected", ""},
+      {"  put /Sensors/a/Mode {\"mode\": 1,  \"observerKey\": 0} ", "", "", "", "PUT",
+       "/Sensors/a/Mode", "{\"mode\": 1,  \"observerKey\": 0} "},
+      {"PUT\t/Sensors/a/Arm\ttrue\r", "", "", "", "PUT", "/Sensors/a/Arm", "true"},
       {"sensor = POST /Sensors/33", "sensor", ".value", "", "POST", "/Sensors/33", ""},
-      {"  y=.value.XYZ.Y get /Sensors/$s/XYZ", "y", ".value.XYZ.Y", "", "GET", "/Sensors/$s/XYZ", ""},
+      {"  y=.value.XYZ.Y get /Sensors/$s/XYZ", "y", ".value.XYZ.Y", "", "GET", "/Sensors/$s/XYZ",
+       ""},
       {"id_2 = .value.0.deviceID GET /Sensors?connected", "id_2", ".value.0.deviceID", "", "GET",
        "/Sensors?connected", ""},
       {"save out.csv POST /colour/export?format=csv {\"readings\": []}", "", "", "out.csv", "POST",
        "/colour/export?format=csv", "{\"readings\": []}"},
       {"PUT /Sensors/$s/Mode {\"a\" = 1}", "", "", "", "PUT", "/Sensors/$s/Mode", "{\"a\" = 1}"},
   };
-  for (const auto& c : cases) {
+  for (const auto& c : requests) {
     const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(c.line);
-    EXPECT_TRUE(line.isRequest) << c.line << ": " << line.error;
+    EXPECT_TRUE(line.isRequest && line.error.empty()) << c.line << ": " << line.error;
     EXPECT_EQ(line.capture, c.capture) << c.line;
     EXPECT_EQ(line.selector, c.selector) << c.line;
     EXPECT_EQ(line.saveTo, c.saveTo) << c.line;
@@ -75,70 +50,73 @@ TEST(ScriptLineTest, ReadsCapturesAndSaves) {
     EXPECT_EQ(line.target, c.target) << c.line;
     EXPECT_EQ(line.body, c.body) << c.line;
   }
-  for (const char* malformed : {"x =", "x = GET", "x = .value", "x = .value..Y GET /a",
-                                "x = . GET /a", "x = .value. GET /a", "save out.csv",
-                                "save out.csv GET"}) {
+  // Blank lines and comments are skipped; any other line that is no request is malformed.
+  for (const char* skipped : {"", "   \t", "# GET /Sensors", "   # indented comment"}) {
+    const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(skipped);
+    EXPECT_FALSE(line.isRequest || !line.error.empty()) << skipped;
+  }
+  for (const char* malformed :
+       {"GET", "GET Sensors", "x =", "x = GET", "x = .value", "x = .value..Y GET /a",
+        "x = . GET /a", "x = .value. GET /a", "save out.csv", "save out.csv GET"}) {
     const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(malformed);
     EXPECT_FALSE(line.isRequest) << malformed;
     EXPECT_FALSE(line.error.empty()) << malformed;
   }
 }
 
+// Each case substitutes to `want`, or is refused with an error starting with it.
 TEST(ScriptVariablesTest, SubstitutesNamesAndKeepsOtherDollars) {
   const quilbyhost::ScriptVariables variables = {{"s", "5f0c"}, {"s2", "X"}, {"white", "{\"X\":1}"}};
-  const std::pair<const char*, const char*> cases[] = {
-      {"/Sensors/$s/XYZ", "/Sensors/5f0c/XYZ"},
-      {"${s}2 $s2", "5f0c2 X"},
-      {"{\"XYZ\": $white}", "{\"XYZ\": {\"X\":1}}"},
-      {"costs $$5 or $5, $ alone, $-", "costs $5 or $5, $ alone, $-"},
-      {"end$", "end$"},
+  const struct {
+    const char* text;
+    bool substituted;
+    const char* want;
+  } cases[] = {
+      {"/Sensors/$s/XYZ", true, "/Sensors/5f0c/XYZ"},
+      {"${s}2 $s2", true, "5f0c2 X"},
+      {"{\"XYZ\": $white}", true, "{\"XYZ\": {\"X\":1}}"},
+      {"costs $$5 or $5, $ alone, $-", true, "costs $5 or $5, $ alone, $-"},
+      {"end$", true, "end$"},
+      {"/Sensors/$sensor/XYZ", false, "unknown variable $sensor"},
+      {"${s", false, "unterminated ${"},
+      {"${}", false, "unknown variable $"},
   };
-  for (const auto& [text, want] : cases) {
-    std::string result;
-    std::string error;
-    EXPECT_TRUE(quilbyhost::substituteVariables(text, variables, result, error)) << text << error;
-    EXPECT_EQ(result, want) << text;
-  }
-  const std::pair<const char*, const char*> refused[] = {
-      {"/Sensors/$sensor/XYZ", "unknown variable $sensor"},
-      {"${s", "unterminated ${"},
-      {"${}", "unknown variable $"},
-  };
-  for (const auto& [text, message] : refused) {
+  for (const auto& c : cases) {
     std::string result = "unchanged";
     std::string error;
-    std::string missing;
-    EXPECT_FALSE(quilbyhost::substituteVariables(text, variables, result, error, &missing)) << text;
-    EXPECT_EQ(error.rfind(message, 0), 0u) << error;
-    EXPECT_EQ(result, "unchanged");
+    EXPECT_EQ(quilbyhost::substituteVariables(c.text, variables, result, error), c.substituted)
+        << c.text << error;
+    EXPECT_EQ(result, c.substituted ? c.want : "unchanged") << c.text;
+    EXPECT_EQ(error.rfind(c.want, 0), c.substituted ? std::string::npos : 0u) << error;
   }
 }
 
+// Each selector gives `want`, or is refused with `want` as the error.
 TEST(ScriptVariablesTest, SelectsFromTheAnswer) {
   const std::string answer =
       R"({"error":null,"value":{"XYZ":{"X":152.5,"Y":160},"list":[{"deviceID":33}],"name":"QM","on":true,"none":null}})";
-  const std::pair<const char*, const char*> cases[] = {
-      {".value.name", "QM"}, {".value.XYZ.Y", "160"}, {".value.XYZ", R"({"X":152.5,"Y":160})"},
-      {".value.list.0.deviceID", "33"}, {".value.on", "true"},
+  const struct {
+    const char* selector;
+    bool selected;
+    const char* want;
+  } cases[] = {
+      {".value.name", true, "QM"},
+      {".value.XYZ.Y", true, "160"},
+      {".value.XYZ", true, R"({"X":152.5,"Y":160})"},
+      {".value.list.0.deviceID", true, "33"},
+      {".value.on", true, "true"},
+      {".value.XYZ.Q", false, "the answer has no .value.XYZ.Q"},
+      {".value.list.1.deviceID", false, "the answer has no .value.list.1"},
+      {".value.name.first", false, "the answer has no .value.name.first"},
+      {".value.none", false, "the answer's .value.none is null"},
+      {".error", false, "the answer's .error is null"},
   };
-  for (const auto& [selector, want] : cases) {
+  for (const auto& c : cases) {
     std::string text;
     std::string error;
-    EXPECT_TRUE(quilbyhost::selectFromAnswer(answer, selector, text, error)) << selector << error;
-    EXPECT_EQ(text, want) << selector;
-  }
-  const std::pair<const char*, const char*> refused[] = {
-      {".value.XYZ.Q", "the answer has no .value.XYZ.Q"},
-      {".value.list.1.deviceID", "the answer has no .value.list.1"},
-      {".value.name.first", "the answer has no .value.name.first"},
-      {".value.none", "the answer's .value.none is null"},
-      {".error", "the answer's .error is null"},
-  };
-  for (const auto& [selector, message] : refused) {
-    std::string text;
-    std::string error;
-    EXPECT_FALSE(quilbyhost::selectFromAnswer(answer, selector, text, error)) << selector;
-    EXPECT_EQ(error, message);
+    EXPECT_EQ(quilbyhost::selectFromAnswer(answer, c.selector, text, error), c.selected)
+        << c.selector << error;
+    EXPECT_EQ(c.selected ? text : error, c.want) << c.selector;
   }
   std::string text;
   std::string error;
