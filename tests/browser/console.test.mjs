@@ -1,71 +1,58 @@
 // The web console in headless Chromium against quilby-host on the built-in simulated world, as a
-// host-page developer and a colour engineer use it: opening sensors, measuring with units and
-// derived values, the diagram, live series, export, every resource from its own place, hints
-// for errors, what an outside colorimeter cannot do, the simulator panel, and an axe-core audit
-// of every state.
-//
+// host-page developer and a colour engineer use it, with an axe-core audit of every state.
 // QUILBY_HOST: the quilby-host program (default build/quilby-host); QUILBY_SCREENSHOTS: where the
-// screenshots go (default build/browser). When a step fails, the requests that failed during it
-// are printed with their envelopes.
+// screenshots go (default build/browser). A failing step lists the requests that failed in it.
 
 import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { createServer } from 'node:http';
-import path from 'node:path';
 import { after, before, describe, test } from 'node:test';
 
 import { hintFor, LIBRARY_STATUSES } from '../../host/web/js/hints.js';
-import {
-  STEP_TIMEOUT,
-  audit,
-  entryPointsOf,
-  hostCall,
-  inFlight,
-  launch,
-  parseCgats,
-  parseCsv,
-  screenshots,
-  shot,
-  startHost,
-} from './harness.mjs';
+import * as harness from './harness.mjs';
+
+const { audit, shot } = harness;
 
 let host;
 let browser;
 let page;
 let reached;
 
-const call = (method, route, body) => hostCall(host.base, method, route, body);
+const call = (method, route, body) => harness.hostCall(host.base, method, route, body);
 const world = () => call('GET', '/sim/world');
 const studioSensor = async () => (await world()).sensors.find((s) => s.deviceID === 4144);
 const studioMonitor = async () => (await world()).monitors.find((m) => m.serial === 'QM7A0451');
 const near = (value, want, tolerance) => Math.abs(value - want) <= tolerance;
-const numberIn = async (selector) =>
-  Number((await page.locator(selector).first().textContent()).replace(/[^\d.eE+-]/g, ''));
-const outcome = (card) => page.locator(`[data-outcome$="/${card}"]`);
+const byTestId = (id) => page.locator(`[data-testid='${id}']`).first();
+const numberOf = async (id) =>
+  Number((await byTestId(id).textContent()).replace(/[^\d.eE+-]/g, ''));
+const outcome = (card) => page.locator(`[data-outcome$="/${card}"], [data-outcome="${card}"]`);
+// The note of `kind` (ok, info or error) in a card's outcome, and the hint beside an error.
+const note = (card, kind, hasText) => outcome(card).locator(`.note-${kind}`, { hasText });
+const hint = (card, hasText) => outcome(card).locator('[data-testid=hint]', { hasText });
+
+// Presses a button and waits for its card's note.
+async function press(button, card, kind = 'ok', hasText) {
+  await page.click(button);
+  await note(card, kind, hasText).waitFor();
+}
 
 // The log entries of the requests that failed, for an assertion message.
 const failedRequests = () =>
   page.$$eval('.log-entry.log-failed', (nodes) =>
-    nodes
-      .map((node) => {
-        const { status, entryPoint, path: where } = node.dataset;
-        return `  ${status} ${entryPoint || '-'} ${where}`;
-      })
-      .join('\n'),
+    nodes.map(({ dataset: d }) => `  ${d.status} ${d.entryPoint || '-'} ${d.path}`).join('\n'),
   );
 
 // One step; a failure names what it needs and the requests that failed during it.
 function step(name, needs, body) {
   test(`${name} [${needs}]`, async () => {
     await page.click('#log-clear');
-    try {
-      await body();
-    } catch (error) {
+    await body().catch(async (error) => {
       const failed = await failedRequests().catch(() => '');
       error.message += `\nThis step needs ${needs}.`;
       if (failed) error.message += `\nRequests that failed during the step:\n${failed}`;
       throw error;
-    }
+    });
   });
 }
 
@@ -87,13 +74,8 @@ async function openWith(selector, name) {
 
 const openStudioSensor = () => openWith("[data-monitor='QM7A0451']", 'QM arm sensor');
 
-async function waitIdle() {
-  await page.waitForFunction(
-    () =>
-      document.getElementById('busy-banner')?.hidden !== false &&
-      !document.querySelector('.log-pending'),
-  );
-}
+const waitIdle = () =>
+  page.waitForFunction(() => !document.querySelector('#busy-banner:not([hidden]), .log-pending'));
 
 const tab = async (key) => {
   await page.click(`#tab-${key}`);
@@ -101,25 +83,18 @@ const tab = async (key) => {
 };
 
 async function measureXYZ() {
-  const before = await page
-    .locator('#readings-table tbody tr')
-    .count()
-    .catch(() => 0);
+  const before = await page.locator('#readings-table tbody tr').count();
   await page.click('#measure-xyz');
-  await page.waitForFunction(
-    (n) =>
-      document.querySelectorAll('#readings-table tbody tr').length > n ||
-      document.querySelector('[data-outcome$="/measure-xyz"] .note-error'),
-    before,
-  );
+  const added = `#readings-table tbody tr:nth-child(${before + 1})`;
+  await page.locator(`${added}, [data-outcome$="/measure-xyz"] .note-error`).first().waitFor();
   await waitIdle();
 }
 
 before(async () => {
-  host = await startHost();
-  browser = await launch();
+  host = await harness.startHost();
+  browser = await harness.launch();
   page = browser.page;
-  reached = entryPointsOf(page);
+  reached = harness.entryPointsOf(page);
   await page.goto(host.base);
   assert.deepEqual(browser.pageErrors, [], 'the console loads without script errors');
 });
@@ -130,234 +105,147 @@ after(async () => {
 });
 
 describe('a new user opens the studio monitor\u2019s sensor and measures', () => {
-  step(
-    'starts on the monitors of the simulated world',
-    'GET /host/info, GET /sim/world',
-    async () => {
-      await freshStart();
-      assert.equal(await page.locator('h1').count(), 1);
-      await audit(page, 'start');
-      await shot(page, 'console-start.png');
-    },
-  );
+  step('starts on the monitors of the simulated world', 'GET /host/info, /sim/world', async () => {
+    await freshStart();
+    assert.equal(await page.locator('h1').count(), 1);
+    await audit(page, 'start');
+    await shot(page, 'console-start.png');
+  });
 
-  step(
-    'opens the sensor built into a monitor and shows what it can do',
-    'Monitors POST, Sensor GET',
-    async () => {
-      await openStudioSensor();
-      assert.match(
-        (await page.textContent('#sensor-id')).trim(),
-        /^[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}$/,
-      );
-      await page.locator('#capability-chips .chip-yes', { hasText: 'arm' }).waitFor();
-      await page.locator('#card-arm').waitFor();
-      await audit(page, 'opened sensor');
-    },
-  );
+  step('opens a built-in sensor, shows what it can do', 'Monitors POST, Sensor GET', async () => {
+    await openStudioSensor();
+    const uuid = /^[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}$/;
+    assert.match((await page.textContent('#sensor-id')).trim(), uuid);
+    await page.locator('#capability-chips .chip-yes', { hasText: 'arm' }).waitFor();
+    await page.locator('#card-arm').waitFor();
+    await audit(page, 'opened sensor');
+  });
 
-  step(
-    'says to take the arm out when it is in, and does it',
-    'SensorXYZ GET, SensorArm PUT',
-    async () => {
-      await tab('measure');
-      await page.click('#measure-xyz');
-      const failed = outcome('measure-xyz');
-      await failed.locator('.note-error', { hasText: 'Sensor position error.' }).waitFor();
-      await failed.locator('[data-testid=hint]', { hasText: 'Take the arm out' }).waitFor();
-      await shot(page, 'console-hint-arm.png');
-      await failed.getByRole('button', { name: 'Take the arm out' }).click();
-      await failed.locator('.note-ok', { hasText: 'The arm is out. Try again.' }).waitFor();
-      assert.equal((await studioSensor()).state.armOut, true);
-    },
-  );
+  step('says to take the arm out when it is in, and does it', 'SensorXYZ, SensorArm', async () => {
+    await tab('measure');
+    await press('#measure-xyz', 'measure-xyz', 'error', 'Sensor position error.');
+    await hint('measure-xyz', 'Take the arm out').waitFor();
+    await shot(page, 'console-hint-arm.png');
+    await outcome('measure-xyz').getByRole('button', { name: 'Take the arm out' }).click();
+    await note('measure-xyz', 'ok', 'The arm is out. Try again.').waitFor();
+    assert.equal((await studioSensor()).state.armOut, true);
+  });
 
-  step('keeps the keyboard on a button while its request runs', 'SensorXYZ GET', async () => {
+  step('measures from the keyboard: the reading, its unit, the diagram', 'SensorXYZ', async () => {
     await page.focus('#measure-xyz');
     await page.keyboard.press('Enter');
     await page.locator('#readings-table tbody tr').first().waitFor();
     await waitIdle();
+    // The keyboard stays on a button while its request runs.
     assert.equal(await page.evaluate(() => document.activeElement?.id), 'measure-xyz');
+    const Y = await byTestId('reading-xyz-Y').textContent();
+    assert.match(Y, /^1[56]\d\.\d$/, `luminance ${Y}`);
+    const unit = await page.locator('.values-main .value-unit').first().textContent();
+    assert.equal(unit, 'cd/m\u00b2');
+    const x = await numberOf('derived-xy-0');
+    const y = await numberOf('derived-xy-1');
+    assert.ok(near(x, 0.3127, 0.01) && near(y, 0.329, 0.01), `white read as x ${x}, y ${y}`);
+    // The whole xy diagram is 600 px per unit from (52, 12).
+    const point = byTestId('point-xyz');
+    assert.ok(near(Number(await point.getAttribute('cx')), 52 + x * 600, 1));
+    assert.ok(near(Number(await point.getAttribute('cy')), 12 + (0.9 - y) * 600, 1));
+    await audit(page, 'measure tab');
   });
 
-  step(
-    'shows the reading with its unit, and where it lies on the diagram',
-    'SensorXYZ GET',
-    async () => {
-      const Y = await page.textContent("[data-testid='reading-xyz-Y']");
-      assert.match(Y, /^1[56]\d\.\d$/, `luminance ${Y}`);
-      assert.equal(
-        await page.locator('.values-main .value-unit').first().textContent(),
-        'cd/m\u00b2',
-      );
-      const x = await numberIn("[data-testid='derived-xy-0']");
-      const y = await numberIn("[data-testid='derived-xy-1']");
-      assert.ok(near(x, 0.3127, 0.01) && near(y, 0.329, 0.01), `white read as x ${x}, y ${y}`);
-      // The whole xy diagram is 600 px per unit from (52, 12).
-      const point = page.locator("[data-testid='point-xyz']");
-      assert.ok(near(Number(await point.getAttribute('cx')), 52 + x * 600, 1));
-      assert.ok(near(Number(await point.getAttribute('cy')), 12 + (0.9 - y) * 600, 1));
-      await audit(page, 'measure tab');
-    },
-  );
-
-  step(
-    'follows the colour shown; the monitor\u2019s blue primary is not outside its gamut',
-    'SensorXYZ GET, PUT /sim/.../shownColor',
-    async () => {
-      await page.click('#measure-show-0000ff');
-      await page.waitForFunction(
-        () => document.querySelector('.shown .swatch-current')?.dataset.rgb === '0,0,1',
-      );
-      await measureXYZ();
-      const x = Number(await page.getAttribute("[data-testid='point-xyz']", 'data-x'));
-      assert.ok(near(x, 0.15, 0.01), `blue read at x ${x}`);
-      assert.match(await page.textContent('#gamut-note'), /lies (inside|on the edge of) the gamut/);
-      await page.click('#measure-show-ff0000');
-      await page.waitForFunction(
-        () => document.querySelector('.shown .swatch-current')?.dataset.rgb === '1,0,0',
-      );
-      await measureXYZ();
-      await shot(page, 'console-measure-red.png');
-    },
-  );
+  step('follows the colour shown: blue is in the gamut', 'SensorXYZ, PUT shownColor', async () => {
+    await page.click('#measure-show-0000ff');
+    await page.locator(".shown .swatch-current[data-rgb='0,0,1']").waitFor();
+    await measureXYZ();
+    const x = Number(await byTestId('point-xyz').getAttribute('data-x'));
+    assert.ok(near(x, 0.15, 0.01), `blue read at x ${x}`);
+    assert.match(await page.textContent('#gamut-note'), /lies (inside|on the edge of) the gamut/);
+    await page.click('#measure-show-ff0000');
+    await page.locator(".shown .swatch-current[data-rgb='1,0,0']").waitFor();
+    await measureXYZ();
+    await shot(page, 'console-measure-red.png');
+  });
 
   step(
     'takes every kind of reading, counts as whole numbers',
     'SensorRawData, SensorRGB, SensorIR, SensorXYZWithoutCorrelation GET',
     async () => {
       await page.click('#measure-all');
-      for (const testid of ['reading-raw', 'reading-rgb', 'reading-ir', 'reading-uncorrelated']) {
-        await page.locator(`[data-testid='${testid}']`).waitFor();
-      }
+      for (const kind of ['raw', 'rgb', 'ir', 'uncorrelated'])
+        await byTestId(`reading-${kind}`).waitFor();
       await waitIdle();
-      for (const name of ['d0', 'd1', 'X', 'Y']) {
-        const testid = name.startsWith('d')
-          ? `reading-raw-${name}`
-          : `reading-uncorrelated-${name}`;
-        assert.match(await page.textContent(`[data-testid='${testid}']`), /^-?\d+$/, testid);
-      }
-      await page.locator("[data-testid='point-uncorrelated']").waitFor();
+      for (const id of ['raw-d0', 'raw-d1', 'uncorrelated-X', 'uncorrelated-Y'])
+        assert.match(await byTestId(`reading-${id}`).textContent(), /^-?\d+$/, id);
     },
   );
 
-  step(
-    'has a complete legend and wavelength labels clear of the axes',
-    'the console alone',
-    async () => {
-      const legend = await page.locator('#plot-legend li').allTextContents();
-      for (const item of [
-        'XYZ (corrected)',
-        'raw XYZ',
-        'without correlation',
-        'reference',
-        'earlier XYZ',
-        'monitor gamut',
-        'monitor white',
-      ]) {
-        assert.ok(legend.includes(item), `legend lacks ${item}: ${legend}`);
-      }
-      const overlaps = await page.evaluate(() => {
-        const boxes = (selector) =>
-          [...document.querySelectorAll(selector)].map((n) => [
-            n.textContent,
-            n.getBoundingClientRect(),
-          ]);
-        const hit = (a, b) =>
-          a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
-        const found = [];
-        for (const [nm, a] of boxes('.locus-labels text'))
-          for (const [label, b] of boxes('.axis-label'))
-            if (hit(a, b)) found.push(`${nm}/${label}`);
-        return found;
-      });
-      assert.deepEqual(overlaps, []);
-    },
-  );
+  step('has a complete legend, wavelengths clear of the axes', 'the console alone', async () => {
+    // Every kind of mark is listed, also those the diagram does not show at the moment.
+    assert.equal(await page.locator('#plot-legend li').count(), 7);
+    const overlaps = await page.evaluate(() => {
+      const all = (selector) => [...document.querySelectorAll(selector)];
+      const hit = (m, n) => {
+        const [a, b] = [m.getBoundingClientRect(), n.getBoundingClientRect()];
+        return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+      };
+      return all('.locus-labels text').flatMap((m) =>
+        all('.axis-label').filter((n) => hit(m, n)).map((n) => `${m.textContent}/${n.textContent}`),
+      );
+    });
+    assert.deepEqual(overlaps, []);
+  });
 
   step('zooms and pans the diagram, and shows u\u2032v\u2032', 'the console alone', async () => {
-    const view = async () =>
-      (await page.getAttribute("[data-testid='chromaticity']", 'data-view')).split(',').map(Number);
+    const chart = "[data-testid='chromaticity']";
+    const view = async () => (await page.getAttribute(chart, 'data-view')).split(',').map(Number);
     const span = (v) => v[1] - v[0];
-    const whole = await view();
+    const narrowerThan = (most) =>
+      page.waitForFunction((s) => {
+        const v = document.querySelector("[data-testid='chromaticity']").dataset.view.split(',');
+        return v[1] - v[0] < s;
+      }, most);
+    const whole = span(await view());
     await page.click('#plot-zoom-in');
-    await page.waitForFunction((s) => {
-      const v = document
-        .querySelector("[data-testid='chromaticity']")
-        .dataset.view.split(',')
-        .map(Number);
-      return v[1] - v[0] < s;
-    }, span(whole));
-    assert.ok(near(span(await view()), span(whole) / 2, 1e-4));
+    await narrowerThan(whole);
+    assert.ok(near(span(await view()), whole / 2, 1e-4));
     const box = await page.locator('#plot-frame').boundingBox();
     await page.mouse.move(box.x + box.width / 2, box.y + box.height / 2);
     await page.mouse.wheel(0, -200);
-    await page.waitForFunction(
-      (s) => {
-        const v = document
-          .querySelector("[data-testid='chromaticity']")
-          .dataset.view.split(',')
-          .map(Number);
-        return v[1] - v[0] < s;
-      },
-      span(whole) / 2 - 1e-6,
-    );
+    await narrowerThan(whole / 2 - 1e-6);
     await page.click('#plot-fit');
-    await page.waitForFunction(() => {
-      const v = document
-        .querySelector("[data-testid='chromaticity']")
-        .dataset.view.split(',')
-        .map(Number);
-      return v[1] - v[0] < 0.3;
-    });
+    await narrowerThan(0.3);
     const fitted = await view();
     // Every marker of the latest readings is on show.
     for (const kind of ['xyz', 'raw', 'uncorrelated']) {
-      const x = Number(await page.getAttribute(`[data-testid='point-${kind}']`, 'data-x'));
+      const x = Number(await byTestId(`point-${kind}`).getAttribute('data-x'));
       assert.ok(x > fitted[0] && x < fitted[1], `${kind} at ${x} outside ${fitted}`);
     }
     await shot(page, 'console-plot-zoomed.png');
     await page.focus('#plot-frame');
     await page.keyboard.press('0');
-    await page.waitForFunction(() =>
-      document
-        .querySelector("[data-testid='chromaticity']")
-        .dataset.view.startsWith('0.00000,0.80000'),
-    );
+    await page.locator(`${chart}[data-view^='0.00000,0.80000']`).waitFor();
     await page.click('#plot-uv');
-    await page.waitForFunction(
-      () => document.querySelector("[data-testid='chromaticity']").dataset.projection === 'uv',
-    );
+    await page.locator(`${chart}[data-projection=uv]`).waitFor();
     assert.deepEqual(await view(), [0, 0.65, 0, 0.6]);
     await shot(page, 'console-plot-uv.png');
     await page.click('#plot-xy');
   });
 
   step('measures live, never with two requests in flight', 'SensorXYZ GET', async () => {
-    const counter = inFlight(page, /\/XYZ$/);
+    const counter = harness.inFlight(page, /\/XYZ$/);
     // A slow instrument: each answer takes longer than the pause between readings.
-    await page.route('**/Sensors/*/XYZ', async (route) => {
-      await new Promise((resolve) => setTimeout(resolve, 120));
-      await route.continue();
-    });
+    await page.route('**/Sensors/*/XYZ', (route) => setTimeout(() => route.continue(), 120));
     try {
       await page.selectOption('#live-delay', '0');
       await page.click('#live-toggle');
-      await page.waitForFunction(
-        () =>
-          /Live: ([6-9]|\d\d+) readings/.test(
-            document.getElementById('live-status')?.textContent ?? '',
-          ),
-        null,
-        { timeout: 20000 },
-      );
+      const status = page.locator('#live-status', { hasText: /Live: ([6-9]|\d\d+) readings/ });
+      await status.waitFor({ timeout: 20000 });
       await page.locator('#live-status .pulse').waitFor();
       await shot(page, 'console-live.png');
       await page.click('#live-toggle');
       await page.locator('#live-status', { hasText: 'Live stopped' }).waitFor();
       // The series has ended with its last answer: nothing more waits in the sensor's line.
       const sentByTheEnd = counter.total;
-      await page.waitForFunction(() => !document.querySelector('#opened-list .busy-label'));
+      await page.locator('#opened-list .busy-label').waitFor({ state: 'detached' });
       assert.equal(counter.total - sentByTheEnd, 0, 'readings after the series ended');
     } finally {
       await page.unroute('**/Sensors/*/XYZ');
@@ -365,34 +253,23 @@ describe('a new user opens the studio monitor\u2019s sensor and measures', () =>
     assert.ok(counter.total >= 6, `${counter.total} live readings`);
     assert.equal(counter.most, 1, 'requests in flight at once');
     // The series' statistics cover the live readings.
-    const rows = await page.locator('#series-stats tbody tr').count();
-    assert.ok(rows >= 3);
-    assert.match(
-      await page.textContent('#series-stats tr[data-quantity=Y] td[data-stat=sd]'),
-      /cd\/m²$/,
-    );
+    assert.ok((await page.locator('#series-stats tbody tr').count()) >= 3);
+    const sd = await page.textContent('#series-stats tr[data-quantity=Y] td[data-stat=sd]');
+    assert.match(sd, /cd\/m²$/);
   });
 });
 
 describe('every resource from its own place', () => {
-  step(
-    'presence detection on, and its level',
-    'SensorAmbraSense, SensorAmbraSenseLevel',
-    async () => {
-      await tab('presence');
-      await audit(page, 'presence detection tab');
-      await page.click('#presence-on');
-      await outcome('presence').locator('.note-ok').waitFor();
-      await page.click('#presence-read');
-      await outcome('presence').locator('.note-info', { hasText: 'on' }).waitFor();
-      assert.equal((await studioMonitor()).presenceDetection.on, true);
-      await page.fill('#presence-level', '2');
-      await page.click('#presence-set-level');
-      await outcome('presence-level').locator('.note-ok').waitFor();
-      await page.click('#presence-read-level');
-      await outcome('presence-level').locator('.note-info', { hasText: 'level 2' }).waitFor();
-    },
-  );
+  step('presence detection and its level', 'SensorAmbraSense, SensorAmbraSenseLevel', async () => {
+    await tab('presence');
+    await audit(page, 'presence detection tab');
+    await press('#presence-on', 'presence');
+    await press('#presence-read', 'presence', 'info', 'on');
+    assert.equal((await studioMonitor()).presenceDetection.on, true);
+    await page.fill('#presence-level', '2');
+    await press('#presence-set-level', 'presence-level');
+    await press('#presence-read-level', 'presence-level', 'info', 'level 2');
+  });
 
   step(
     'corrections and matrices: list, apply, release',
@@ -400,101 +277,65 @@ describe('every resource from its own place', () => {
     async () => {
       await tab('correlation');
       await page.click('#list-corrections');
-      await page.locator('#corrections-table tbody tr').first().waitFor();
-      await page
-        .locator('#corrections-table tbody tr')
-        .first()
-        .getByRole('button', { name: 'Apply' })
-        .click();
-      await outcome('corrections-apply').locator('.note-ok').waitFor();
-      await page.click('#clear-nine-points');
-      await outcome('corrections-apply').locator('.note-ok', { hasText: 'nine-point' }).waitFor();
+      const correction = page.locator('#corrections-table tbody tr').first();
+      await correction.getByRole('button', { name: 'Apply' }).click();
+      await note('corrections-apply', 'ok').waitFor();
+      await press('#clear-nine-points', 'corrections-apply', 'ok', 'nine-point');
       await page.click('#list-matrices');
       const row = page.locator('#matrices-table tbody tr').first();
-      await row.waitFor();
       const id = Number(await row.getAttribute('data-entry-id'));
       await row.getByRole('button', { name: 'Apply' }).click();
-      await outcome('matrices-apply').locator('.note-ok').waitFor();
+      await note('matrices-apply', 'ok').waitFor();
       assert.equal((await studioSensor()).state.appliedMatrix, id);
       await audit(page, 'correlation tab');
     },
   );
 
-  step(
-    'writes the sensor\u2019s 8x3 matrix after asking',
-    'SensorCorrelationMatrixData GET, PUT',
-    async () => {
-      await page.click('#read-matrix');
-      await outcome('matrix-data').locator('.note-info', { hasText: 'an 8x3 matrix' }).waitFor();
-      await page.fill('#sensor-matrix-0-0', '0.95');
-      await page.click('#write-matrix');
-      await page.locator('dialog[open]').waitFor();
-      await audit(page, 'confirmation dialog');
-      await shot(page, 'console-confirm.png');
-      await page.click('#dialog-confirm');
-      await outcome('matrix-data').locator('.note-ok').waitFor();
-      await waitIdle();
-      await page.click('#read-matrix');
-      await outcome('matrix-data').locator('.note-info').waitFor();
-      await waitIdle();
-      assert.equal(Number(await page.inputValue('#sensor-matrix-0-0')), 0.95);
-      assert.equal(await page.evaluate(() => document.activeElement?.id), 'read-matrix');
-    },
-  );
+  step('writes the 8x3 matrix after asking', 'SensorCorrelationMatrixData GET, PUT', async () => {
+    await press('#read-matrix', 'matrix-data', 'info', 'an 8x3 matrix');
+    await page.fill('#sensor-matrix-0-0', '0.95');
+    await page.click('#write-matrix');
+    await page.locator('dialog[open]').waitFor();
+    await audit(page, 'confirmation dialog');
+    await shot(page, 'console-confirm.png');
+    await press('#dialog-confirm', 'matrix-data');
+    await press('#read-matrix', 'matrix-data', 'info');
+    await waitIdle();
+    assert.equal(Number(await page.inputValue('#sensor-matrix-0-0')), 0.95);
+  });
 
-  step(
-    'the criterion description: read, write, clear after asking',
-    'SensorCorrelationDescription',
-    async () => {
-      await page.click('#read-description');
-      await outcome('description').locator('.note-info', { hasText: 'QS20-240117' }).waitFor();
-      await page.click('#clear-description');
-      await page.locator('dialog[open]').waitFor();
-      await page.keyboard.press('Escape');
-      await page.locator('dialog[open]').waitFor({ state: 'detached' });
-      await page.waitForFunction(() => document.activeElement?.id === 'clear-description');
-      await page.click('#write-description');
-      await outcome('description').locator('.note-ok').waitFor();
-    },
-  );
+  step('the criterion description', 'SensorCorrelationDescription', async () => {
+    await press('#read-description', 'description', 'info', 'QS20-240117');
+    await press('#write-description', 'description');
+  });
 
   step(
     'the records and both databases',
     'SensorCorrelationData, SensorCorrelationDatabase, SensorCorrelationMatrixDatabase',
     async () => {
       await tab('databases');
-      await page.click('#read-records');
-      await outcome('records').locator('.note-info').waitFor();
+      await press('#read-records', 'records', 'info');
       assert.match(await page.inputValue('#records-json'), /"calibrationData"/);
-      await page.click('#list-correlation-db');
-      await outcome('correlation-db').locator('.note-info').waitFor();
+      await press('#list-correlation-db', 'correlation-db', 'info');
       await page.fill('#db-reference-serial', 'QS20-240117');
-      await page.click('#add-correlation-entry');
-      await outcome('correlation-db-entry').locator('.note-ok').waitFor();
+      await press('#add-correlation-entry', 'correlation-db-entry');
       const stored = /entry (\d+)/.exec(await outcome('correlation-db-entry').textContent())[1];
       await page.fill('#db-entry-id', stored);
-      await page.click('#read-correlation-entry');
-      await outcome('correlation-db-entry').locator('.note-info', { hasText: 'matches' }).waitFor();
-      await page.click('#list-matrix-db');
-      await outcome('matrix-db').locator('.note-info').waitFor();
-      await page.click('#add-matrix-entry');
-      await outcome('matrix-db-add').locator('.note-ok').waitFor();
+      await press('#read-correlation-entry', 'correlation-db-entry', 'info', 'matches');
+      await press('#list-matrix-db', 'matrix-db', 'info');
+      await press('#add-matrix-entry', 'matrix-db-add');
       await audit(page, 'records and databases tab');
     },
   );
 
   step('the user and extra corrections', 'SensorCorrection, SensorExCorrection', async () => {
     await tab('corrections');
-    await page.click('#set-correction');
-    await outcome('correction').locator('.note-ok').waitFor();
+    await press('#set-correction', 'correction');
     await page.click('#clear-correction');
-    await page.click('#dialog-confirm');
-    await outcome('correction').locator('.note-ok', { hasText: 'cleared' }).waitFor();
-    await page.click('#read-ex-correction');
-    await outcome('ex-correction').locator('.note-info').waitFor();
+    await press('#dialog-confirm', 'correction', 'ok', 'cleared');
+    await press('#read-ex-correction', 'ex-correction', 'info');
     await page.fill('#extra-correction-1-1', '1.02');
-    await page.click('#set-ex-correction');
-    await outcome('ex-correction').locator('.note-ok').waitFor();
+    await press('#set-ex-correction', 'ex-correction');
     assert.equal((await studioSensor()).state.exCorrection[1][1], 1.02);
     await audit(page, 'corrections tab');
   });
@@ -505,102 +346,67 @@ describe('every resource from its own place', () => {
     async () => {
       await tab('device');
       await page.fill('#parameter-description', 'fictional preset 7');
-      await page.click('#write-parameter-description');
-      await outcome('parameter-description').locator('.note-ok').waitFor();
+      await press('#write-parameter-description', 'parameter-description');
       await page.fill('#parameter-description', '');
-      await page.click('#read-parameter-description');
-      await outcome('parameter-description').locator('.note-info').waitFor();
+      await press('#read-parameter-description', 'parameter-description', 'info');
       assert.equal(await page.inputValue('#parameter-description'), 'fictional preset 7');
       await page.click('#read-device-option');
       await outcome('device-option').locator('.note-info, .note-error').first().waitFor();
-      await page.click('#ifs-temperature');
-      await outcome('ifs').locator('.note-ok').waitFor();
-      await page.click('#ifs-bright-on');
-      await outcome('ifs').locator('.note-ok', { hasText: 'on' }).waitFor();
-      await page.click('#ifs-bright-read');
-      await outcome('ifs').locator('.note-info', { hasText: 'is on' }).waitFor();
+      await press('#ifs-temperature', 'ifs');
+      await press('#ifs-bright-on', 'ifs', 'ok', 'on');
+      await press('#ifs-bright-read', 'ifs', 'info', 'is on');
       await audit(page, 'device settings tab');
     },
   );
 
-  step(
-    'the sensor tab: mode, calibration, position',
-    'SensorMode, SensorCalibration, SensorPosition',
-    async () => {
-      await tab('sensor');
-      await page.click('#arm-in');
-      await outcome('arm').locator('.note-ok', { hasText: 'in' }).waitFor();
+  step('the sensor tab', 'SensorArm, SensorMode, SensorCalibration, SensorPosition', async () => {
+    await tab('sensor');
+    await press('#arm-in', 'arm', 'ok', 'in');
+    await press('#calibrate', 'calibration');
+    await press('#needs-calibration-ask', 'calibration', 'info');
+    await press('#set-mode', 'mode');
+    await press('#read-position', 'position', 'info');
+    await press('#test-connection', 'connection');
+  });
+
+  step('a long action holds the other actions on its sensor', 'SensorCalibration PUT', async () => {
+    let release;
+    const held = new Promise((resolve) => (release = resolve));
+    await page.route('**/Sensors/*/Calibration', (route) => held.then(() => route.continue()));
+    const counter = harness.inFlight(page, /\/XYZ$/);
+    try {
       await page.click('#calibrate');
-      await outcome('calibration').locator('.note-ok').waitFor();
-      await page.click('#needs-calibration-ask');
-      await outcome('calibration').locator('.note-info').waitFor();
-      await page.click('#set-mode');
-      await outcome('mode').locator('.note-ok').waitFor();
-      await page.click('#read-position');
-      await outcome('position').locator('.note-info').waitFor();
-      await page.click('#test-connection');
-      await outcome('connection').locator('.note-ok').waitFor();
-    },
-  );
+      await page.locator('#busy-banner', { hasText: 'Calibrating' }).waitFor();
+      await page.locator('#opened-list .busy-label', { hasText: 'Calibrating' }).waitFor();
+      await tab('measure');
+      assert.equal(await page.getAttribute('#measure-xyz', 'aria-disabled'), 'true');
+      // Pressed anyway (Playwright waits for a button that refuses presses unless forced).
+      await page.click('#measure-xyz', { force: true });
+      assert.equal(counter.total, 0, 'a measurement was sent during the calibration');
+    } finally {
+      release();
+      // The held request ends before its route goes.
+      await page.locator('#busy-banner').waitFor({ state: 'hidden' });
+      await page.unroute('**/Sensors/*/Calibration');
+    }
+    assert.equal(await page.getAttribute('#measure-xyz', 'aria-disabled'), null);
+  });
 
-  step(
-    'a long action holds every other action on its sensor, and says so',
-    'SensorCalibration PUT',
-    async () => {
-      let release;
-      const held = new Promise((resolve) => (release = resolve));
-      await page.route('**/Sensors/*/Calibration', async (route) => {
-        await held;
-        await route.continue();
-      });
-      const counter = inFlight(page, /\/XYZ$/);
-      try {
-        await page.click('#calibrate');
-        await page.locator('#busy-banner', { hasText: 'Calibrating' }).waitFor();
-        await page.locator('#opened-list .busy-label', { hasText: 'Calibrating' }).waitFor();
-        await tab('measure');
-        assert.equal(await page.getAttribute('#measure-xyz', 'aria-disabled'), 'true');
-        // Pressed anyway (Playwright waits for a button that refuses presses unless forced).
-        await page.click('#measure-xyz', { force: true });
-        assert.equal(counter.total, 0, 'a measurement was sent during the calibration');
-      } finally {
-        release();
-        // The held request ends before its route goes.
-        await page.locator('#busy-banner').waitFor({ state: 'hidden' });
-        await page.unroute('**/Sensors/*/Calibration');
-      }
-      assert.equal(await page.getAttribute('#measure-xyz', 'aria-disabled'), null);
-      await tab('sensor');
-    },
-  );
-
-  step(
-    'the spectrophotometer\u2019s exterior light and target marker',
-    'DeviceID POST, SensorExteriorLight, SensorTargetMarker',
-    async () => {
-      await openWith('#open-device-48', 'QS-20');
-      await page.locator('#card-exteriorLight').waitFor();
-      await page.click('#exteriorLight-on');
-      await outcome('exteriorLight').locator('.note-ok').waitFor();
-      await page.click('#targetMarker-read');
-      await outcome('targetMarker').locator('.note-info').waitFor();
-      assert.equal(
-        await page.locator('#card-arm').count(),
-        0,
-        'no arm card for a sensor without an arm',
-      );
-      await audit(page, 'sensor tab, spectrophotometer');
-      await shot(page, 'console-sensor-tab.png');
-    },
-  );
+  step('a spectrophotometer', 'DeviceID, SensorExteriorLight, SensorTargetMarker', async () => {
+    await openWith('#open-device-48', 'QS-20');
+    await press('#exteriorLight-on', 'exteriorLight');
+    await press('#targetMarker-read', 'targetMarker', 'info');
+    assert.equal(await page.locator('#card-arm').count(), 0, 'an arm card without an arm');
+    await audit(page, 'sensor tab, spectrophotometer');
+    await shot(page, 'console-sensor-tab.png');
+  });
 
   step(
     'library settings, serial sensors, opening by individual id, closing',
     'Sensors PUT, XRiteControlPanel, IndividualID, SensorsName, Sensor DELETE',
     async () => {
       await page.click('#library-settings summary');
-      await page.click('#open-control-panel');
-      await page.locator('[data-outcome=library] .note-ok').waitFor();
+      await press('#open-control-panel', 'library');
       await page.click('#set-mappings');
       await page.locator('#serial-list', { hasText: 'QS-30' }).waitFor();
       await openWith('#open-individual-33', 'QS-10');
@@ -610,60 +416,38 @@ describe('every resource from its own place', () => {
     },
   );
 
-  step(
-    'every one of the 34 entry points was reached from its own place',
-    'GET /host/routes',
-    async () => {
-      const routes = await call('GET', '/host/routes');
-      const all = new Set(routes.map((r) => r.entryPoint));
-      assert.equal(all.size, 34);
-      assert.deepEqual(
-        [...all].filter((e) => !reached.has(e)),
-        [],
-      );
-    },
-  );
+  step('all 34 entry points were reached, each from its place', 'GET /host/routes', async () => {
+    const all = new Set((await call('GET', '/host/routes')).map((r) => r.entryPoint));
+    assert.equal(all.size, 34);
+    assert.deepEqual([...all].filter((e) => !reached.has(e)), [], 'entry points not reached');
+  });
 });
 
 describe('what an outside colorimeter cannot do', () => {
-  step(
-    'disables what needs a built-in sensor and says why; shows no arm',
-    'DeviceID POST, Sensor GET',
-    async () => {
-      await freshStart();
-      await openWith('#open-device-33', 'QS-10');
-      await page
-        .locator('#capability-chips .chip-no', { hasText: 'built into a monitor' })
-        .waitFor();
-      assert.equal(await page.locator('#card-arm').count(), 0);
-      await tab('measure');
-      for (const id of ['measure-rgb', 'measure-ir', 'measure-uncorrelated']) {
-        assert.equal(await page.isDisabled(`#${id}`), true, id);
-        assert.equal(await page.getAttribute(`#${id}`, 'aria-describedby'), 'why-builtIn');
-      }
-      await page.locator('#why-builtIn', { hasText: 'built into a monitor' }).waitFor();
-      assert.equal(await page.isDisabled('#measure-xyz'), false);
-      await shot(page, 'console-colorimeter.png');
-      await tab('presence');
-      assert.equal(await page.isDisabled('#presence-on'), true);
-      await page.locator('#why-builtIn').waitFor();
-      await tab('correlation');
-      assert.equal(await page.isDisabled('#list-matrices'), true);
-      assert.equal(await page.isDisabled('#clear-nine-points'), true);
-      await tab('sensor');
-      const options = await page.$$eval('#mode-select option', (list) =>
-        list.map((o) => [o.value, o.disabled]),
-      );
-      assert.deepEqual(options, [
-        ['0', false],
-        ['1', false],
-        ['2', true],
-      ]);
-      assert.equal(await failedRequests(), '', 'no request failed');
-    },
-  );
-
-  step('says an already open sensor is open instead of adding a row', 'DeviceID POST', async () => {
+  step('disables what needs a built-in sensor, says why', 'DeviceID POST, Sensor GET', async () => {
+    await freshStart();
+    await openWith('#open-device-33', 'QS-10');
+    await page.locator('#capability-chips .chip-no', { hasText: 'built into a monitor' }).waitFor();
+    assert.equal(await page.locator('#card-arm').count(), 0);
+    await tab('measure');
+    for (const id of ['measure-rgb', 'measure-ir', 'measure-uncorrelated']) {
+      assert.equal(await page.isDisabled(`#${id}`), true, id);
+      assert.equal(await page.getAttribute(`#${id}`, 'aria-describedby'), 'why-builtIn');
+    }
+    await page.locator('#why-builtIn', { hasText: 'built into a monitor' }).waitFor();
+    assert.equal(await page.isDisabled('#measure-xyz'), false);
+    await shot(page, 'console-colorimeter.png');
+    await tab('presence');
+    assert.equal(await page.isDisabled('#presence-on'), true);
+    await page.locator('#why-builtIn').waitFor();
+    await tab('correlation');
+    assert.equal(await page.isDisabled('#list-matrices'), true);
+    assert.equal(await page.isDisabled('#clear-nine-points'), true);
+    await tab('sensor');
+    const modes = await page.$$eval('#mode-select option', (list) => list.map((o) => o.disabled));
+    assert.deepEqual(modes, [false, false, true], 'reflectance alone is refused');
+    assert.equal(await failedRequests(), '', 'no request failed');
+    // Opened again, it is said to be open instead of adding a row.
     await page.click('#open-device-33');
     await page.locator('[data-outcome=open]', { hasText: 'already open' }).waitFor();
     assert.equal(await page.locator('#opened-list li').count(), 1);
@@ -674,151 +458,96 @@ describe('a hint beside the envelope for every status a user can cause', () => {
   step('injected failures of a measurement', 'POST /sim/failures, SensorXYZ GET', async () => {
     await freshStart();
     await openStudioSensor();
-    await page.click('#arm-out');
-    await outcome('arm').locator('.note-ok').waitFor();
+    await press('#arm-out', 'arm');
     await tab('measure');
     const context = { hasArm: true, needsCalibration: false, builtIn: true };
     for (const status of LIBRARY_STATUSES.filter((s) => s.user)) {
-      await call('POST', '/sim/failures', {
-        function: 'MDMeasureXYZ2',
-        count: 1,
-        status: status.code,
-      });
-      await page.click('#measure-xyz');
-      const shown = outcome('measure-xyz');
-      await shown.locator('.note-error', { hasText: status.message }).waitFor();
-      const want = hintFor(
-        { name: 'EmError', status: 500, detail: { code: status.code, reason: 'Measure XYZ.' } },
-        context,
-      ).text;
-      assert.equal(
-        (await shown.locator('[data-testid=hint] p').textContent()).replace(/^What to do: /, ''),
-        want,
-        status.message,
-      );
+      const failure = { function: 'MDMeasureXYZ2', count: 1, status: status.code };
+      await call('POST', '/sim/failures', failure);
+      await press('#measure-xyz', 'measure-xyz', 'error', status.message);
+      const detail = { code: status.code, reason: 'Measure XYZ.' };
+      const want = hintFor({ name: 'EmError', status: 500, detail }, context).text;
+      const shownHint = await hint('measure-xyz').locator('p').textContent();
+      assert.equal(shownHint.replace(/^What to do: /, ''), want, status.message);
       // The envelope beside it is the plug-in's, unchanged.
-      const envelope = JSON.parse(await shown.locator('.envelope pre').textContent());
-      assert.deepEqual(envelope, {
-        error: {
-          code: status.code,
-          message: status.message,
-          name: 'EmError',
-          reason: 'Measure XYZ.',
-        },
-        value: null,
-      });
+      const envelope = await outcome('measure-xyz').locator('.envelope pre').textContent();
+      const error = { ...detail, message: status.message, name: 'EmError' };
+      assert.deepEqual(JSON.parse(envelope), { error, value: null });
       await waitIdle();
     }
   });
 
-  step(
-    'preconditions: calibration, another program, zero calibration',
-    'SensorXYZ, SensorRGB, SensorCalibration',
-    async () => {
-      await openWith('#open-device-48', 'QS-20');
-      await tab('measure');
-      await page.click('#measure-xyz');
-      const hint = outcome('measure-xyz').locator('[data-testid=hint]', {
-        hasText: 'needs calibrating',
-      });
-      await hint.waitFor();
-      await hint.getByRole('button', { name: 'Calibrate now' }).click();
-      await outcome('measure-xyz')
-        .locator('.note-ok', { hasText: 'Calibrated. Try again.' })
-        .waitFor();
-      await measureXYZ();
-      assert.equal(await outcome('measure-xyz').locator('.note-error').count(), 0);
-      // Back to the arm sensor, whose monitor another program now holds.
-      await page
-        .locator('#opened-list li', { hasText: 'QM arm sensor' })
-        .locator('.row-button')
-        .click();
-      await page.locator('#sensor-name', { hasText: 'QM arm sensor' }).waitFor();
-      await call('PUT', '/sim/monitors/QM7A0451/QM-27-Studio-Lab/held', true);
-      await page.click('#measure-rgb');
-      const held = outcome('measure-rgb');
-      await held.locator('.note-error', { hasText: 'Rejected by critical section.' }).waitFor();
-      await held.getByRole('button', { name: /other program go/ }).click();
-      await held.locator('.note-ok', { hasText: 'let go' }).waitFor();
-      assert.equal((await studioMonitor()).criticalSection, null);
-      await tab('sensor');
-      await page.click('#calibrate');
-      await outcome('calibration')
-        .locator('[data-testid=hint]', { hasText: 'Put the arm back in' })
-        .waitFor();
-      await audit(page, 'errors with hints');
-    },
-  );
+  // Calibration first, another program holding the monitor, zero calibration with the arm out.
+  step('preconditions and their remedies', 'SensorXYZ, SensorRGB, SensorCalibration', async () => {
+    await openWith('#open-device-48', 'QS-20');
+    await tab('measure');
+    await page.click('#measure-xyz');
+    const calibrate = hint('measure-xyz', 'needs calibrating');
+    await calibrate.getByRole('button', { name: 'Calibrate now' }).click();
+    await note('measure-xyz', 'ok', 'Calibrated. Try again.').waitFor();
+    await measureXYZ();
+    assert.equal(await outcome('measure-xyz').locator('.note-error').count(), 0);
+    // Back to the arm sensor, whose monitor another program now holds.
+    const armSensor = page.locator('#opened-list li', { hasText: 'QM arm sensor' });
+    await armSensor.locator('.row-button').click();
+    await page.locator('#sensor-name', { hasText: 'QM arm sensor' }).waitFor();
+    await call('PUT', '/sim/monitors/QM7A0451/QM-27-Studio-Lab/held', true);
+    await press('#measure-rgb', 'measure-rgb', 'error', 'Rejected by critical section.');
+    await outcome('measure-rgb').getByRole('button', { name: /other program go/ }).click();
+    await note('measure-rgb', 'ok', 'let go').waitFor();
+    assert.equal((await studioMonitor()).criticalSection, null);
+    await tab('sensor');
+    await page.click('#calibrate');
+    await hint('calibration', 'Put the arm back in').waitFor();
+    await audit(page, 'errors with hints');
+  });
 
-  step(
-    'refusals of the plug-in through the general request panel',
-    'Any request: SensorArm PUT, Sensor GET',
-    async () => {
-      await tab('request');
-      await audit(page, 'any request tab');
-      await page.selectOption('#req-entry', 'SensorArm');
-      await page.selectOption('#req-method', 'PUT');
-      await page.fill('#req-body', '1');
-      await page.click('#req-send');
-      await page.locator('#request-answer[data-status="400"]').waitFor();
-      await page
-        .locator('#request-answer [data-testid=hint]', { hasText: 'true or false' })
-        .waitFor();
-      assert.equal(await page.textContent('#request-entry-point'), 'SensorArm');
-      assert.equal(
-        await page.textContent('#request-envelope'),
-        '{"error":{"message":"data must be boolean.","name":"BadRequestError"},"value":null}',
-      );
-      await page.selectOption('#req-entry', 'Sensor');
-      await page.fill('#req-param-id', '00000000-0000-0000-0000-000000000000');
-      await page.fill('#req-body', '');
-      await page.click('#req-send');
-      await page
-        .locator('#request-answer[data-status="404"] [data-testid=hint]', {
-          hasText: 'Open the sensor again',
-        })
-        .waitFor();
-      await page.check('#req-bridge');
-      await page.selectOption('#req-entry', 'SensorsName');
-      await page.click('#req-send');
-      await page.locator('#request-answer[data-status="200"]').waitFor();
-      assert.match(await page.textContent('#request-envelope'), /"value":\[/);
-      await shot(page, 'console-any-request.png');
-    },
-  );
+  step('refusals of the plug-in through Any request', 'SensorArm PUT, Sensor GET', async () => {
+    await tab('request');
+    await audit(page, 'any request tab');
+    const answer = (status) => page.locator(`#request-answer[data-status="${status}"]`);
+    await page.selectOption('#req-entry', 'SensorArm');
+    await page.selectOption('#req-method', 'PUT');
+    await page.fill('#req-body', '1');
+    await page.click('#req-send');
+    await answer(400).locator('[data-testid=hint]', { hasText: 'true or false' }).waitFor();
+    assert.equal(await page.textContent('#request-entry-point'), 'SensorArm');
+    assert.equal(
+      await page.textContent('#request-envelope'),
+      '{"error":{"message":"data must be boolean.","name":"BadRequestError"},"value":null}',
+    );
+    await page.selectOption('#req-entry', 'Sensor');
+    await page.fill('#req-param-id', '00000000-0000-0000-0000-000000000000');
+    await page.fill('#req-body', '');
+    await page.click('#req-send');
+    await answer(404).locator('[data-testid=hint]', { hasText: 'Open the sensor again' }).waitFor();
+    await page.check('#req-bridge');
+    await page.selectOption('#req-entry', 'SensorsName');
+    await page.click('#req-send');
+    await answer(200).waitFor();
+    assert.match(await page.textContent('#request-envelope'), /"value":\[/);
+    await shot(page, 'console-any-request.png');
+  });
 });
 
 describe('the simulator panel', () => {
-  step(
-    'offers only failures, and counts down what is armed',
-    'POST /sim/failures, SensorXYZ GET',
-    async () => {
-      await freshStart();
-      const offered = await page.$$eval('#sim-status option', (list) => list.map((o) => o.value));
-      assert.ok(offered.includes('EMERR_MEASURE_ERROR'));
-      for (const success of [
-        'EMERR_OK',
-        'EMERR_RUNNING',
-        'EMERR_EXISTS_MORE_DATA',
-        'EMERR_UNCONFIRMED',
-        'EMERR_UNKNOWN',
-      ]) {
-        assert.ok(!offered.includes(success), success);
-      }
-      await openStudioSensor();
-      await page.click('#arm-out');
-      await outcome('arm').locator('.note-ok').waitFor();
-      await page.fill('#sim-function', 'MDMeasureXYZ2');
-      await page.selectOption('#sim-status', 'EMERR_MEASURE_ERROR');
-      await page.fill('#sim-count', '2');
-      await page.click('#sim-inject');
-      await page.locator('#sim-armed li', { hasText: '\u00d72' }).waitFor();
-      await tab('measure');
-      await page.click('#measure-xyz');
-      await outcome('measure-xyz').locator('.note-error', { hasText: 'Measure error.' }).waitFor();
-      await page.locator('#sim-armed li', { hasText: '\u00d71' }).waitFor();
-    },
-  );
+  step('offers only failures, counts down the armed', 'POST /sim/failures, SensorXYZ', async () => {
+    await freshStart();
+    const offered = await page.$$eval('#sim-status option', (list) => list.map((o) => o.value));
+    assert.ok(offered.includes('EMERR_MEASURE_ERROR'));
+    for (const none of ['OK', 'RUNNING', 'EXISTS_MORE_DATA', 'UNCONFIRMED', 'UNKNOWN'])
+      assert.ok(!offered.includes(`EMERR_${none}`), none);
+    await openStudioSensor();
+    await press('#arm-out', 'arm');
+    await page.fill('#sim-function', 'MDMeasureXYZ2');
+    await page.selectOption('#sim-status', 'EMERR_MEASURE_ERROR');
+    await page.fill('#sim-count', '2');
+    await page.click('#sim-inject');
+    await page.locator('#sim-armed li', { hasText: '\u00d72' }).waitFor();
+    await tab('measure');
+    await press('#measure-xyz', 'measure-xyz', 'error', 'Measure error.');
+    await page.locator('#sim-armed li', { hasText: '\u00d71' }).waitFor();
+  });
 
   step('asks before resetting the world; the keyboard comes back', 'POST /sim/reset', async () => {
     await page.focus('#sim-reset');
@@ -831,119 +560,86 @@ describe('the simulator panel', () => {
     await page.locator('dialog[open] pre').waitFor();
     await audit(page, 'world dialog');
     await page.click('#dialog-close');
-    await page.waitForFunction(() => document.activeElement?.id === 'sim-world-json');
     await page.click('#sim-reset');
-    await page.click('#dialog-confirm');
-    await page.locator('[data-outcome=sim-world] .note-ok').waitFor();
+    await press('#dialog-confirm', 'sim-world');
     await page.locator('#opened-list').waitFor({ state: 'detached' });
     assert.equal((await call('GET', '/Sensors')).length, 0);
   });
 
-  step(
-    'the request log shows whole paths, entry points and requests still running',
-    'SensorPosition GET',
-    async () => {
-      await openStudioSensor();
-      await tab('sensor');
-      let release;
-      const held = new Promise((resolve) => (release = resolve));
-      await page.route('**/Sensors/*/Position', async (route) => {
-        await held;
-        await route.continue();
-      });
-      try {
-        await page.click('#read-position');
-        const running = page.locator('.log-entry.log-pending', { hasText: 'running' });
-        await running.waitFor();
-        assert.match(
-          await running.locator('.log-path').textContent(),
-          /^\/Sensors\/[0-9a-f-]{36}\/Position$/,
-        );
-        release();
-        await page.locator('.log-entry[data-entry-point=SensorPosition]').waitFor();
-      } finally {
-        release();
-        await page.unroute('**/Sensors/*/Position');
-      }
-      assert.equal(
-        await page.locator('#log-list[aria-live], #log-list[role=log]').count(),
-        0,
-        'the log is no live region',
-      );
-      await page.locator('.log-entry').first().locator('summary').click();
-      await audit(page, 'expanded log');
-    },
-  );
+  step('the log: whole paths, entry points, requests running', 'SensorPosition GET', async () => {
+    await openStudioSensor();
+    let release;
+    const held = new Promise((resolve) => (release = resolve));
+    await page.route('**/Sensors/*/Position', (route) => held.then(() => route.continue()));
+    try {
+      await page.click('#read-position');
+      const running = page.locator('.log-entry.log-pending', { hasText: 'running' });
+      const where = await running.locator('.log-path').textContent();
+      assert.match(where, /^\/Sensors\/[0-9a-f-]{36}\/Position$/);
+      release();
+      await page.locator('.log-entry[data-entry-point=SensorPosition]').waitFor();
+    } finally {
+      release();
+      await page.unroute('**/Sensors/*/Position');
+    }
+    const live = await page.locator('#log-list[aria-live], #log-list[role=log]').count();
+    assert.equal(live, 0, 'the log is a live region');
+    await page.locator('.log-entry').first().locator('summary').click();
+    await audit(page, 'expanded log');
+  });
 });
 
 describe('derived values and export', () => {
   // Readings whose colour is known: the D65 white, Illuminant A, and the first pair of the
-  // CIEDE2000 test data (Sharma, Wu, Dalal 2005) as XYZ against that white.
+  // published CIEDE2000 test data as XYZ against that white.
   const WHITE = [95.047, 100, 108.883];
   const fromLab = ([L, a, b]) => {
     const fy = (L + 16) / 116;
-    const f = [fy + a / 500, fy, fy - b / 200];
     const inverse = (t) => (t ** 3 > 216 / 24389 ? t ** 3 : (116 * t - 16) / (24389 / 27));
-    return f.map((t, i) => inverse(t) * WHITE[i]);
+    return [fy + a / 500, fy, fy - b / 200].map((t, i) => inverse(t) * WHITE[i]);
   };
-  const READINGS = [
-    WHITE,
-    [109.85, 100, 35.585],
-    fromLab([50, 2.6772, -79.7751]),
-    fromLab([50, 0, -82.7485]),
-  ];
+  const ILLUMINANT_A = [109.85, 100, 35.585];
+  const PAIR = [fromLab([50, 2.6772, -79.7751]), fromLab([50, 0, -82.7485])];
+  const READINGS = [WHITE, ILLUMINANT_A, ...PAIR];
   let next = 0;
 
-  step(
-    'shows x,y, u\u2032v\u2032, CCT, Duv, L*a*b* and \u0394E2000 of known readings',
-    'SensorXYZ GET, POST /colour/derive',
-    async () => {
-      await freshStart();
-      await openStudioSensor();
-      await page.route('**/Sensors/*/XYZ', (route) => {
-        const [X, Y, Z] = READINGS[next++ % READINGS.length];
-        route.fulfill({
-          status: 200,
-          contentType: 'application/json',
-          headers: { 'X-Quilby-Entry-Point': 'SensorXYZ' },
-          body: JSON.stringify({ error: null, value: { XYZ: { X, Y, Z }, rawXYZ: { X, Y, Z } } }),
-        });
-      });
-      try {
-        await tab('measure');
-        await measureXYZ();
-        const derived = async (testid) => numberIn(`[data-testid='${testid}']`);
-        await page.locator("[data-testid='derived-cct']").waitFor();
-        assert.equal(await derived('derived-xy-0'), 0.3127);
-        assert.equal(await derived('derived-uv-0'), 0.1978);
-        assert.equal(await derived('derived-uv-1'), 0.4683);
-        assert.ok(near(await derived('derived-cct'), 6504, 2));
-        assert.ok(near(await derived('derived-duv'), 0.0032, 0.0002));
-        // The first reading becomes the white of L*a*b*.
-        await page.selectOption('#white-select', '1');
-        await page.waitForFunction(
-          () => document.querySelector("[data-testid='derived-lab-0']")?.textContent === '100.00',
-        );
-        await measureXYZ();
-        assert.ok(near(await derived('derived-cct'), 2856, 2), 'Illuminant A');
-        await measureXYZ();
-        await page
-          .locator('#readings-table tr[data-seq="3"]')
-          .getByRole('button', { name: 'Use as reference' })
-          .click();
-        await page.locator('#reference-line', { hasText: 'reading #3' }).waitFor();
-        await measureXYZ();
-        await page.waitForFunction(
-          () => document.querySelector("[data-testid='derived-de']")?.textContent !== '\u2014',
-        );
-        assert.equal(await page.textContent("[data-testid='derived-de']"), '2.04');
-        assert.equal(await page.textContent("[data-testid='derived-lab-0']"), '50.00');
-        await shot(page, 'console-derived.png');
-      } finally {
-        await page.unroute('**/Sensors/*/XYZ');
-      }
-    },
-  );
+  // x,y, u'v', CCT, Duv, L*a*b* and Delta E 2000.
+  step('the derived values of known readings', 'SensorXYZ GET, POST /colour/derive', async () => {
+    await freshStart();
+    await openStudioSensor();
+    await page.route('**/Sensors/*/XYZ', (route) => {
+      const [X, Y, Z] = READINGS[next++ % READINGS.length];
+      const headers = { 'X-Quilby-Entry-Point': 'SensorXYZ' };
+      const value = { XYZ: { X, Y, Z }, rawXYZ: { X, Y, Z } };
+      route.fulfill({ headers, json: { error: null, value } });
+    });
+    try {
+      await tab('measure');
+      await measureXYZ();
+      await byTestId('derived-cct').waitFor();
+      assert.equal(await numberOf('derived-xy-0'), 0.3127);
+      assert.equal(await numberOf('derived-uv-0'), 0.1978);
+      assert.equal(await numberOf('derived-uv-1'), 0.4683);
+      assert.ok(near(await numberOf('derived-cct'), 6504, 2));
+      assert.ok(near(await numberOf('derived-duv'), 0.0032, 0.0002));
+      // The first reading becomes the white of L*a*b*.
+      await page.selectOption('#white-select', '1');
+      await page.locator("[data-testid='derived-lab-0']", { hasText: '100.00' }).waitFor();
+      await measureXYZ();
+      assert.ok(near(await numberOf('derived-cct'), 2856, 2), 'Illuminant A');
+      await measureXYZ();
+      const third = page.locator('#readings-table tr[data-seq="3"]');
+      await third.getByRole('button', { name: 'Use as reference' }).click();
+      await page.locator('#reference-line', { hasText: 'reading #3' }).waitFor();
+      await measureXYZ();
+      await page.locator("[data-testid='derived-de']", { hasText: /\d/ }).waitFor();
+      assert.equal(await byTestId('derived-de').textContent(), '2.04');
+      assert.equal(await byTestId('derived-lab-0').textContent(), '50.00');
+      await shot(page, 'console-derived.png');
+    } finally {
+      await page.unroute('**/Sensors/*/XYZ');
+    }
+  });
 
   async function download(button) {
     const [file] = await Promise.all([page.waitForEvent('download'), page.click(button)]);
@@ -951,17 +647,16 @@ describe('derived values and export', () => {
   }
 
   step('exports the readings as CSV and CGATS that read back', 'POST /colour/export', async () => {
-    const csv = parseCsv(await download('#export-csv'));
-    const header = csv[0];
+    const [header, ...csv] = harness.parseCsv(await download('#export-csv'));
     for (const column of ['time', 'sensor', 'mode', 'corrected', 'X', 'Y', 'Z'])
       assert.ok(header.includes(column), `${column} in ${header}`);
-    const rows = csv.slice(1).filter((r) => r.length > 1);
+    const rows = csv.filter((r) => r.length > 1);
     assert.equal(rows.length, 4);
-    const Y = header.indexOf('Y');
-    assert.ok(near(Number(rows[0][Y]), 100, 1e-6));
-    assert.match(rows[0][header.indexOf('sensor')], /^QM arm sensor \([0-9a-f]{8}\)$/);
-    assert.equal(rows[0][header.indexOf('mode')], 'Display');
-    const cgats = parseCgats(await download('#export-cgats'));
+    const first = Object.fromEntries(header.map((column, i) => [column, rows[0][i]]));
+    assert.ok(near(Number(first.Y), 100, 1e-6));
+    assert.match(first.sensor, /^QM arm sensor \([0-9a-f]{8}\)$/);
+    assert.equal(first.mode, 'Display');
+    const cgats = harness.parseCgats(await download('#export-cgats'));
     for (const field of ['SAMPLE_ID', 'XYZ_X', 'XYZ_Y', 'XYZ_Z', 'LAB_L', 'LAB_A', 'LAB_B'])
       assert.ok(cgats.fields.includes(field), field);
     assert.equal(cgats.rows.length, 4);
@@ -977,28 +672,25 @@ describe('every state in the dark scheme and on a small screen', () => {
     ['dark', 1400, 1000],
   ];
   for (const [scheme, width, height] of states) {
+    const state = `${scheme}-${width}x${height}`;
     test(`${scheme} scheme at ${width}x${height}`, async () => {
-      const other = await launch({ colorScheme: scheme, viewport: { width, height } });
+      const other = await harness.launch({ colorScheme: scheme, viewport: { width, height } });
       try {
         const p = other.page;
         await p.goto(host.base);
         await p.locator("[data-monitor='QM7A0451']").waitFor();
-        await audit(p, `${scheme} ${width}x${height}, start`);
+        await audit(p, `${state}, start`);
         await p.click("[data-monitor='QM7A0451']");
         await p.locator('#identity-facts').waitFor();
-        await audit(p, `${scheme} ${width}x${height}, opened sensor`);
-        await p.screenshot({
-          path: path.join(screenshots, `console-${scheme}-${width}x${height}-sensor.png`),
-        });
+        await audit(p, `${state}, opened sensor`);
+        await shot(p, `console-${state}-sensor.png`);
         await p.click('#arm-out');
         await p.locator('[data-outcome$="/arm"] .note-ok').waitFor();
         await p.click('#tab-measure');
         await p.click('#measure-xyz');
         await p.locator('#readings-table, [data-outcome$="/measure-xyz"]').first().waitFor();
-        await audit(p, `${scheme} ${width}x${height}, measure`);
-        await p.screenshot({
-          path: path.join(screenshots, `console-${scheme}-${width}x${height}-measure.png`),
-        });
+        await audit(p, `${state}, measure`);
+        await shot(p, `console-${state}-measure.png`);
         assert.deepEqual(other.pageErrors, []);
       } finally {
         await other.close();
@@ -1021,9 +713,7 @@ describe('who may drive the sensors', () => {
     const stranger = await browser.context.newPage();
     try {
       await stranger.goto(`http://127.0.0.1:${site.address().port}/`);
-      await stranger.waitForFunction(() => document.title === 'sent', null, {
-        timeout: STEP_TIMEOUT,
-      });
+      await stranger.waitForFunction(() => document.title === 'sent');
     } finally {
       await stranger.close();
       site.close();

@@ -13,8 +13,8 @@ import { chromium } from 'playwright-core';
 
 const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '../..');
 const hostProgram = process.env.QUILBY_HOST ?? path.join(root, 'build/quilby-host');
-export const screenshots = process.env.QUILBY_SCREENSHOTS ?? path.join(root, 'build/browser');
-export const STEP_TIMEOUT = 10000;
+const screenshots = process.env.QUILBY_SCREENSHOTS ?? path.join(root, 'build/browser');
+const STEP_TIMEOUT = 10000;
 
 const axeSource = readFileSync(
   createRequire(import.meta.url).resolve('axe-core/axe.min.js'),
@@ -24,11 +24,8 @@ const axeSource = readFileSync(
 // Starts quilby-host on a free loopback port; resolves with {base, stop()}.
 export function startHost() {
   return new Promise((resolve, reject) => {
-    const host = spawn(
-      hostProgram,
-      ['--port', '0', '--quiet', '--console', path.join(root, 'host/web')],
-      { stdio: ['ignore', 'pipe', 'pipe'] },
-    );
+    const args = ['--port', '0', '--quiet', '--console', path.join(root, 'host/web')];
+    const host = spawn(hostProgram, args, { stdio: ['ignore', 'pipe', 'pipe'] });
     let output = '';
     let errors = '';
     host.stderr.on('data', (chunk) => (errors += chunk));
@@ -58,20 +55,12 @@ export async function launch(options = {}) {
     headless: true,
     viewport: { width: 1400, height: 1000 },
     acceptDownloads: true,
-    args: [
-      '--headless',
-      '--no-sandbox',
-      '--disable-gpu',
-      '--disable-quic',
-      '--no-first-run',
-      '--disable-background-networking',
-      '--disable-component-update',
-      '--disable-sync',
-    ],
+    // Beside Playwright's own switches (no sandbox, no first run, no background networking).
+    args: ['--disable-gpu', '--disable-quic'],
     ...options,
   });
+  context.setDefaultTimeout(STEP_TIMEOUT);
   const page = context.pages()[0] ?? (await context.newPage());
-  page.setDefaultTimeout(STEP_TIMEOUT);
   const pageErrors = [];
   page.on('pageerror', (error) => pageErrors.push(error.message));
   return {
@@ -93,15 +82,12 @@ export async function audit(page, state) {
   if (!loaded) await page.evaluate(axeSource);
   const violations = await page.evaluate(async () => {
     const result = await window.axe.run(document, { resultTypes: ['violations'] });
-    return result.violations
-      .filter((v) => v.impact === 'serious' || v.impact === 'critical')
-      .map(
-        (v) =>
-          `${v.id} (${v.impact}): ${v.nodes
-            .slice(0, 4)
-            .map((n) => n.target.join(' '))
-            .join(' | ')}${v.nodes.length > 4 ? ` and ${v.nodes.length - 4} more` : ''}`,
-      );
+    const named = ({ id, impact, nodes }) => {
+      const where = nodes.slice(0, 4).map((n) => n.target.join(' '));
+      if (nodes.length > 4) where.push(`and ${nodes.length - 4} more`);
+      return `${id} (${impact}): ${where.join(' | ')}`;
+    };
+    return result.violations.filter((v) => ['serious', 'critical'].includes(v.impact)).map(named);
   });
   assert.deepEqual(violations, [], `axe-core in state "${state}"`);
 }
@@ -133,60 +119,39 @@ export function inFlight(page, pattern) {
   const mine = (request) => pattern.test(new URL(request.url()).pathname);
   page.on('request', (request) => {
     if (!mine(request)) return;
-    counter.now += 1;
     counter.total += 1;
-    counter.most = Math.max(counter.most, counter.now);
+    counter.most = Math.max(counter.most, ++counter.now);
   });
-  const done = (request) => {
-    if (mine(request)) counter.now -= 1;
-  };
+  const done = (request) => mine(request) && (counter.now -= 1);
   page.on('requestfinished', done);
   page.on('requestfailed', done);
   return counter;
 }
 
-// A minimal reader of the CGATS text Little CMS writes: keywords, data format and the rows.
+// A minimal reader of the CGATS text the host exports: the data format and the rows.
 export function parseCgats(text) {
-  const lines = text.split(/\r?\n/);
-  const between = (start, end) => {
-    const from = lines.findIndex((l) => l.trim() === start);
-    const to = lines.findIndex((l, i) => i > from && l.trim() === end);
-    return from < 0 || to < 0 ? [] : lines.slice(from + 1, to);
-  };
+  const section = (name) =>
+    new RegExp(`^BEGIN_${name}\\s*$([^]*?)^END_${name}\\s*$`, 'm').exec(text)?.[1] ?? '';
   const split = (line) => line.match(/"[^"]*"|\S+/g) ?? [];
-  const fields = between('BEGIN_DATA_FORMAT', 'END_DATA_FORMAT').flatMap(split);
-  const rows = between('BEGIN_DATA', 'END_DATA')
+  const fields = split(section('DATA_FORMAT'));
+  const rows = section('DATA')
+    .split(/\r?\n/)
     .filter((l) => l.trim())
     .map((l) => Object.fromEntries(split(l).map((v, i) => [fields[i], v.replace(/^"|"$/g, '')])));
-  return { header: lines[0], fields, rows };
+  return { fields, rows };
 }
 
-// A reader of RFC 4180 CSV: rows of fields, quotes undone.
+// A reader of RFC 4180 CSV: rows of fields, quotes undone; it stops where the text is no CSV.
 export function parseCsv(text) {
-  const rows = [];
-  let row = [];
-  let field = '';
-  let quoted = false;
-  for (let i = 0; i < text.length; i += 1) {
-    const c = text[i];
-    if (quoted) {
-      if (c === '"' && text[i + 1] === '"') {
-        field += '"';
-        i += 1;
-      } else if (c === '"') quoted = false;
-      else field += c;
-    } else if (c === '"') quoted = true;
-    else if (c === ',') {
-      row.push(field);
-      field = '';
-    } else if (c === '\n' || c === '\r') {
-      if (c === '\r' && text[i + 1] === '\n') i += 1;
-      row.push(field);
-      rows.push(row);
-      row = [];
-      field = '';
-    } else field += c;
+  const rows = [[]];
+  const field = /(?:"((?:[^"]|"")*)"|([^",\r\n]*))(,|\r?\n|$)/y;
+  let found = field.exec(text);
+  while (found) {
+    const [, quoted, plain, end] = found;
+    rows.at(-1).push(quoted === undefined ? plain : quoted.replaceAll('""', '"'));
+    const more = end === ',' || field.lastIndex < text.length;
+    if (more && end !== ',') rows.push([]);
+    found = more ? field.exec(text) : null;
   }
-  if (field || row.length) rows.push([...row, field]);
   return rows;
 }

@@ -32,9 +32,7 @@ test('a reading has a chromaticity; black and what is no reading have none', () 
   }
 });
 
-test('the spectral locus runs from 380 to 700 nm and encloses every colour of light', () => {
-  const steps = Array.from({ length: 65 }, (_, i) => 380 + 5 * i);
-  assert.deepEqual(SPECTRAL_LOCUS.map((p) => p.nm), steps);
+test('the spectral locus encloses every colour of light', () => {
   for (const point of [D65, SRGB.red, SRGB.green, SRGB.blue]) assert.ok(insideLocus(point));
   for (const point of [{ x: 0.05, y: 0.05 }, { x: 0.6, y: 0.6 }, { x: 0.02, y: 0.9 }]) {
     assert.ok(!insideLocus(point), show(point));
