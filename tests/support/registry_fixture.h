@@ -93,13 +93,6 @@ inline std::vector<std::string> sorted(std::vector<std::string> texts) {
   return texts;
 }
 
-// The JSON array of `texts`.
-inline std::string jsonStrings(const std::vector<std::string>& texts) {
-  cairnjson::Value list(cairnjson::Type::Array);
-  for (const std::string& text : texts) list.push_back(cairnjson::Value::makeString(text));
-  return compact(list);
-}
-
 // The parameters naming the sensor `id`.
 inline std::string named(const std::string& id) { return R"({"id":")" + id + "\"}"; }
 
