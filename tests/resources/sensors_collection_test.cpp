@@ -2,9 +2,10 @@
 // Monitors, IndividualID POST) through the built plug-in and the simulated libraries.
 #include "support/registry_fixture.h"
 
-#include <algorithm>
+#include <gmock/gmock.h>
+
+#include <map>
 #include <regex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -17,11 +18,10 @@ class SensorsCollectionTest : public RegistryTest {};
 TEST_F(SensorsCollectionTest, ListsOpenedSensorsAndTheirNamesInIdentifierOrder) {
   EXPECT_EQ(answer("Sensors", "GET"), ok("[]"));
   EXPECT_EQ(answer("SensorsName", "GET"), ok("[]"));
-  std::vector<std::pair<std::string, std::string>> opened = {
+  const std::map<std::string, std::string> opened = {
       {openByDeviceID(kColorimeter), "QS-10 colorimeter"},
       {openMonitor(kOfficeSerial, kOfficeProduct), "QM panel sensor"},
       {openByDeviceID(kSpectrophotometer), "QS-20 spectrophotometer"}};
-  std::sort(opened.begin(), opened.end());
   std::vector<std::string> ids, names;
   for (const auto& [id, name] : opened) {
     ids.push_back(id);
@@ -97,7 +97,7 @@ TEST_F(SensorsCollectionTest, DeleteClosesEverySensorAndForgetsItsIdentifier) {
   // A failing close does not stop the others.
   QuilbySimFailNext("MDClose", 1, EMERR_FAILED);
   EXPECT_EQ(answer("Sensors", "DELETE"), ok("null"));
-  EXPECT_EQ(sorted(handleArguments("MDClose")), sorted(handles));
+  EXPECT_THAT(handleArguments("MDClose"), testing::UnorderedElementsAreArray(handles));
   EXPECT_EQ(loggedURI(), "/quilby/Sensors");
   EXPECT_EQ(answer("Sensors", "GET"), ok("[]"));
   for (const std::string& id : ids) {
