@@ -20,24 +20,23 @@ struct Request {
   const char *resource, *method, *word, *body;
   // The library function doing the work and its operation text (none for the state queries);
   // for a built-in sensor the colour-sensor function, and the serial of the sensor's monitor.
-  const char *function, *reason, *monitor;
+  const char *function = nullptr, *reason = nullptr, *monitor = nullptr;
 };
 
 const Request kRequests[] = {
-    {"Sensor", "GET", "", "", nullptr, nullptr, nullptr},
-    {"Sensor", "DELETE", "", "", nullptr, nullptr, nullptr},
-    {"SensorMode", "GET", "/Mode", "", nullptr, nullptr, nullptr},
-    {"SensorCalibration", "GET", "/Calibration", "", nullptr, nullptr, nullptr},
-    {"SensorArm", "GET", "/Arm", "", nullptr, nullptr, nullptr},
-    {"SensorMode", "PUT", "/Mode", R"({"mode":0,"observerKey":0})", "MDSetMode", "Set sensor mode.",
-     nullptr},
-    {"SensorCalibration", "PUT", "/Calibration", "", "MDCalibrate", "Calibrate sensor.", nullptr},
-    {"SensorArm", "PUT", "/Arm", "true", "MDTakeOutArm", "Open sensor arm.", nullptr},
-    {"SensorArm", "PUT", "/Arm", "false", "MDTakeInArm", "Close sensor arm.", nullptr},
-    {"SensorPosition", "GET", "/Position", "", "MDGetSensorPosition", "Get sensor position.",
-     nullptr},
-    {"SensorXYZ", "GET", "/XYZ", "", "MDMeasureXYZ2", "Measure XYZ.", nullptr},
-    {"SensorRawData", "GET", "/RawData", "", "MDMeasureRaw", "Measure raw data.", nullptr},
+    {"Sensor", "GET", "", ""},
+    {"Sensor", "DELETE", "", ""},
+    {"SensorMode", "GET", "/Mode", ""},
+    {"SensorCalibration", "GET", "/Calibration", ""},
+    {"SensorArm", "GET", "/Arm", ""},
+    {"SensorMode", "PUT", "/Mode", R"({"mode":0,"observerKey":0})", "MDSetMode",
+     "Set sensor mode."},
+    {"SensorCalibration", "PUT", "/Calibration", "", "MDCalibrate", "Calibrate sensor."},
+    {"SensorArm", "PUT", "/Arm", "true", "MDTakeOutArm", "Open sensor arm."},
+    {"SensorArm", "PUT", "/Arm", "false", "MDTakeInArm", "Close sensor arm."},
+    {"SensorPosition", "GET", "/Position", "", "MDGetSensorPosition", "Get sensor position."},
+    {"SensorXYZ", "GET", "/XYZ", "", "MDMeasureXYZ2", "Measure XYZ."},
+    {"SensorRawData", "GET", "/RawData", "", "MDMeasureRaw", "Measure raw data."},
     {"SensorRGB", "GET", "/RGB", "", "CSSG2H_MeasureRGB", "Measure RGB.", kOfficeSerial},
     {"SensorIR", "GET", "/IR", "", "CSSG2H_GetIRValue", "Get IR value.", kOfficeSerial},
     {"SensorXYZWithoutCorrelation", "GET", "/XYZWithoutCorrelation", "",
@@ -51,15 +50,14 @@ const Request kRequests[] = {
     {"SensorAmbraSenseLevel", "PUT", "/AmbraSense/Level", "2", "CSSG2H_SetHumanDetectMode",
      "Set human detect mode.", kStudioSerial},
     // The further settings, for the lookup alone.
-    {"SensorExteriorLight", "PUT", "/ExteriorLight", "", nullptr, nullptr, nullptr},
-    {"SensorParameterDescription", "PUT", "/ParameterDescription", "", nullptr, nullptr, nullptr},
-    {"SensorCorrection", "PUT", "/Correction", "", nullptr, nullptr, nullptr},
-    {"SensorExCorrection", "PUT", "/ExCorrection", "", nullptr, nullptr, nullptr},
-    {"SensorTargetMarker", "PUT", "/TargetMarker", "", nullptr, nullptr, nullptr},
-    {"SensorIFSTempCorrectParam", "POST", "/IFSTempCorrectParam", "", nullptr, nullptr, nullptr},
-    {"SensorIFSBrightCorrectParamUpdate", "PUT", "/IFSBrightCorrectParamUpdate", "", nullptr,
-     nullptr, nullptr},
-    {"SensorDeviceOption", "PUT", "/DeviceOption", "", nullptr, nullptr, nullptr},
+    {"SensorExteriorLight", "PUT", "/ExteriorLight", ""},
+    {"SensorParameterDescription", "PUT", "/ParameterDescription", ""},
+    {"SensorCorrection", "PUT", "/Correction", ""},
+    {"SensorExCorrection", "PUT", "/ExCorrection", ""},
+    {"SensorTargetMarker", "PUT", "/TargetMarker", ""},
+    {"SensorIFSTempCorrectParam", "POST", "/IFSTempCorrectParam", ""},
+    {"SensorIFSBrightCorrectParamUpdate", "PUT", "/IFSBrightCorrectParamUpdate", ""},
+    {"SensorDeviceOption", "PUT", "/DeviceOption", ""},
 };
 
 // The requests whose `field` is set.
