@@ -20,6 +20,9 @@ inline std::string injected(const std::string& reason) {
 }
 
 inline const std::string kNoHid = emError(0x80000000, "Failed.", "Get HID handle.");
+// A database entry's reference sensor, the object left open for further members.
+inline const std::string kReference =
+    R"({"referenceSensor":{"deviceID":48,"serial":"QS20-240117"})";
 
 inline cairnjson::Value simWorld() { return parsed(controlText(QuilbySimWorld)); }
 

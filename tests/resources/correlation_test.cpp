@@ -32,12 +32,8 @@ bool isOperation(const std::string& function) {
 //            fraction, except 0.0). A leading "!" makes the function fail once with kInjected;
 //            when it is not an operation, none is reached.
 struct Request {
-  const char* name;
-  const char* sensor;
-  const char* request;
-  const char* body;
-  std::string answer;
-  std::string reached;
+  const char *name, *sensor, *request;
+  std::string body, answer, reached;
 };
 
 const std::string kNoQuery = badRequest("requires 'available' query.");
@@ -52,6 +48,8 @@ const std::string kNotNumber = badRequest("data must be number.");
 const std::string kNotArray = badRequest("matrix data type is not array.");
 const std::string kApply = "MDApplyCorrelationCorrection ";
 const std::string kClear = "MDClear9PointsCorrelationCorrection";
+const std::string kNoReference = badRequest("data must have referenceSensor.");
+const std::string kBadReference = badRequest("referenceSensor must have deviceID, serial.");
 const char* const kGone = R"({"id":"gone"})";
 const char* const kEight =
     R"({"matrix":[[1,2,3],[4,5,6],[7,8,9],[10,11,12],[13,14,15],[16,17,18],[19,20,21],)"
@@ -111,14 +109,15 @@ const Request kRequests[] = {
     {"DescriptionDeleteFails", "studio", "DELETE Correlation/Description", "",
      injected("Set criterion sensor descripction."), "!CSSG2H_SetCriterionSensorDescription"},
     // The serial's terminator included.
-    {"DescriptionDeleteWritesAZeroedRecord", "studio", "DELETE Correlation/Description", "", ok("null"),
-     "CSSG2H_SetCriterionSensorDescription {}"},
+    {"DescriptionDeleteWritesAZeroedRecord", "studio", "DELETE Correlation/Description", "",
+     ok("null"), "CSSG2H_SetCriterionSensorDescription {}"},
     // Stored matrices: the query is checked before the HID handle; any sensor takes a matrix,
     // whose id is the body.
     {"MatrixListingNeedsTheQuery", "usb", "GET CorrelationMatrix", "", kNoQuery, ""},
-    {"MatrixListingNeedsAHidHandle", "usb", R"(GET CorrelationMatrix?{"available":0})", "",
-     kNoHid, ""},
-    {"MatrixBareInteger", "usb", "PUT CorrelationMatrix", "2", ok("null"), "MDApplyCorrelationMatrix 2"},
+    {"MatrixListingNeedsAHidHandle", "usb", R"(GET CorrelationMatrix?{"available":0})", "", kNoHid,
+     ""},
+    {"MatrixBareInteger", "usb", "PUT CorrelationMatrix", "2", ok("null"),
+     "MDApplyCorrelationMatrix 2"},
     {"MatrixNegativeIsZero", "usb", "PUT CorrelationMatrix", "-3", kMatrixNotRegistered,
      "MDApplyCorrelationMatrix 0"},
     {"MatrixObjectWithIdRefused", "usb", "PUT CorrelationMatrix", R"({"id":2})", kNotNumber, ""},
@@ -155,6 +154,39 @@ const Request kRequests[] = {
      kNotArray, ""},
     {"DataBodyIsNotTheRows", "studio", "PUT CorrelationMatrix/Data", "[[1,0,0],[0,1,0],[0,0,1]]",
      kNotArray, ""},
+    // The correlation records held in the sensor: the body is judged before the HID handle.
+    {"RecordsNeedAnObject", "usb", "PUT Correlation/Data", "", badRequest("data must be object."),
+     ""},
+    {"RecordsArrayRefused", "usb", "PUT Correlation/Data", "[{}]",
+     badRequest("data must be object."), ""},
+    {"RecordsNeedAKnownRecord", "usb", "PUT Correlation/Data", R"({"calibration":{}})",
+     badRequest("data must have calibrationData, correctionData, luminanceLevelCorrection, "
+                "normalizedMeasurement, reference, referenceTone or toneCorrection."),
+     ""},
+    {"RecordsToneCorrectionIsAnObject", "usb", "PUT Correlation/Data",
+     R"({"reference":{},"toneCorrection":[1]})", badRequest("toneCorrection must be object."), ""},
+    {"RecordsLuminanceLevelIsAnObject", "usb", "PUT Correlation/Data",
+     R"({"luminanceLevelCorrection":null})", badRequest("luminanceLevelCorrection must be object."),
+     ""},
+    {"RecordsNeedAHidHandle", "usb", "GET Correlation/Data", "", kNoHid, ""},
+    // The databases: the query and body are judged before the HID handle.
+    {"DatabaseIdIsANumber", "usb", R"(GET Correlation/Database?{"id":"abc"})", "",
+     badRequest("id must be number."), ""},
+    {"DatabaseNeedsAReference", "usb", "POST Correlation/Database", "", kNoReference, ""},
+    {"DatabaseReferenceIdIsANumber", "usb", "POST Correlation/Database",
+     R"({"referenceSensor":{"deviceID":"48","serial":"S"}})", kBadReference, ""},
+    {"DatabaseReferenceHasASerial", "usb", "POST Correlation/Database",
+     R"({"referenceSensor":{"deviceID":48}})", kBadReference, ""},
+    {"DatabaseSerialOf33Bytes", "usb", "POST Correlation/Database",
+     R"({"referenceSensor":{"deviceID":48,"serial":")" + std::string(33, 's') + "\"}}",
+     badRequest("serial must be 32 bytes or less."), ""},
+    {"DatabaseIFSv3EntriesAreUndated", "usb", "POST Correlation/Database",
+     kReference + R"(,"kind":"IFSv3","date":"2025-01"})",
+     badRequest("date is not supported for IFSv3 data."), ""},
+    {"MatrixDatabaseNeedsAReference", "usb", "POST CorrelationMatrix/Database", "7", kNoReference,
+     ""},
+    {"MatrixDatabaseReferenceIdOf32Bits", "usb", "POST CorrelationMatrix/Database",
+     R"({"referenceSensor":{"deviceID":4294967296,"serial":"S"}})", kBadReference, ""},
 };
 
 class CorrelationRequestTest : public CorrelationTest,
@@ -175,7 +207,7 @@ TEST_P(CorrelationRequestTest, AnswersAndReachesOnlyItsOperation) {
   clearJournal();
   if (fails) QuilbySimFailNext(function.c_str(), 1, kInjected);
   EXPECT_EQ(answer(entryPoint, request.substr(0, space), parameters,
-                 request.substr(std::min(mark + 1, request.size())), row.body),
+                   request.substr(std::min(mark + 1, request.size())), row.body),
             row.answer);
 
   std::vector<cairnjson::Value> operations;
@@ -208,7 +240,8 @@ INSTANTIATE_TEST_SUITE_P(Rows, CorrelationRequestTest, testing::ValuesIn(kReques
 
 TEST_F(CorrelationTest, ListsTheCorrectionsOfTheSensorsMonitor) {
   EXPECT_EQ(answer("SensorCorrelation", "GET", sensor("studio"), R"({"available":false})"),
-            "200 " R"({"error":null,"value":[)"
+            "200 "
+            R"({"error":null,"value":[)"
             R"({"id":1,"monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
             R"("referenceSensor":{"deviceID":48,"serial":"QS20-240117"}},)"
             R"({"id":2,"monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
@@ -218,9 +251,10 @@ TEST_F(CorrelationTest, ListsTheCorrectionsOfTheSensorsMonitor) {
 }
 
 TEST_F(CorrelationTest, RecalcPassesTheTargetWhiteAsAZeroedColourRecord) {
-  ASSERT_EQ(answer("SensorCorrelation", "PUT", sensor("studio"), "",
-                 R"({"id":1,"type":"recalc","targetWhite":{"x":0.3127,"y":0.329,"Y":120,"X":5}})"),
-            ok("null"));
+  ASSERT_EQ(
+      answer("SensorCorrelation", "PUT", sensor("studio"), "",
+             R"({"id":1,"type":"recalc","targetWhite":{"x":0.3127,"y":0.329,"Y":120,"X":5}})"),
+      ok("null"));
   const auto applied = calls("MDApplyCorrelationCorrectionWithRecalcLuminanceLevelCorrection");
   ASSERT_EQ(applied.size(), 1u);
   // The journal leaves zero members out: only x, y and Y were set, X was not read.
@@ -270,13 +304,14 @@ class CorrelationDescriptionWriteTest : public CorrelationTest,
 
 TEST_P(CorrelationDescriptionWriteTest, StoresWhatGetReadsBack) {
   const std::string armSensor = sensor("studio");
-  ASSERT_EQ(answer("SensorCorrelationDescription", "PUT", armSensor, "", GetParam().body), ok("null"));
+  ASSERT_EQ(answer("SensorCorrelationDescription", "PUT", armSensor, "", GetParam().body),
+            ok("null"));
   ASSERT_EQ(calls("CSSG2H_SetCriterionSensorDescription").size(), 1u);
   expectSectionsKept();
   const cairnjson::Value read = call("SensorCorrelationDescription", "GET", armSensor).value;
-  EXPECT_EQ(read.isNull() ? "null"
-                          : read["date"]["dateString"].toString("") + " " +
-                                compact(read["referenceSensor"]),
+  EXPECT_EQ(read.isNull()
+                ? "null"
+                : read["date"]["dateString"].toString("") + " " + compact(read["referenceSensor"]),
             GetParam().read);
 }
 

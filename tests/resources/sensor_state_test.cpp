@@ -41,15 +41,6 @@ TEST_F(SensorStateTest, SensorGetDescribesIdentityAndCapabilities) {
   EXPECT_TRUE(reply.value["hasTargetMarker"].isBool());
 }
 
-TEST_F(SensorStateTest, SensorGetWithConnectionQueryAsksOnlyTheConnection) {
-  const std::string sensor = colorimeter();
-  clearJournal();
-  EXPECT_EQ(answer("Sensor", "GET", sensor, R"({"connection":false})"), ok("true"));
-  EXPECT_EQ(deviceCalls(), std::vector<std::string>{"MDIsValidConnection"});
-  QuilbySimFailNext("MDIsValidConnection", 1, 0);
-  EXPECT_EQ(answer("Sensor", "GET", sensor, R"({"connection":1})"), ok("false"));
-}
-
 TEST_F(SensorStateTest, SensorDeleteForgetsTheIdAndClosesTheSensor) {
   const std::string sensor = colorimeter();
   const std::string other = colorimeter();
@@ -68,19 +59,24 @@ TEST_F(SensorStateTest, SensorDeleteForgetsTheIdAndClosesTheSensor) {
   EXPECT_EQ(answer("Sensor", "GET", other), kNotFound);
 }
 
-TEST_F(SensorStateTest, QueryDemandingGetsRequireTheirKeyAndIgnoreItsValue) {
+// A query's key asks a question instead of reading the state; its value is never read. Mode,
+// calibration and arm demand their key.
+TEST_F(SensorStateTest, QueryKeysAskTheLibraryAndIgnoreTheirValue) {
   struct Row {
     const char *resource, *key;
     std::string sensor;
     const char* answer;
   };
   const Row rows[] = {
+      {"Sensor", "connection", colorimeter(), "true"},
       {"SensorMode", "supports", colorimeter(), R"({"ambient":true,"reflectance":false})"},
       {"SensorMode", "supports", armSensor(), R"({"ambient":false,"reflectance":false})"},
       {"SensorCalibration", "needs", spectrophotometer(), "true"},
       {"SensorCalibration", "needs", colorimeter(), "false"},
       {"SensorArm", "supports", armSensor(), "true"},
       {"SensorArm", "supports", colorimeter(), "false"},
+      {"SensorPosition", "supports", colorimeter(), "true"},
+      {"SensorPosition", "supports", armSensor(), "false"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.resource) + " " + row.answer);
@@ -89,6 +85,7 @@ TEST_F(SensorStateTest, QueryDemandingGetsRequireTheirKeyAndIgnoreItsValue) {
       EXPECT_EQ(answer(row.resource, "GET", row.sensor, "{\"" + key + "\":" + value + "}"),
                 ok(row.answer));
     }
+    if (key == "connection" || row.resource == std::string("SensorPosition")) continue;
     for (const std::string& query :
          {std::string("{}"), "[\"" + key + "\"]", "\"" + key + "\"", std::string()}) {
       clearJournal();
@@ -97,14 +94,15 @@ TEST_F(SensorStateTest, QueryDemandingGetsRequireTheirKeyAndIgnoreItsValue) {
       EXPECT_TRUE(deviceCalls().empty());
     }
   }
-}
-
-TEST_F(SensorStateTest, PositionIsReadUnlessSupportsIsAsked) {
+  // The connection is all that is asked; a sensor that lost it answers false.
   const std::string sensor = colorimeter();
-  EXPECT_EQ(answer("SensorPosition", "GET", sensor, R"({"supports":false})"), ok("true"));
-  EXPECT_EQ(answer("SensorPosition", "GET", armSensor(), R"({"supports":0})"), ok("false"));
+  clearJournal();
+  EXPECT_EQ(answer("Sensor", "GET", sensor, R"({"connection":false})"), ok("true"));
+  EXPECT_EQ(deviceCalls(), std::vector<std::string>{"MDIsValidConnection"});
+  QuilbySimFailNext("MDIsValidConnection", 1, 0);
+  EXPECT_EQ(answer("Sensor", "GET", sensor, R"({"connection":1})"), ok("false"));
+  // Without the key the position is read; the head turns to the ambient position with the mode.
   EXPECT_EQ(answer("SensorPosition", "GET", sensor), ok("0"));
-  // The head turns to the ambient position with the mode.
   ASSERT_EQ(answer("SensorMode", "PUT", sensor, "", R"({"mode":1,"observerKey":0})"), ok("null"));
   EXPECT_EQ(answer("SensorPosition", "GET", sensor, "[]"), ok("1"));
 }
