@@ -14,8 +14,6 @@ namespace {
 
 using namespace quilby_test;
 
-void* const kStudioHid = reinterpret_cast<void*>(0x1001);
-void* const kOfficeHid = reinterpret_cast<void*>(0x1002);
 void* const kNoMonitorsHid = reinterpret_cast<void*>(0x7777);
 void* const kLongestHid = reinterpret_cast<void*>(8193);
 

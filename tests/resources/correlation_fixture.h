@@ -1,5 +1,6 @@
-// What the correlation tests share: worlds derived from the built-in one, the answer of an injected
-// library failure, and the journal's view of the monitors' critical sections.
+// What the request table and the correlation tests share: worlds derived from the built-in one,
+// the answer of an injected library failure, and the journal's view of the monitors' critical
+// sections.
 #ifndef QUILBY_TESTS_RESOURCES_CORRELATION_FIXTURE_H
 #define QUILBY_TESTS_RESOURCES_CORRELATION_FIXTURE_H
 
