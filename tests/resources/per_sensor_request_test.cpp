@@ -1,15 +1,14 @@
-// What every per-sensor request shares, and every handler's answers in one table: the sensor lookup
-// comes before any other check and the logged URI carries the resource word; a refusal or a
-// failure of the library function doing the work reaches the page with its text, and the
-// operation is carried out alone. Requests to a built-in sensor through its monitor enter the
-// monitor's critical section around the colour-sensor call and always leave it: on success, on
-// library failures, and when the function is missing.
+// Every per-sensor handler's answers in one table (that each looks its sensor up first is checked
+// for all of them in plugin/entry_points_test.cpp): a refusal or a failure of the library function
+// doing the work reaches the page with its text, and the operation is carried out alone. Requests
+// to a built-in sensor through its monitor enter the monitor's critical section around the
+// colour-sensor call and always leave it: on success, on library failures, and when the function is
+// missing.
 #include "resources/correlation_fixture.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -17,80 +16,6 @@ namespace {
 
 using namespace correlation_test;
 using testing::StartsWith;
-
-// ---- The lookup ---------------------------------------------------------------------------------
-
-struct Lookup {
-  const char *resource, *method, *word, *body;
-};
-
-const Lookup kLookups[] = {
-    {"Sensor", "GET", "", ""},
-    {"Sensor", "DELETE", "", ""},
-    {"SensorMode", "GET", "/Mode", ""},
-    {"SensorMode", "PUT", "/Mode", R"({"mode":0,"observerKey":0})"},
-    {"SensorCalibration", "GET", "/Calibration", ""},
-    {"SensorCalibration", "PUT", "/Calibration", ""},
-    {"SensorArm", "GET", "/Arm", ""},
-    {"SensorArm", "PUT", "/Arm", "true"},
-    {"SensorPosition", "GET", "/Position", ""},
-    {"SensorXYZ", "GET", "/XYZ", ""},
-    {"SensorRawData", "GET", "/RawData", ""},
-    {"SensorRGB", "GET", "/RGB", ""},
-    {"SensorIR", "GET", "/IR", ""},
-    {"SensorXYZWithoutCorrelation", "GET", "/XYZWithoutCorrelation", ""},
-    {"SensorAmbraSense", "GET", "/AmbraSense", ""},
-    {"SensorAmbraSense", "PUT", "/AmbraSense", "true"},
-    {"SensorAmbraSenseLevel", "GET", "/AmbraSense/Level", ""},
-    {"SensorAmbraSenseLevel", "PUT", "/AmbraSense/Level", "2"},
-    {"SensorExteriorLight", "PUT", "/ExteriorLight", ""},
-    {"SensorParameterDescription", "PUT", "/ParameterDescription", ""},
-    {"SensorCorrection", "PUT", "/Correction", ""},
-    {"SensorExCorrection", "PUT", "/ExCorrection", ""},
-    {"SensorTargetMarker", "PUT", "/TargetMarker", ""},
-    {"SensorIFSTempCorrectParam", "POST", "/IFSTempCorrectParam", ""},
-    {"SensorIFSBrightCorrectParamUpdate", "PUT", "/IFSBrightCorrectParamUpdate", ""},
-    {"SensorDeviceOption", "PUT", "/DeviceOption", ""},
-};
-
-void PrintTo(const Lookup& lookup, std::ostream* out) {
-  *out << lookup.resource << " " << lookup.method << " " << lookup.body;
-}
-
-class LookupTest : public RegistryTest, public testing::WithParamInterface<Lookup> {};
-
-// The malformed query and body are never looked at; the logged URI names the sensor.
-TEST_P(LookupTest, MissingIdIsAnInvalidUriAndAnUnknownOneIsNotFound) {
-  const std::string closed = colorimeter();
-  ASSERT_EQ(answer("Sensor", "DELETE", closed), ok("null"));
-  const std::pair<std::string, std::string> rows[] = {
-      {"", kInvalidURI},
-      {"{}", kInvalidURI},
-      {R"({"id":""})", kInvalidURI},
-      {R"({"ID":"7"})", kInvalidURI},
-      {R"(["id"])", kInvalidURI},
-      {named("00000000-0000-0000-0000-000000000000"), kNotFound},
-      {closed, kNotFound},
-      {R"({"id":7})", kNotFound}};
-  for (const auto& [parameters, expected] : rows) {
-    clearJournal();
-    EXPECT_EQ(
-        answer(GetParam().resource, GetParam().method, parameters, "\"no query\"", "[\"bad\"]"),
-        expected)
-        << parameters;
-    EXPECT_TRUE(deviceCalls().empty()) << parameters;
-    const std::string id = expected == kInvalidURI ? "" : parsed(parameters)["id"].toString("");
-    EXPECT_EQ(loggedURI(), "/quilby/Sensors/" + id + GetParam().word) << parameters;
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Requests, LookupTest, testing::ValuesIn(kLookups),
-                         [](const testing::TestParamInfo<Lookup>& info) {
-                           return std::string(info.param.resource) + info.param.method +
-                                  std::to_string(info.index);
-                         });
-
-// ---- Every handler's answers --------------------------------------------------------------------
 
 // The calls that carry a request out: those of the measurement and colour-sensor libraries, the
 // HID handle lookups, the data-index selection and the queries of what a sensor supports aside.
@@ -130,7 +55,6 @@ const std::string kApply = "MDApplyCorrelationCorrection ";
 const std::string kClear = "MDClear9PointsCorrelationCorrection";
 const std::string kNoReference = badRequest("data must have referenceSensor.");
 const std::string kBadReference = badRequest("referenceSensor must have deviceID, serial.");
-const char* const kGone = R"({"id":"gone"})";
 const char* const kEight =
     R"({"matrix":[[1,2,3],[4,5,6],[7,8,9],[10,11,12],[13,14,15],[16,17,18],[19,20,21],)"
     R"([22,23,24],[25,26,27]]})";
@@ -160,12 +84,6 @@ const Request kTable[] = {
      injected("Get human detect mode."), "!CSSG2H_GetHumanDetectMode"},
     {"PresenceLevelWriteFails", "studio", "PUT AmbraSense/Level", "2",
      injected("Set human detect mode."), "!CSSG2H_SetHumanDetectMode"},
-    // The sensor is resolved first.
-    {"NoIdIsInvalidBeforeTheQuery", "{}", R"(GET Correlation?{"available":1})", "", kInvalidURI,
-     ""},
-    {"ParametersNotAnObjectAreInvalid", "", "DELETE CorrelationMatrix", "", kInvalidURI, ""},
-    {"UnknownIdBeforeTheBody", kGone, "PUT Correlation", "", kNotFound, ""},
-    {"UnknownIdBeforeTheMatrix", kGone, "PUT CorrelationMatrix/Data", "", kNotFound, ""},
     // The corrections: listing, applying (ids rounded half away from zero, below 0 giving 0),
     // releasing, and the nine-point correction, which a fixed sensor does not have.
     {"ListingNeedsTheQuery", "studio", "GET Correlation", "", kNoQuery, ""},
