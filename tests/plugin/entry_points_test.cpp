@@ -4,6 +4,7 @@
 #include "support/registry_fixture.h"
 
 #include <iterator>
+#include <regex>
 #include <string>
 
 namespace {
@@ -57,7 +58,10 @@ TEST_F(EntryPointsTest, ListedMethodsLookTheSensorUpFirstAndOthersAnswer405) {
             << context;
         continue;
       }
+      // Without parameters every path parameter is empty.
       EXPECT_NE(call(resource, method).status, 405) << context;
+      EXPECT_EQ(loggedURI(), "/quilby" + std::regex_replace(path, std::regex("\\{\\w+\\}"), ""))
+          << context;
       if (id == std::string::npos) continue;
       for (const auto& [parameters, expected] : lookups) {
         clearJournal();
