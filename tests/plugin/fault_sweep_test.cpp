@@ -39,7 +39,6 @@ const std::string kReference = R"({"referenceSensor":{"deviceID":48,"serial":"QS
 // One request per handler, or more where a query or body reaches other functions; each succeeds
 // on its own in the built-in world.
 const Request kRequests[] = {
-    {"Sensors", "GET", "", "", ""},
     {"Sensors", "GET", "", R"({"connected":1})", ""},
     {"Sensors", "GET", "", R"({"serialConnected":1})", ""},
     {"Sensors", "PUT", "", "", R"({"libraryPath":"/tmp"})"},
