@@ -70,20 +70,16 @@ testing::AssertionResult sameReading(const XYZ& a, const XYZ& b) {
 }
 
 struct Way {
-  const char* resource;
-  const char* bodyBefore;  // the listed id goes between these two
-  const char* bodyAfter;
-  double terms[3][3];  // the stored record's X, Y and Z rows, acting on the XYZ before
+  const char *resource, *body;  // the body with "#" for the listed id
+  double terms[3][3];           // the stored record's X, Y and Z rows, acting on the XYZ before
 };
 
 const Way kWays[] = {
     {"SensorCorrelationMatrix",
-     "",
-     "",
+     "#",
      {{1.015, 0.003, 0.0}, {0.002, 1.018, 0.004}, {-0.002, 0.001, 0.991}}},
     {"SensorCorrelation",
-     R"({"id":)",
-     "}",
+     R"({"id":#})",
      {{1.012, 0.004, -0.003}, {0.002, 1.021, 0.001}, {-0.001, 0.006, 0.987}}},
 };
 
@@ -104,7 +100,8 @@ TEST_F(CorrelationTest, AppliedMatrixOrCorrectionCorrectsMeasurementsUntilReleas
         call(way.resource, "GET", armSensor, R"({"available":1})").value;
     ASSERT_EQ(listed.size(), 2u);
     ASSERT_EQ(listed[0ul]["referenceSensor"]["serial"].toString(""), "QS20-240117");
-    const std::string body = way.bodyBefore + listed[0ul]["id"].toString("") + way.bodyAfter;
+    std::string body = way.body;
+    body.replace(body.find('#'), 1, listed[0ul]["id"].toString(""));
     ASSERT_EQ(answer(way.resource, "PUT", armSensor, "", body), ok("null"));
 
     XYZ expected{};
