@@ -14,8 +14,6 @@ namespace {
 
 using namespace quilby_test;
 
-void* const kStudioHid = reinterpret_cast<void*>(0x1001);
-void* const kOfficeHid = reinterpret_cast<void*>(0x1002);
 void* const kNoMonitorsHid = reinterpret_cast<void*>(0x7777);
 void* const kLongestHid = reinterpret_cast<void*>(8193);
 
@@ -44,11 +42,22 @@ class MonitorLockTest : public RegistryTest {
   }
 };
 
-TEST_F(MonitorLockTest, IdentityIsCopiedWholeOrLeftUntouchedWhenNoMonitorMatches) {
+// The identity is copied whole, or left untouched when no monitor matches; an unknown HID handle
+// fails only when asked to, a library failure always.
+TEST_F(MonitorLockTest, LookupCopiesTheIdentityOrFails) {
   // Found past the monitor without HID handle, which answers "Unknown.".
   EXPECT_EQ(identityOf(kOfficeHid, true),
             Identity(std::string("QM4C0088\0", 9), std::string("QM-24-Office\0\0\0\0\0", 17)));
   EXPECT_EQ(identityOf(kNoMonitorsHid, false), Identity(std::string(9, '#'), std::string(17, '#')));
+  const std::string notFound = "404 Error HID handle is not found. null";
+  EXPECT_EQ(failureOf(kNoMonitorsHid, true), notFound);
+  // An "Unknown." answer for the studio monitor makes it a non-matching one.
+  QuilbySimFailNext("EmCtrlGetHIDHandle", 1, EMERR_UNKNOWN);
+  EXPECT_EQ(failureOf(kStudioHid, true), notFound);
+  QuilbySimFailNext("EmCtrlGetHIDHandle", 1, EMERR_MONITOR_CONNECTION_ERROR);
+  EXPECT_EQ(failureOf(kOfficeHid, false),
+            "500 EmError Monitor connection error. "
+            R"({"code":2147549185,"reason":"Get HID handle."})");
   // The longest serial and product fill their buffers but for the NUL, and the guard keeps them.
   loadWorld(R"({"monitors":[{"serial":"ABCDEFGH","product":"0123456789ABCDEF",)"
             R"("hidHandle":8193}]})");
@@ -63,18 +72,6 @@ TEST_F(MonitorLockTest, IdentityIsCopiedWholeOrLeftUntouchedWhenNoMonitorMatches
     EXPECT_EQ(sectionOwners(), std::vector<std::string>{"process"});
   }
   EXPECT_EQ(sectionOwners(), std::vector<std::string>{""});
-}
-
-TEST_F(MonitorLockTest, UnknownHidHandleFailsOnlyWhenAskedToAndLibraryFailuresAlways) {
-  const std::string notFound = "404 Error HID handle is not found. null";
-  EXPECT_EQ(failureOf(kNoMonitorsHid, true), notFound);
-  // An "Unknown." answer for the studio monitor makes it a non-matching one.
-  QuilbySimFailNext("EmCtrlGetHIDHandle", 1, EMERR_UNKNOWN);
-  EXPECT_EQ(failureOf(kStudioHid, true), notFound);
-  QuilbySimFailNext("EmCtrlGetHIDHandle", 1, EMERR_MONITOR_CONNECTION_ERROR);
-  EXPECT_EQ(failureOf(kOfficeHid, false),
-            "500 EmError Monitor connection error. "
-            R"({"code":2147549185,"reason":"Get HID handle."})");
 }
 
 // Leaving by the destructor is shown by the resources' requests (per_sensor_request_test.cpp).

@@ -186,15 +186,15 @@ class RegistryStressTest : public RegistryTest {
 
 TEST_F(RegistryStressTest, ConcurrentUseLosesAndDoublyClosesNoHandle) {
   const DeadlockAlarm deadlockAlarm(kDeadlockTimeout);
-  ASSERT_EQ(call("Sensors", "PUT", "", "", R"({"serialMappings":{"QS-30 serial bridge":82}})").status, 200);
+  ASSERT_EQ(answer("Sensors", "PUT", "", "", R"({"serialMappings":{"QS-30 serial bridge":82}})"),
+            ok("null"));
 
   // Identifiers the request thread handed out, for the lookups by identifier.
   std::mutex idsMutex;
   std::vector<std::string> ids;
-  std::atomic<int> removed{0};
   std::atomic<int> refreshed{0};
 
-  startTogether(5);
+  startTogether(3);
   std::vector<std::thread> workers;
   workers.push_back(worker([&](int) {
     std::string id;
@@ -204,40 +204,22 @@ TEST_F(RegistryStressTest, ConcurrentUseLosesAndDoublyClosesNoHandle) {
     }
     MDHandle handle = nullptr;
     const int found = functions.getHandleForID(id.c_str(), &handle);
-    if (found != (handle != nullptr ? 1 : 0)) failure("getHandleForID answered " + std::to_string(found));
-    for (void* hid : {reinterpret_cast<void*>(0x1001), reinterpret_cast<void*>(0x1002)}) {
-      const EmError status = functions.getHandleForHIDHandle(hid, &handle);
-      if (status != EMERR_OK && status != EMERR_NOT_REGISTERED) failure("getHandleForHIDHandle failed");
+    if (found != (handle ? 1 : 0)) failure("getHandleForID answered " + std::to_string(found));
+    const EmError statuses[] = {functions.getHandleForHIDHandle(kStudioHid, &handle),
+                                functions.getHandleForHIDHandle(kOfficeHid, &handle),
+                                functions.getHandleForDeviceID(kArmSensor, &handle)};
+    for (const EmError status : statuses) {
+      if (status != EMERR_OK && status != EMERR_NOT_REGISTERED) failure("a lookup failed");
     }
-    const EmError status = functions.getHandleForDeviceID(kArmSensor, &handle);
-    if (status != EMERR_OK && status != EMERR_NOT_REGISTERED) failure("getHandleForDeviceID failed");
     // Without the registry's lock only a search is safe: this handle is never registered.
-    if (functions.removeSensor(reinterpret_cast<MDHandle>(0x5153000000fffff0ULL)) != EMERR_NOT_REGISTERED) {
-      failure("removeSensor found a handle never opened");
-    }
+    const MDHandle never = reinterpret_cast<MDHandle>(0x5153000000fffff0ULL);
+    if (functions.removeSensor(never) != EMERR_NOT_REGISTERED) failure("removed an unknown handle");
   }));
   workers.push_back(worker([&](int) {
     MDDeviceID id = 0;
     std::vector<MDDeviceID> found;
-    for (std::uint32_t index = 0; functions.enumSerial(index, &id) == EMERR_EXISTS_MORE_DATA; ++index) {
-      found.push_back(id);
-    }
+    while (functions.enumSerial(found.size(), &id) == EMERR_EXISTS_MORE_DATA) found.push_back(id);
     if (found != std::vector<MDDeviceID>{kSerialReference}) failure("serial enumeration changed");
-  }));
-  // A component that takes a sensor over: under the registry's lock nothing can come between
-  // finding and removing it; then it owns the handle and closes it itself.
-  workers.push_back(worker([&](int) {
-    functions.lock();
-    functions.lock();
-    MDHandle handle = nullptr;
-    const bool found = functions.getHandleForDeviceID(kColorimeter, &handle) == EMERR_OK;
-    const EmError status = found ? functions.removeSensor(handle) : EMERR_OK;
-    functions.unlock();
-    functions.unlock();
-    if (status != EMERR_OK) failure("removeSensor failed after a lookup under the lock");
-    if (!found) return;
-    ++removed;
-    if (MDClose(&handle) != EMERR_OK) failure("closing a removed sensor failed");
   }));
   // A component refreshing the studio monitor's sensors around a HID change, as one step.
   workers.push_back(worker([&](int) {
@@ -248,17 +230,10 @@ TEST_F(RegistryStressTest, ConcurrentUseLosesAndDoublyClosesNoHandle) {
     if (before != EMERR_OK || after != EMERR_OK) failure("pre-update or update failed");
     ++refreshed;
   }));
-  workers.push_back(worker([&](int count) {
-    // Lock and unlock alone, nested with the cache's own locking.
-    functions.lock();
-    if (count % 2 == 0) std::this_thread::sleep_for(200us);
-    functions.unlock();
-  }));
 
   // The host's request thread.
   started_->arrive_and_wait();
-  const Clock::time_point start = Clock::now();
-  const Clock::time_point end = start + kRunTime;
+  const Clock::time_point end = Clock::now() + kRunTime;
   int rounds = 0;
   for (; rounds < kMaxRequestRounds && Clock::now() < end; ++rounds) {
     const std::string colorimeter = openByDeviceID(kColorimeter);
@@ -270,9 +245,7 @@ TEST_F(RegistryStressTest, ConcurrentUseLosesAndDoublyClosesNoHandle) {
     }
     EXPECT_EQ(call("Sensors", "GET").status, 200);
     EXPECT_EQ(call("SensorsName", "GET").status, 200);
-    // Removed and closed meanwhile by the worker: not found, or refused by the library.
-    const int measured = call("SensorXYZ", "GET", R"({"id":")" + colorimeter + "\"}").status;
-    EXPECT_TRUE(measured == 200 || measured == 404 || measured == 500) << measured;
+    EXPECT_EQ(call("SensorXYZ", "GET", named(colorimeter)).status, 200);
     if (rounds % 10 == 0) {
       EXPECT_EQ(call("Sensors", "GET", "", R"({"serialConnected":1})").status, 200);
     }
@@ -283,12 +256,8 @@ TEST_F(RegistryStressTest, ConcurrentUseLosesAndDoublyClosesNoHandle) {
   }
   stopWorkers(workers);
   // The workers did overlap with the requests.
-  EXPECT_GT(removed.load(), 0);
   EXPECT_GT(refreshed.load(), 0);
-  std::printf("%d request rounds in %lld ms, %d sensors taken over, %d refreshes\n", rounds,
-              static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(
-                                         Clock::now() - start).count()),
-              removed.load(), refreshed.load());
+  std::printf("%d request rounds, %d refreshes\n", rounds, refreshed.load());
   const cairnjson::Value listed = openedIdentifiers();
   for (const cairnjson::Value& id : listed.elements()) {
     EXPECT_NE(handleOf(id.stringRef()), nullptr) << "a sensor stayed closed in place";

@@ -4,57 +4,91 @@
 #include "support/registry_fixture.h"
 
 #include <iterator>
-#include <set>
+#include <regex>
 #include <string>
 
 namespace {
 
-using quilby_test::Reply;
+using namespace quilby_test;
 
-class EntryPointsTest : public quilby_test::RegistryTest {};
+class EntryPointsTest : public RegistryTest {};
 
 struct Resource {
   const char* name;
-  std::string methods;  // separated by spaces
+  std::string methods, path;  // methods separated by spaces
 };
 
-#define QUILBY_TEST_RESOURCE(Name, Methods, Path) Resource{#Name, Methods},
+#define QUILBY_TEST_RESOURCE(Name, Methods, Path) Resource{#Name, Methods, Path},
 const Resource kResources[] = {QUILBY_RESOURCES(QUILBY_TEST_RESOURCE)};
 #undef QUILBY_TEST_RESOURCE
 
 // The resource list names exactly the methods each resource implements: the others are refused
-// with 405 and logged, and the listed ones reach a handler.
-TEST_F(EntryPointsTest, ListedMethodsReachHandlersAndOthersAnswer405AndAreLogged) {
+// with 405 and logged. Each listed method of a resource under a sensor's path looks the sensor up
+// before anything else: a missing id is an invalid URI and an unknown one is not found, the
+// malformed query and body are never looked at, no device is called, and the logged URI is the
+// resource's path with the id.
+TEST_F(EntryPointsTest, ListedMethodsLookTheSensorUpFirstAndOthersAnswer405) {
   ASSERT_EQ(std::size(kResources), 34u);
-  for (const auto& [resource, implemented] : kResources) {
+  const std::string closed = colorimeter();
+  ASSERT_EQ(answer("Sensor", "DELETE", closed), ok("null"));
+  const std::pair<std::string, std::string> lookups[] = {
+      {"", kInvalidURI},
+      {"{}", kInvalidURI},
+      {R"({"id":""})", kInvalidURI},
+      {R"({"ID":"7"})", kInvalidURI},
+      {R"(["id"])", kInvalidURI},
+      {named("00000000-0000-0000-0000-000000000000"), kNotFound},
+      {closed, kNotFound},
+      {R"({"id":7})", kNotFound}};
+  for (const auto& [resource, implemented, path] : kResources) {
+    const std::size_t id = path.find("{id}");
     for (const std::string method : {"GET", "PUT", "POST", "DELETE"}) {
+      const std::string context = std::string(resource) + " " + method;
       clearJournal();
-      const Reply reply = call(resource, method);
-      if ((" " + implemented + " ").find(" " + method + " ") != std::string::npos) {
-        EXPECT_NE(reply.status, 405) << resource << " " << method;
+      if ((" " + implemented + " ").find(" " + method + " ") == std::string::npos) {
+        const std::string message = method + " method is not allowed.";
+        EXPECT_EQ(answer(resource, method),
+                  "405 "
+                  R"({"error":{"message":")" +
+                      message + R"(","name":"MethodError"},"value":null})")
+            << context;
+        EXPECT_EQ(logLines(), (std::vector<std::pair<int, std::string>>{
+                                  {5, "statusCode:405\tmethod:" + method +
+                                          "\turi:/quilby/\terr:MethodError\tmsg:" + message}}))
+            << context;
         continue;
       }
-      const std::string message = method + " method is not allowed.";
-      EXPECT_EQ(reply.status, 405) << resource << " " << method;
-      EXPECT_EQ(reply.envelope,
-                R"({"error":{"message":")" + message + R"(","name":"MethodError"},"value":null})");
-      const auto lines = logLines();
-      ASSERT_EQ(lines.size(), 1u) << resource << " " << method;
-      EXPECT_EQ(lines[0].first, 5);
-      EXPECT_EQ(lines[0].second, "statusCode:405\tmethod:" + method +
-                                     "\turi:/quilby/\terr:MethodError\tmsg:" + message);
+      // Without parameters every path parameter is empty.
+      EXPECT_NE(call(resource, method).status, 405) << context;
+      EXPECT_EQ(loggedURI(), "/quilby" + std::regex_replace(path, std::regex("\\{\\w+\\}"), ""))
+          << context;
+      if (id == std::string::npos) continue;
+      for (const auto& [parameters, expected] : lookups) {
+        clearJournal();
+        EXPECT_EQ(answer(resource, method, parameters, "\"no query\"", "[\"bad\"]"), expected)
+            << context << " " << parameters;
+        EXPECT_TRUE(deviceCalls().empty()) << context << " " << parameters;
+        const std::string shown =
+            expected == kInvalidURI ? "" : parsed(parameters)["id"].toString("");
+        EXPECT_EQ(loggedURI(), "/quilby" + std::string(path).replace(id, 4, shown))
+            << context << " " << parameters;
+      }
     }
   }
 }
 
 // DeviceID implements POST alone, so every request below is refused and logged.
 TEST_F(EntryPointsTest, LoggedMethodIsTheRequestsMethodText) {
-  const std::pair<const char*, const char*> table[] = {
-      {R"({"method":"put"})", "PUT"}, {R"({"method":"Patch"})", "PATCH"},
-      {R"({"method":7})", "7"},       {R"({"method":true})", "TRUE"},
-      {R"({"method":1.5})", "1.5"},   {R"({"method":null})", "GET"},
-      {R"({"method":[1]})", "GET"},   {"{}", "GET"},
-      {"", "GET"},                    {"no json", "GET"}};
+  const std::pair<const char*, const char*> table[] = {{R"({"method":"put"})", "PUT"},
+                                                       {R"({"method":"Patch"})", "PATCH"},
+                                                       {R"({"method":7})", "7"},
+                                                       {R"({"method":true})", "TRUE"},
+                                                       {R"({"method":1.5})", "1.5"},
+                                                       {R"({"method":null})", "GET"},
+                                                       {R"({"method":[1]})", "GET"},
+                                                       {"{}", "GET"},
+                                                       {"", "GET"},
+                                                       {"no json", "GET"}};
   for (const auto& [request, logged] : table) {
     clearJournal();
     quilbyhost::Answer answer;
@@ -68,9 +102,7 @@ TEST_F(EntryPointsTest, LoggedMethodIsTheRequestsMethodText) {
               std::string("statusCode:405\tmethod:") + logged)
         << request;
   }
-}
-
-TEST_F(EntryPointsTest, WithoutTheLoggingLibraryRequestsAreAnsweredSilently) {
+  // Without the logging library requests are answered silently.
   reloadWith("", "libmirelto2_x64.so");
   EXPECT_EQ(call("DeviceID", "GET").status, 405);
   EXPECT_TRUE(logLines().empty());

@@ -2,18 +2,20 @@
 // subprocess when the devices listed in the web page's "did.json" want it.
 #include "support/plugin_fixture.h"
 
-#include "quilby_sim/control.h"
 #include "quilby/device_types.h"
+#include "quilby_sim/control.h"
 #include "support/json_helpers.h"
 
 #include <link.h>
 
+#include <filesystem>
 #include <fstream>
 #include <string>
 
 namespace {
 
 using quilby_test::PluginTest;
+using LogLine = std::pair<int, std::string>;
 
 class LifecycleTest : public PluginTest {
  protected:
@@ -27,46 +29,51 @@ class LifecycleTest : public PluginTest {
   void writeDidJson(const std::string& content) {
     std::ofstream(webDirectory() / "did.json", std::ios::binary) << content;
   }
-
-  std::string text(const cairnjson::Value& entry, std::size_t argument) {
-    return entry["arguments"][argument].toString("<not text>");
-  }
 };
 
-TEST_F(LifecycleTest, WithoutDidJsonOnlyTheLibraryDirectoryIsSet) {
-  loadPlugin(exportsDirectory(), true);
-  const auto init = calls("MDInitDeviceLibrariesDirectoryPath");
-  ASSERT_EQ(init.size(), 1u);
-  EXPECT_EQ(text(init[0], 0), exportsDirectory().string());
-  const auto supports = calls("MDSupportsSubprocess");
-  ASSERT_EQ(supports.size(), 1u);
-  EXPECT_TRUE(supports[0]["arguments"][0].isNull());
-  EXPECT_EQ(supports[0]["arguments"][1].toInt(-1), 0);
-  EXPECT_TRUE(calls("MDLaunchSubprocess").empty());
-  unloadPlugin(true);
-  EXPECT_TRUE(calls("MDQuitSubprocess").empty());
-  EXPECT_TRUE(logLines().empty());
+// Setup and TearDown each ask the measurement library whether the devices "did.json" lists need
+// the subprocess; of the built-in world's devices only the spectrophotometer (48) does.
+TEST_F(LifecycleTest, SubprocessRunsWhileDidJsonListsADeviceNeedingIt) {
+  const struct {
+    const char *didJson, *asked;  // null: no file
+    bool launched;
+  } rows[] = {
+      {nullptr, "[null,0]", false},
+      {"\xEF\xBB\xBF[4660, \"0x30\", 48.2]", "[[4660,48,48],3]", true},
+      {"[48", "[[48],1]", true},  // an array cut short, which the parser accepts as read
+      {"[\"48x\"]", "[[0],1]", false},
+      {"{\"ids\":[48]}", "[null,0]", false},
+      {"48", "[null,0]", false},
+      {"", "[null,0]", false},
+  };
+  for (const auto& row : rows) {
+    const std::string context = row.didJson ? row.didJson : "no file";
+    std::filesystem::remove(webDirectory() / "did.json");
+    if (row.didJson) writeDidJson(row.didJson);
+    clearJournal();
+    loadPlugin(exportsDirectory(), true);
+    unloadPlugin(true);
+    const auto asked = calls("MDSupportsSubprocess");
+    ASSERT_EQ(asked.size(), 2u) << context;
+    EXPECT_EQ(quilby_test::compact(asked[0]["arguments"]), row.asked) << context;
+    EXPECT_EQ(calls("MDLaunchSubprocess").size(), row.launched ? 1u : 0u) << context;
+    EXPECT_EQ(calls("MDQuitSubprocess").size(), row.launched ? 1u : 0u) << context;
+    const std::vector<LogLine> logged = {{3, "Launch mdsubprocess."}, {3, "Quit mdsubprocess."}};
+    EXPECT_EQ(logLines(), row.launched ? logged : std::vector<LogLine>{}) << context;
+  }
 }
 
-TEST_F(LifecycleTest, ListedDeviceNeedingTheSubprocessLaunchesAndQuitsIt) {
-  // The built-in world's spectrophotometer (device 48) needs the subprocess.
-  writeDidJson("\xEF\xBB\xBF[4660, \"0x30\", 48.2]");
+TEST_F(LifecycleTest, SubprocessIsLaunchedFromTheRegistryUnderTheApplicationsName) {
+  writeDidJson("[48]");
   settings().applicationName = "Color Tool Pro";
   settings().registryPath = registryDirectory().string() + "/";
   loadPlugin(exportsDirectory(), true);
-  const auto supports = calls("MDSupportsSubprocess");
-  ASSERT_EQ(supports.size(), 1u);
-  EXPECT_EQ(quilby_test::compact(supports[0]["arguments"]), "[[4660,48,48],3]");
-  const auto launch = calls("MDLaunchSubprocess");
-  ASSERT_EQ(launch.size(), 1u);
-  EXPECT_EQ(text(launch[0], 0), registryDirectory().string() + "/com.vesk.quilby/x86_64/mdsubprocess");
-  EXPECT_EQ(text(launch[0], 1), "Color_Tool_Pro");
-  unloadPlugin(true);
-  EXPECT_EQ(calls("MDQuitSubprocess").size(), 1u);
-  const auto lines = logLines();
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0], (std::pair<int, std::string>{3, "Launch mdsubprocess."}));
-  EXPECT_EQ(lines[1], (std::pair<int, std::string>{3, "Quit mdsubprocess."}));
+  EXPECT_EQ(quilby_test::compact(calls("MDInitDeviceLibrariesDirectoryPath").at(0)["arguments"]),
+            quilby_test::jsonStrings({exportsDirectory().string()}));
+  EXPECT_EQ(quilby_test::compact(calls("MDLaunchSubprocess").at(0)["arguments"]),
+            quilby_test::jsonStrings(
+                {registryDirectory().string() + "/com.vesk.quilby/x86_64/mdsubprocess",
+                 "Color_Tool_Pro"}));
 }
 
 TEST_F(LifecycleTest, FailedLaunchIsLoggedAndTearDownStillQuits) {
@@ -74,24 +81,10 @@ TEST_F(LifecycleTest, FailedLaunchIsLoggedAndTearDownStillQuits) {
   QuilbySimFailNext("MDLaunchSubprocess", 1, EMERR_FAILED);
   loadPlugin(exportsDirectory(), true);
   unloadPlugin(true);
-  const auto lines = logLines();
-  ASSERT_FALSE(lines.empty());
-  EXPECT_EQ(lines[0], (std::pair<int, std::string>{5, "Failed to launch mdsubprocess."}));
   // The decision is made again from the file: the quit is attempted (and fails silently, since
   // nothing runs).
   EXPECT_EQ(calls("MDQuitSubprocess").size(), 1u);
-  EXPECT_EQ(lines.size(), 1u);
-}
-
-TEST_F(LifecycleTest, OnlyAnArrayListingSuchADeviceLaunchesTheSubprocess) {
-  for (const char* content : {"[48", "{\"ids\":[48]}", "", "48", "[\"48x\"]"}) {
-    writeDidJson(content);
-    loadPlugin(exportsDirectory(), true);
-    unloadPlugin(true);
-  }
-  // "[48" is an array cut short, which the parser accepts as read.
-  EXPECT_EQ(calls("MDLaunchSubprocess").size(), 1u);
-  EXPECT_EQ(calls("MDSupportsSubprocess").size(), 10u);
+  EXPECT_EQ(logLines(), (std::vector<LogLine>{{5, "Failed to launch mdsubprocess."}}));
 }
 
 TEST_F(LifecycleTest, UnloadedPluginLeavesTheProcess) {

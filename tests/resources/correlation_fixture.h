@@ -1,5 +1,6 @@
-// What the correlation tests share: worlds derived from the built-in one, the answer of an injected
-// library failure, and the journal's view of the monitors' critical sections.
+// What the request table and the correlation tests share: worlds derived from the built-in one,
+// the answer of an injected library failure, and the journal's view of the monitors' critical
+// sections.
 #ifndef QUILBY_TESTS_RESOURCES_CORRELATION_FIXTURE_H
 #define QUILBY_TESTS_RESOURCES_CORRELATION_FIXTURE_H
 
@@ -8,7 +9,6 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <vector>
 
 namespace correlation_test {
 
@@ -21,14 +21,18 @@ inline std::string injected(const std::string& reason) {
 }
 
 inline const std::string kNoHid = emError(0x80000000, "Failed.", "Get HID handle.");
+// A database entry's reference sensor, the object left open for further members.
+inline const std::string kReference =
+    R"({"referenceSensor":{"deviceID":48,"serial":"QS20-240117"})";
 
 inline cairnjson::Value simWorld() { return parsed(controlText(QuilbySimWorld)); }
 
 class CorrelationTest : public RegistryTest {
  protected:
-  // The parameters naming a sensor: "studio" the arm sensor of the studio monitor, "office" the
-  // panel sensor of the office monitor, "usb" a USB colorimeter (no HID handle). Any other text
-  // is the parameters themselves.
+  // The parameters naming a sensor: "studio" the arm sensor of the studio monitor (luminance-level
+  // correction, 8x3 matrix; two CSSG2 correlations and two matrices stored), "office" the panel
+  // sensor of the office monitor (neither, 3x3 matrix; one IFSv3 correlation and one matrix), "usb"
+  // a USB colorimeter (no HID handle). Any other text is the parameters themselves.
   std::string sensor(const std::string& which) {
     if (which == "studio") return armSensor();
     if (which == "office") return panelSensor();
@@ -51,12 +55,11 @@ class CorrelationTest : public RegistryTest {
                                    const std::function<void(cairnjson::Value&)>& edit) {
     cairnjson::Value world = simWorld();
     edit(monitorIn(world, serial));
-    char error[512] = {};
-    ASSERT_EQ(QuilbySimLoadWorld(compact(world).c_str(), error, sizeof error), 0) << error;
+    loadWorld(compact(world));
   }
 
-  // The data set `index` of monitor `serial` in the current world.
-  static cairnjson::Value dataSet(const std::string& serial, long long index) {
+  // The data set `index` (3 for the user set) of monitor `serial` in the current world.
+  static cairnjson::Value dataSet(const std::string& serial, long long index = 3) {
     cairnjson::Value world = simWorld();
     for (const cairnjson::Value& set : monitorIn(world, serial)["dataSets"].elements()) {
       if (set["index"].toLLong(-1) == index) return set;
@@ -65,18 +68,11 @@ class CorrelationTest : public RegistryTest {
     return cairnjson::Value();
   }
 
-  // Whether a journal entry's call started inside this process's critical section.
-  static bool heldSection(const cairnjson::Value& entry) {
-    return entry["sectionHeld"].isBool() && entry["sectionHeld"].toLLong(0) == 1;
-  }
-
   // Whether every monitor's critical section is free, as it must be between requests.
   static bool sectionsFree() {
-    const cairnjson::Value sections = parsed(controlText(QuilbySimCriticalSections));
-    for (const cairnjson::Value& section : sections.elements()) {
-      if (!section["owner"].isNull()) return false;
-    }
-    return sections.size() > 0;
+    const std::vector<std::string> owners = sectionOwners();
+    return !owners.empty() && std::all_of(owners.begin(), owners.end(),
+                                          [](const std::string& owner) { return owner.empty(); });
   }
 
   // Every colour-sensor call of the journal ran inside its monitor's section and every DUE
@@ -85,8 +81,9 @@ class CorrelationTest : public RegistryTest {
     const cairnjson::Value entries = journal();
     for (const cairnjson::Value& entry : entries.elements()) {
       const std::string& function = entry["function"].stringRef();
-      EXPECT_TRUE(!function.starts_with("CSSG2H_") || heldSection(entry)) << function;
-      EXPECT_FALSE(function.ends_with("DUEPriority") && heldSection(entry)) << function;
+      const bool held = entry["sectionHeld"].isBool() && entry["sectionHeld"].toLLong(0) == 1;
+      EXPECT_TRUE(!function.starts_with("CSSG2H_") || held) << function;
+      EXPECT_FALSE(function.ends_with("DUEPriority") && held) << function;
     }
     EXPECT_TRUE(sectionsFree());
   }

@@ -1,219 +1,21 @@
-// The correlation resources end to end against the simulated libraries: every handler's answers
-// in one table, then the corrections (Correlation, Correlation/9Points) and the criterion sensor
-// description (Correlation/Description).
+// The correlation resources end to end against the simulated libraries: the corrections
+// (Correlation, Correlation/9Points) and the criterion sensor description
+// (Correlation/Description). Every handler's refusals and failures are rows of the request table in
+// per_sensor_request_test.cpp.
 #include "resources/correlation_fixture.h"
 
-#include <algorithm>
 #include <string>
 
 namespace {
 
 using namespace correlation_test;
 
-// ---- Every handler's answers --------------------------------------------------------------------
-
-// The calls that carry a request out: those of the measurement and colour-sensor libraries, the
-// HID handle lookups, the data-index selection and the queries of what a sensor supports aside.
-bool isOperation(const std::string& function) {
-  if (!function.starts_with("MD") && !function.starts_with("CSSG2H_")) return false;
-  for (const char* aside : {"HIDHandle", "DataIndex", "Supported"}) {
-    if (function.find(aside) != std::string::npos) return false;
-  }
-  return true;
-}
-
-// One request and what it must do:
-//   sensor   see CorrelationTest::sensor;
-//   request  the method and the resource's word, then the query after a "?"; "DELETE
-//            Correlation/9Points" goes to SensorCorrelation9Points and logs that word;
-//   answer   the envelope;
-//   reached  the one operation the request carries out ("" for none), then that call's second
-//            argument as JSON when it is checked (the journal writes a whole double without a
-//            fraction, except 0.0). A leading "!" makes the function fail once with kInjected;
-//            when it is not an operation, none is reached.
-struct Request {
-  const char* name;
-  const char* sensor;
-  const char* request;
-  const char* body;
-  std::string answer;
-  std::string reached;
-};
-
-const std::string kNoQuery = badRequest("requires 'available' query.");
-const std::string kNotRegistered =
-    emError(0x80000005, "Not registered.", "Apply correlation correction.");
-const std::string kNoId = badRequest("data must have id.");
-const std::string kUnsupported =
-    emError(0x80000007, "Unsupported.", "Clear 9 points correlation correction.");
-const std::string kMatrixNotRegistered =
-    emError(0x80000005, "Not registered.", "Apply correlation matrix.");
-const std::string kNotNumber = badRequest("data must be number.");
-const std::string kNotArray = badRequest("matrix data type is not array.");
-const std::string kApply = "MDApplyCorrelationCorrection ";
-const std::string kClear = "MDClear9PointsCorrelationCorrection";
-const char* const kGone = R"({"id":"gone"})";
-const char* const kEight =
-    R"({"matrix":[[1,2,3],[4,5,6],[7,8,9],[10,11,12],[13,14,15],[16,17,18],[19,20,21],)"
-    R"([22,23,24],[25,26,27]]})";
-
-const Request kRequests[] = {
-    // The sensor is resolved first.
-    {"NoIdIsInvalidBeforeTheQuery", "{}", R"(GET Correlation?{"available":1})", "", kInvalidURI,
-     ""},
-    {"ParametersNotAnObjectAreInvalid", "", "DELETE CorrelationMatrix", "", kInvalidURI, ""},
-    {"UnknownIdBeforeTheBody", kGone, "PUT Correlation", "", kNotFound, ""},
-    {"UnknownIdBeforeTheMatrix", kGone, "PUT CorrelationMatrix/Data", "", kNotFound, ""},
-    // The corrections: listing, applying (ids rounded half away from zero, below 0 giving 0),
-    // releasing, and the nine-point correction, which a fixed sensor does not have.
-    {"ListingNeedsTheQuery", "studio", "GET Correlation", "", kNoQuery, ""},
-    {"ListingQueryMustBeAnObject", "studio", R"(GET Correlation?["available"])", "", kNoQuery, ""},
-    {"ListingEndsSilentlyAtTheFirstFailure", "studio", R"(GET Correlation?{"available":1})", "",
-     ok(R"([])"), "!MDEnumCorrelationCorrection"},
-    {"ApplyOtherTypeIsPlain", "studio", "PUT Correlation", R"({"id":2,"type":"plain"})", ok("null"),
-     kApply + "2"},
-    {"ApplyHalfRoundsAwayFromZero", "studio", "PUT Correlation", R"({"id":2.5})", ok("null"),
-     kApply + "3"},
-    {"ApplyNegativeIdIsZero", "studio", "PUT Correlation", R"({"id":-4})", kNotRegistered,
-     kApply + "0"},
-    {"ApplyIdAboveTwoTo63IsZero", "studio", "PUT Correlation", R"({"id":1e19})", kNotRegistered,
-     kApply + "0"},
-    {"ApplyIdTwoTo63Passes", "studio", "PUT Correlation", R"({"id":9223372036854775808.0})",
-     kNotRegistered, kApply + "9223372036854775808"},
-    {"ApplyRecalcOutOfDomain", "studio", "PUT Correlation",
-     R"({"id":1,"type":"recalc","targetWhite":{"x":0.3127,"y":0.329,"Y":0}})",
-     emError(0x8000000D, "Out of domain.",
-             "Apply correlation correction with recalc luminance level correction."),
-     "MDApplyCorrelationCorrectionWithRecalcLuminanceLevelCorrection 1"},
-    {"ApplyStringIdRefused", "studio", "PUT Correlation", R"({"id":"3"})", kNoId, ""},
-    {"ApplyIdCheckedBeforeType", "studio", "PUT Correlation", R"({"type":"recalc"})", kNoId, ""},
-    {"ApplyRecalcWhiteMustBeAnObject", "studio", "PUT Correlation",
-     R"({"id":1,"type":"recalc","targetWhite":[0.3,0.3,1]})",
-     badRequest("data must have targetWhite."), ""},
-    {"ApplyRecalcWhiteNeedsNumericY", "studio", "PUT Correlation",
-     R"({"id":1,"type":"recalc","targetWhite":{"x":0.3,"y":0.3,"Y":"120"}})",
-     badRequest("targetWhite must have x, y, Y."), ""},
-    {"ReleaseSucceeds", "studio", "DELETE Correlation", "", ok("null"), "MDReleaseCorrelationCorrection"},
-    {"SwingSensorQueryOfAnyValueClears", "studio", R"(DELETE Correlation?{"swingSensor":false})",
-     "", ok("null"), kClear},
-    {"ReleaseFails", "studio", "DELETE Correlation", "",
-     injected("Release correlation correction."), "!MDReleaseCorrelationCorrection"},
-    {"NinePointsCleared", "studio", "DELETE Correlation/9Points", "", ok("null"), kClear},
-    {"NinePointsOfAFixedSensor", "office", "DELETE Correlation/9Points", "", kUnsupported, kClear},
-    {"SwingSensorQueryOfAFixedSensor", "office", R"(DELETE Correlation?{"swingSensor":0})", "",
-     kUnsupported, kClear},
-    // The description: a built-in sensor's user set, each step's failure reported.
-    {"FailedPriorityReadEndsBeforeAnyOperation", "studio", "PUT Correlation/Description", "{}",
-     injected("Get DUE priority."), "!EmCtrlGetDUEPriority"},
-    {"DescriptionNeedsAHidHandle", "usb", "GET Correlation/Description", "", kNoHid, ""},
-    {"DescriptionReadFails", "studio", "GET Correlation/Description", "",
-     injected("Get criterion sensor descripction."), "!CSSG2H_GetCriterionSensorDescription"},
-    {"DescriptionWriteFails", "studio", "PUT Correlation/Description", "{}",
-     injected("Set criterion sensor descripction."), "!CSSG2H_SetCriterionSensorDescription"},
-    {"DescriptionDeleteFails", "studio", "DELETE Correlation/Description", "",
-     injected("Set criterion sensor descripction."), "!CSSG2H_SetCriterionSensorDescription"},
-    // The serial's terminator included.
-    {"DescriptionDeleteWritesAZeroedRecord", "studio", "DELETE Correlation/Description", "", ok("null"),
-     "CSSG2H_SetCriterionSensorDescription {}"},
-    // Stored matrices: the query is checked before the HID handle; any sensor takes a matrix,
-    // whose id is the body.
-    {"MatrixListingNeedsTheQuery", "usb", "GET CorrelationMatrix", "", kNoQuery, ""},
-    {"MatrixListingNeedsAHidHandle", "usb", R"(GET CorrelationMatrix?{"available":0})", "",
-     kNoHid, ""},
-    {"MatrixBareInteger", "usb", "PUT CorrelationMatrix", "2", ok("null"), "MDApplyCorrelationMatrix 2"},
-    {"MatrixSixAndAHalfIsSeven", "usb", "PUT CorrelationMatrix", "6.5", kMatrixNotRegistered,
-     "MDApplyCorrelationMatrix 7"},
-    {"MatrixNegativeIsZero", "usb", "PUT CorrelationMatrix", "-3", kMatrixNotRegistered,
-     "MDApplyCorrelationMatrix 0"},
-    {"MatrixObjectWithIdRefused", "usb", "PUT CorrelationMatrix", R"({"id":2})", kNotNumber, ""},
-    {"MatrixNumberTextRefused", "usb", "PUT CorrelationMatrix", R"("2")", kNotNumber, ""},
-    {"MatrixBooleanRefused", "usb", "PUT CorrelationMatrix", "true", kNotNumber, ""},
-    {"MatrixReleaseFails", "usb", "DELETE CorrelationMatrix", "",
-     injected("Release correlation matrix."), "!MDReleaseCorrelationMatrix"},
-    // The built-in sensor's matrix, written in the largest form the rows fill and the sensor
-    // supports.
-    {"DataNeedsAHidHandle", "usb", "GET CorrelationMatrix/Data", "", kNoHid, ""},
-    {"DataReadOf8x3Fails", "studio", "GET CorrelationMatrix/Data", "",
-     injected("Get color sensor correction matrix 8x3."), "!CSSG2H_GetXYZCorrectionMatrix8DXT"},
-    {"DataReadOf3x3Fails", "office", "GET CorrelationMatrix/Data", "",
-     injected("Get color sensor correction matrix 3x3."), "!CSSG2H_GetXYZCorrectionMatrix"},
-    {"DataWriteOf8x3Fails", "studio", "PUT CorrelationMatrix/Data", kEight,
-     injected("Set color sensor correction matrix 8x3."), "!CSSG2H_SetXYZCorrectionMatrix8DXT"},
-    {"DataWriteOf8RowsWithout8x3Fails", "office", "PUT CorrelationMatrix/Data", kEight,
-     injected("Set color sensor correction matrix 3x3."), "!CSSG2H_SetXYZCorrectionMatrix"},
-    {"DataEightRowsAs8x3", "studio", "PUT CorrelationMatrix/Data", kEight, ok("null"),
-     "CSSG2H_SetXYZCorrectionMatrix8DXT "
-     "[1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19,20,21,22,23,24]"},
-    {"DataSevenRowsAs3x3", "studio", "PUT CorrelationMatrix/Data",
-     R"({"matrix":[[1,2,3,99],[4,5,6],[7,8,9],[0],[0],[0],[0]]})", ok("null"),
-     "CSSG2H_SetXYZCorrectionMatrix [1,2,3,4,5,6,7,8,9]"},
-    {"DataElementsConverted", "office", "PUT CorrelationMatrix/Data",
-     R"({"matrix":[[1,"0.5",true],[0,null],[2.5],"x"]})", ok("null"),
-     "CSSG2H_SetXYZCorrectionMatrix [1,0.5,1,0.0,0.0,0.0,2.5,0.0,0.0]"},
-    {"DataNonFiniteReachesTheLibrary", "office", "PUT CorrelationMatrix/Data",
-     R"({"matrix":[["nan",0,0],[0,1,0],[0,0,1]]})",
-     emError(0x8000001A, "Invalid data.", "Set color sensor correction matrix 3x3."),
-     "CSSG2H_SetXYZCorrectionMatrix"},
-    {"DataTwoRowsRefused", "studio", "PUT CorrelationMatrix/Data",
-     R"({"matrix":[[1,0,0],[0,1,0]]})", badRequest("matrix data size is invalid."), ""},
-    {"DataMatrixNotArray", "studio", "PUT CorrelationMatrix/Data", R"({"matrix":{"0":[1,0,0]}})",
-     kNotArray, ""},
-    {"DataBodyIsNotTheRows", "studio", "PUT CorrelationMatrix/Data", "[[1,0,0],[0,1,0],[0,0,1]]",
-     kNotArray, ""},
-};
-
-class CorrelationRequestTest : public CorrelationTest,
-                               public testing::WithParamInterface<Request> {};
-
-TEST_P(CorrelationRequestTest, AnswersAndReachesOnlyItsOperation) {
-  const Request& row = GetParam();
-  const std::string parameters = sensor(row.sensor);
-  const std::string request = row.request;
-  const std::size_t space = request.find(' ');
-  const std::size_t mark = std::min(request.find('?'), request.size());
-  const std::string word = request.substr(space + 1, mark - space - 1);
-  std::string entryPoint = "Sensor" + word;
-  std::erase(entryPoint, '/');
-  const bool fails = row.reached.starts_with('!');
-  const std::string reached = row.reached.substr(fails ? 1 : 0);
-  const std::string function = reached.substr(0, reached.find(' '));
-  clearJournal();
-  if (fails) QuilbySimFailNext(function.c_str(), 1, kInjected);
-  EXPECT_EQ(answer(entryPoint, request.substr(0, space), parameters,
-                 request.substr(std::min(mark + 1, request.size())), row.body),
-            row.answer);
-
-  std::vector<cairnjson::Value> operations;
-  const cairnjson::Value entries = journal();
-  for (const cairnjson::Value& entry : entries.elements()) {
-    if (isOperation(entry["function"].stringRef())) operations.push_back(entry);
-  }
-  ASSERT_EQ(operations.size(), isOperation(function) ? 1u : 0u) << compact(entries);
-  if (isOperation(function)) {
-    EXPECT_EQ(operations[0]["function"].stringRef(), function);
-  }
-  if (reached.find(' ') != std::string::npos) {
-    EXPECT_EQ(compact(operations[0]["arguments"][1ul]),
-              compact(parsed(reached.substr(reached.find(' ') + 1))));
-  }
-  // Only the user set is selected, inside the monitor's section.
-  for (const cairnjson::Value& selected : calls("CSSG2H_SetColorSensorDataIndex")) {
-    EXPECT_EQ(selected["arguments"][1ul].toLLong(-1), 3);
-  }
-  expectSectionsKept();
-  const auto lines = logLines();
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_NE(lines[0].second.find("/" + word + "\t"), std::string::npos) << lines[0].second;
-}
-
-INSTANTIATE_TEST_SUITE_P(Rows, CorrelationRequestTest, testing::ValuesIn(kRequests),
-                         [](const auto& info) { return std::string(info.param.name); });
-
 // ---- Corrections --------------------------------------------------------------------------------
 
 TEST_F(CorrelationTest, ListsTheCorrectionsOfTheSensorsMonitor) {
   EXPECT_EQ(answer("SensorCorrelation", "GET", sensor("studio"), R"({"available":false})"),
-            "200 " R"({"error":null,"value":[)"
+            "200 "
+            R"({"error":null,"value":[)"
             R"({"id":1,"monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
             R"("referenceSensor":{"deviceID":48,"serial":"QS20-240117"}},)"
             R"({"id":2,"monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
@@ -223,9 +25,10 @@ TEST_F(CorrelationTest, ListsTheCorrectionsOfTheSensorsMonitor) {
 }
 
 TEST_F(CorrelationTest, RecalcPassesTheTargetWhiteAsAZeroedColourRecord) {
-  ASSERT_EQ(answer("SensorCorrelation", "PUT", sensor("studio"), "",
-                 R"({"id":1,"type":"recalc","targetWhite":{"x":0.3127,"y":0.329,"Y":120,"X":5}})"),
-            ok("null"));
+  ASSERT_EQ(
+      answer("SensorCorrelation", "PUT", sensor("studio"), "",
+             R"({"id":1,"type":"recalc","targetWhite":{"x":0.3127,"y":0.329,"Y":120,"X":5}})"),
+      ok("null"));
   const auto applied = calls("MDApplyCorrelationCorrectionWithRecalcLuminanceLevelCorrection");
   ASSERT_EQ(applied.size(), 1u);
   // The journal leaves zero members out: only x, y and Y were set, X was not read.
@@ -275,13 +78,14 @@ class CorrelationDescriptionWriteTest : public CorrelationTest,
 
 TEST_P(CorrelationDescriptionWriteTest, StoresWhatGetReadsBack) {
   const std::string armSensor = sensor("studio");
-  ASSERT_EQ(answer("SensorCorrelationDescription", "PUT", armSensor, "", GetParam().body), ok("null"));
+  ASSERT_EQ(answer("SensorCorrelationDescription", "PUT", armSensor, "", GetParam().body),
+            ok("null"));
   ASSERT_EQ(calls("CSSG2H_SetCriterionSensorDescription").size(), 1u);
   expectSectionsKept();
   const cairnjson::Value read = call("SensorCorrelationDescription", "GET", armSensor).value;
-  EXPECT_EQ(read.isNull() ? "null"
-                          : read["date"]["dateString"].toString("") + " " +
-                                compact(read["referenceSensor"]),
+  EXPECT_EQ(read.isNull()
+                ? "null"
+                : read["date"]["dateString"].toString("") + " " + compact(read["referenceSensor"]),
             GetParam().read);
 }
 

@@ -2,9 +2,10 @@
 // Monitors, IndividualID POST) through the built plug-in and the simulated libraries.
 #include "support/registry_fixture.h"
 
-#include <algorithm>
+#include <gmock/gmock.h>
+
+#include <map>
 #include <regex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -17,11 +18,10 @@ class SensorsCollectionTest : public RegistryTest {};
 TEST_F(SensorsCollectionTest, ListsOpenedSensorsAndTheirNamesInIdentifierOrder) {
   EXPECT_EQ(answer("Sensors", "GET"), ok("[]"));
   EXPECT_EQ(answer("SensorsName", "GET"), ok("[]"));
-  std::vector<std::pair<std::string, std::string>> opened = {
+  const std::map<std::string, std::string> opened = {
       {openByDeviceID(kColorimeter), "QS-10 colorimeter"},
       {openMonitor(kOfficeSerial, kOfficeProduct), "QM panel sensor"},
       {openByDeviceID(kSpectrophotometer), "QS-20 spectrophotometer"}};
-  std::sort(opened.begin(), opened.end());
   std::vector<std::string> ids, names;
   for (const auto& [id, name] : opened) {
     ids.push_back(id);
@@ -32,7 +32,6 @@ TEST_F(SensorsCollectionTest, ListsOpenedSensorsAndTheirNamesInIdentifierOrder) 
     clearJournal();
     EXPECT_EQ(answer("Sensors", "GET", "", query), ok(jsonStrings(ids))) << query;
     EXPECT_TRUE(deviceCalls().empty()) << query;
-    EXPECT_EQ(loggedURI(), "/quilby/Sensors");
   }
   clearJournal();
   EXPECT_EQ(answer("SensorsName", "GET", "", R"({"connected":1})"), ok(jsonStrings(names)));
@@ -68,7 +67,6 @@ TEST_F(SensorsCollectionTest, PutSetsTheLibraryDirectoryBeforeTheSerialMappings)
   EXPECT_EQ(answer("Sensors", "PUT", "", "", R"({"libraryPath":")" + directory + "\"}"),
             ok("null"));
   EXPECT_EQ(handleArguments("MDInitDeviceLibrariesDirectoryPath"), std::vector{directory});
-  EXPECT_EQ(loggedURI(), "/quilby/Sensors");
   // Bodies without either key, or that are no object, change nothing.
   for (const char* body : {"", "{}", R"({"other":1})", "[1,2]", "libraryPath"}) {
     clearJournal();
@@ -97,8 +95,7 @@ TEST_F(SensorsCollectionTest, DeleteClosesEverySensorAndForgetsItsIdentifier) {
   // A failing close does not stop the others.
   QuilbySimFailNext("MDClose", 1, EMERR_FAILED);
   EXPECT_EQ(answer("Sensors", "DELETE"), ok("null"));
-  EXPECT_EQ(sorted(handleArguments("MDClose")), sorted(handles));
-  EXPECT_EQ(loggedURI(), "/quilby/Sensors");
+  EXPECT_THAT(handleArguments("MDClose"), testing::UnorderedElementsAreArray(handles));
   EXPECT_EQ(answer("Sensors", "GET"), ok("[]"));
   for (const std::string& id : ids) {
     EXPECT_EQ(functions.getHandleForID(id.c_str(), nullptr), 0);
@@ -107,10 +104,7 @@ TEST_F(SensorsCollectionTest, DeleteClosesEverySensorAndForgetsItsIdentifier) {
 }
 
 TEST_F(SensorsCollectionTest, NamesOfDeviceIDsComeInTheOrderGiven) {
-  struct Row {
-    const char *deviceIDs, *names;
-  };
-  const Row rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {R"("48,33")", R"(["QS-20 spectrophotometer","QS-10 colorimeter"])"},
       {R"(" 82, 4144x")", R"(["QS-30 reference","QM arm sensor"])"},
       // Empty pieces and pieces without a leading number ask for device 0, which has no name.
@@ -119,18 +113,15 @@ TEST_F(SensorsCollectionTest, NamesOfDeviceIDsComeInTheOrderGiven) {
       {"4145", R"(["QM panel sensor"])"},
   };
   openByDeviceID(kColorimeter);
-  for (const Row& row : rows) {
-    clearJournal();
-    const std::string query = std::string(R"({"deviceIDs":)") + row.deviceIDs + "}";
-    EXPECT_EQ(answer("SensorsName", "GET", "", query), ok(row.names));
-    EXPECT_EQ(loggedURI(), "/quilby/Sensors/Name");
+  for (const auto& [deviceIDs, names] : rows) {
+    EXPECT_EQ(answer("SensorsName", "GET", "", std::string(R"({"deviceIDs":)") + deviceIDs + "}"),
+              ok(names));
   }
 }
 
 TEST_F(SensorsCollectionTest, ControlPanelOpensOrReportsTheLibrarysFailure) {
   EXPECT_EQ(answer("XRiteControlPanel", "PUT", R"({"id":"x"})", R"({"q":1})", "{}"), ok("null"));
   EXPECT_EQ(deviceCalls(), std::vector<std::string>{"MDOpenXRiteControlPanel"});
-  EXPECT_EQ(loggedURI(), "/quilby/XRite/ControlPanel");
   QuilbySimFailNext("MDOpenXRiteControlPanel", 1, EMERR_FAILED);
   EXPECT_EQ(answer("XRiteControlPanel", "PUT"),
             emError(0x80000000, "Failed.", "Open XRite Control Panel."));
@@ -185,8 +176,8 @@ TEST_F(SensorOpeningTest, FailedOpeningAnswersTheErrorAndRegistersNothing) {
       {"DeviceID", R"({"deviceID":[33]})", "Sensors/", kInvalidURI},
       {"IndividualID", R"({"id":"1"})", "Sensors/Individual/", kInvalidURI},
       {"Monitors", R"({"serial":"QM7A0451"})", "Monitors/QM7A0451//Sensor", kInvalidURI},
-      {"Monitors", R"({"serial":"","product":"QM-27-Studio-Lab"})", "Monitors//QM-27-Studio-Lab/Sensor",
-       kInvalidURI},
+      {"Monitors", R"({"serial":"","product":"QM-27-Studio-Lab"})",
+       "Monitors//QM-27-Studio-Lab/Sensor", kInvalidURI},
       // The next open fails with "Timed out." (injected below).
       {"DeviceID", R"({"deviceID":"33"})", "Sensors/33",
        emError(0x80000013, "Timed out.", "Open sensor.")},

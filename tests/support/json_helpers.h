@@ -10,12 +10,20 @@
 #include <initializer_list>
 #include <locale.h>
 #include <string>
+#include <vector>
 
 namespace quilby_test {
 
 // Compact JSON text of `value`, as the bridge writes it.
 inline std::string compact(const cairnjson::Value& value) {
   return cairnjson::Serializer::compact(value);
+}
+
+// The JSON array of `texts`.
+inline std::string jsonStrings(const std::vector<std::string>& texts) {
+  cairnjson::Value list(cairnjson::Type::Array);
+  for (const std::string& text : texts) list.push_back(cairnjson::Value::makeString(text));
+  return compact(list);
 }
 
 // Parses `text` into a fresh value; the test fails on a parse error.

@@ -5,19 +5,11 @@
 #define QUILBY_TESTS_SUPPORT_REGISTRY_FIXTURE_H
 
 #include "quilby/plugin.h"
-#include "quilby_sim/control.h"
 #include "support/plugin_fixture.h"
-#include "support/world.h"
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <cstdint>
-#include <filesystem>
 #include <map>
 #include <string>
-#include <type_traits>
-#include <utility>
 #include <vector>
 
 namespace quilby_test {
@@ -86,18 +78,6 @@ inline HandleAudit auditHandles(const cairnjson::Value& entries, HandleAudit aud
     }
   }
   return audit;
-}
-
-inline std::vector<std::string> sorted(std::vector<std::string> texts) {
-  std::sort(texts.begin(), texts.end());
-  return texts;
-}
-
-// The JSON array of `texts`.
-inline std::string jsonStrings(const std::vector<std::string>& texts) {
-  cairnjson::Value list(cairnjson::Type::Array);
-  for (const std::string& text : texts) list.push_back(cairnjson::Value::makeString(text));
-  return compact(list);
 }
 
 // The parameters naming the sensor `id`.
