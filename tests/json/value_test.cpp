@@ -15,23 +15,10 @@ using cairnjson::Value;
 using quilby_test::compact;
 using quilby_test::parsed;
 
-Value integer(long long number) {
-  Value value;
-  value.setInteger(number);
-  return value;
-}
-
-Value real(double number) {
-  Value value;
-  value.setDouble(number);
-  return value;
-}
-
-Value text(const std::string& string) {
-  Value value;
-  value.setString(string);
-  return value;
-}
+constexpr auto boolean = Value::makeBool;
+constexpr auto integer = Value::makeInteger;
+constexpr auto real = Value::makeDouble;
+constexpr auto text = Value::makeString;
 
 TEST(ValueTest, KindConstructorGivesEmptyContent) {
   EXPECT_EQ(compact(Value(Type::Null)), "null");
@@ -153,12 +140,6 @@ TEST_P(ValueConversionTest, FollowsTheRangeAndWholeTextRules) {
   } else {
     EXPECT_EQ(row.value.toDouble(kDoubleDef), row.toDouble);
   }
-}
-
-Value boolean(bool flag) {
-  Value value;
-  value.setBool(flag);
-  return value;
 }
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
