@@ -1,6 +1,7 @@
 #include "json/parser.h"
 
 #include "support/json_helpers.h"
+#include "support/small_stack.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +18,7 @@ using cairnjson::Parser;
 using cairnjson::Type;
 using cairnjson::Value;
 using quilby_test::compact;
+using quilby_test::runOnSmallStack;
 
 // One whole-text parse: whether it succeeds, the error text, and the value read (also on failure).
 struct ParseCase {
@@ -294,6 +296,74 @@ TEST(ParserTest, ParseInsideAHandlerUsesItsOwnStacks) {
   ASSERT_TRUE(parser.parse(R"([["[1,[2]]", {"k":"{\"a\":[3]}"}], 4])", handler)) << parser.error();
   EXPECT_EQ(handler.events, "[ [ s:[1,[2]] { k:k s:{\"a\":[3]} } ] i4 ] ");
   EXPECT_EQ(handler.inner, (std::vector<std::string>{"[1,[2]]", "{\"a\":[3]}"}));
+}
+
+// Documents nested far deeper than any thread stack could recurse through are parsed, copied,
+// compared, serialized and destroyed on a thread with a 256 KiB stack.
+constexpr std::size_t kDepth = 1000000;
+
+// Arrays and objects alternate, so that both kinds are a million levels deep together. The
+// document is parsed, copied, compared, serialized and destroyed, and must round-trip unchanged.
+TEST(DeepNestingTest, MixedContainersAMillionLevelsDeep) {
+  std::string text;
+  std::string close;
+  for (std::size_t i = 0; i < kDepth; ++i) {
+    text += i % 2 ? "{\"k\":" : "[0,";
+    close += i % 2 ? '}' : ']';
+  }
+  text += "null" + std::string(close.rbegin(), close.rend());
+  bool roundTripped = false;
+  bool comparedEqual = false;
+  bool copyDetached = false;
+  runOnSmallStack([&] {
+    Parser parser;
+    Value value;
+    if (!parser.parse(text, value)) return;
+    Value copy = value;
+    comparedEqual = copy == value;
+    // Writing through the copy's outermost level detaches just that level.
+    copy.push_back(Value());
+    copyDetached = !(copy == value);
+    std::string written;
+    auto out = std::back_inserter(written);
+    roundTripped = cairnjson::Serializer::serialize(out, value, {}, -1, nullptr) && written == text;
+  });
+  EXPECT_TRUE(comparedEqual);
+  EXPECT_TRUE(copyDetached);
+  EXPECT_TRUE(roundTripped);
+}
+
+TEST(DeepNestingTest, UnterminatedAndFailingDocumentsKeepWhatWasRead) {
+  bool unterminatedAccepted = false;
+  bool failureReported = false;
+  std::size_t partialSize = 0;
+  runOnSmallStack([&] {
+    Parser parser;
+    Value unterminated;
+    unterminatedAccepted = parser.parse(std::string(kDepth, '['), unterminated);
+    Value failing;
+    failureReported = !parser.parse(std::string(kDepth, '[') + "x", failing) &&
+                      parser.error() == "Unexpected character exists while parsing.";
+    partialSize = failing.size();
+  });
+  EXPECT_TRUE(unterminatedAccepted);
+  EXPECT_TRUE(failureReported);
+  EXPECT_EQ(partialSize, 1u);
+}
+
+TEST(DeepNestingTest, EventsForADeepDocumentNeedNoStack) {
+  RecordingHandler handler;
+  bool parsedAll = false;
+  const std::string text = std::string(kDepth, '[') + "1" + std::string(kDepth, ']');
+  runOnSmallStack([&] { parsedAll = Parser().parse(text, handler); });
+  EXPECT_TRUE(parsedAll);
+  std::string opened;
+  std::string closed;
+  for (std::size_t i = 0; i < kDepth; ++i) {
+    opened += "[ ";
+    closed += "] ";
+  }
+  EXPECT_TRUE(handler.events == opened + "i1 " + closed);  // too long to print
 }
 
 }  // namespace
