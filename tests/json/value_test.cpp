@@ -21,13 +21,10 @@ constexpr auto real = Value::makeDouble;
 constexpr auto text = Value::makeString;
 
 TEST(ValueTest, KindConstructorGivesEmptyContent) {
-  EXPECT_EQ(compact(Value(Type::Null)), "null");
-  EXPECT_EQ(compact(Value(Type::Bool)), "false");
-  EXPECT_EQ(compact(Value(Type::Integer)), "0");
-  EXPECT_EQ(compact(Value(Type::Double)), "0.0");
-  EXPECT_EQ(compact(Value(Type::String)), "\"\"");
-  EXPECT_EQ(compact(Value(Type::Object)), "{}");
-  EXPECT_EQ(compact(Value(Type::Array)), "[]");
+  const std::pair<Type, const char*> rows[] = {
+      {Type::Null, "null"},   {Type::Bool, "false"}, {Type::Integer, "0"}, {Type::Double, "0.0"},
+      {Type::String, "\"\""}, {Type::Object, "{}"},  {Type::Array, "[]"}};
+  for (const auto& [type, written] : rows) EXPECT_EQ(compact(Value(type)), written);
   EXPECT_EQ(Value(Type::Integer), integer(0));
 }
 
