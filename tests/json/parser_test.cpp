@@ -48,6 +48,10 @@ const char* const kObjectString = "Unexpected string exists while parsing object
 const char* const kArrayString = "Unexpected string exists while parsing array.";
 const char* const kSurrogate = "Invalid unicode surrogate pair is found while parsing string.";
 const char* const kGarbage = "Gabage string exists after json string.";
+const char* const kBadEscape = "Unexpected escape character is found while parsing string.";
+const char* const kBadHex = "Invalid unicode hex string is found while parsing string.";
+const char* const kNoFraction = "Digit is not found after the decimal point while parsing number.";
+const char* const kNoExponent = "Digit is not found after exponent keyword while parsing number.";
 
 INSTANTIATE_TEST_SUITE_P(
     Errors, ParserTableTest,
@@ -61,14 +65,10 @@ INSTANTIATE_TEST_SUITE_P(
         ParseCase{"LiteralFollowedByLetters", "truex", false, kGarbage, "true"},
         ParseCase{"UnterminatedString", "\"abc", false,
                   "Expected string ending character '\"' is not found.", "null"},
-        ParseCase{"BadEscape", "\"\\x\"", false,
-                  "Unexpected escape character is found while parsing string.", "null"},
-        ParseCase{"EscapeAtEnd", "\"\\", false,
-                  "Unexpected escape character is found while parsing string.", "null"},
-        ParseCase{"BadHex", "\"\\u12G4\"", false,
-                  "Invalid unicode hex string is found while parsing string.", "null"},
-        ParseCase{"HexCutShort", "\"\\u12", false,
-                  "Invalid unicode hex string is found while parsing string.", "null"},
+        ParseCase{"BadEscape", "\"\\x\"", false, kBadEscape, "null"},
+        ParseCase{"EscapeAtEnd", "\"\\", false, kBadEscape, "null"},
+        ParseCase{"BadHex", "\"\\u12G4\"", false, kBadHex, "null"},
+        ParseCase{"HexCutShort", "\"\\u12", false, kBadHex, "null"},
         ParseCase{"LoneHighSurrogate", "\"\\ud83d\"", false, kSurrogate, "null"},
         ParseCase{"HighSurrogateThenBmp", "\"\\ud83d\\u0041\"", false, kSurrogate, "null"},
         ParseCase{"HighSurrogateThenBadHex", "\"\\ud83d\\uzzzz\"", false, kSurrogate, "null"},
@@ -77,14 +77,10 @@ INSTANTIATE_TEST_SUITE_P(
                   "Unexpected '0' character is found while parsing number.", "null"},
         ParseCase{"LoneMinus", "-", false, "Digit is not found while parsing number.", "null"},
         ParseCase{"MinusLetter", "-a", false, "Digit is not found while parsing number.", "null"},
-        ParseCase{"PointWithoutDigit", "1.", false,
-                  "Digit is not found after the decimal point while parsing number.", "null"},
-        ParseCase{"PointThenExponent", "1.e5", false,
-                  "Digit is not found after the decimal point while parsing number.", "null"},
-        ParseCase{"ExponentWithoutDigit", "1e", false,
-                  "Digit is not found after exponent keyword while parsing number.", "null"},
-        ParseCase{"ExponentSignWithoutDigit", "1e+", false,
-                  "Digit is not found after exponent keyword while parsing number.", "null"},
+        ParseCase{"PointWithoutDigit", "1.", false, kNoFraction, "null"},
+        ParseCase{"PointThenExponent", "1.e5", false, kNoFraction, "null"},
+        ParseCase{"ExponentWithoutDigit", "1e", false, kNoExponent, "null"},
+        ParseCase{"ExponentSignWithoutDigit", "1e+", false, kNoExponent, "null"},
         ParseCase{"ObjectTrailingComma", "{\"a\":1,}", false,
                   "Unexpected comma exists while parsing object.", "{\"a\":1}"},
         ParseCase{"ArrayTrailingComma", "[1,]", false,
