@@ -93,8 +93,6 @@ INSTANTIATE_TEST_SUITE_P(
                     MethodCase{R"({"method":null})", "GET"}, MethodCase{R"({})", "GET"},
                     MethodCase{R"(["PUT"])", "GET"}, MethodCase{"not json", "GET"},
                     MethodCase{"", "GET"}, MethodCase{"\xEF\xBB\xBF{\"method\":\"put\"}", "PUT"},
-                    MethodCase{"\xEF\xBB{\"method\":\"put\"}", "PUT"},
-                    MethodCase{"\xEF{\"method\":\"put\"}", "PUT"},
                     MethodCase{R"({"method":"put"} trailing)", "PUT"}));
 
 TEST(DispatchTest, RefusesMethodsAResourceDoesNotImplement) {
@@ -121,7 +119,6 @@ TEST(DispatchTest, BodiesThatAreNotJsonArriveAsText) {
   EXPECT_EQ(quilby_test::compact(echoed("", "\xEF\xBB\xBF[true]")["data"]), "[true]");
   // A body that parses to null is not told apart from one that does not parse.
   EXPECT_EQ(quilby_test::compact(echoed("", "null")["data"]), R"("null")");
-  EXPECT_EQ(quilby_test::compact(echoed("", "[1,")["data"]), "[1]");
   EXPECT_EQ(quilby_test::compact(echoed("", "{\"a\":1,}")["data"]), R"("{\"a\":1,}")");
   // Other arguments that do not parse are null.
   EXPECT_TRUE(echoed("", "", "oops", "x")["parameters"].isNull());
@@ -168,13 +165,17 @@ TEST(DispatchTest, SuccessAndLetThroughCodesPass) {
   }
 }
 
-TEST(DispatchTest, AnyOtherExceptionIsUnknownError) {
+TEST(DispatchTest, AnyOtherExceptionOrANonFiniteAnswerIsUnknownError) {
   const std::string unknown =
       R"({"error":{"message":"Unknown error occurred.","name":"UnknownError"},"value":null})";
   const Answer standard = fail([] { throw std::runtime_error("boom"); });
   EXPECT_EQ(standard.status, 500);
   EXPECT_EQ(standard.envelope, unknown);
   EXPECT_EQ(fail([] { throw 42; }).envelope, unknown);
+  // The body 1e400 reads as an infinity, which the echoed answer cannot be written with.
+  const Answer infinite = run(EchoResource(), "", "1e400");
+  EXPECT_EQ(infinite.status, 500);
+  EXPECT_EQ(infinite.envelope, unknown);
 }
 
 TEST(DispatchTest, ErrorMembersAndKindsBuildTheErrorObject) {
@@ -196,14 +197,6 @@ TEST(DispatchTest, ErrorMembersAndKindsBuildTheErrorObject) {
   });
   EXPECT_EQ(clash.envelope,
             R"({"error":{"extra":true,"message":"Failed.","name":"EmError"},"value":null})");
-}
-
-TEST(DispatchTest, NonFiniteNumberInTheAnswerIsUnknownError) {
-  // The body 1e400 reads as an infinity, which the echoed answer cannot be written with.
-  const Answer answer = run(EchoResource(), "", "1e400");
-  EXPECT_EQ(answer.status, 500);
-  EXPECT_EQ(answer.envelope,
-            R"({"error":{"message":"Unknown error occurred.","name":"UnknownError"},"value":null})");
 }
 
 TEST(EmErrorTest, EveryCodeHasItsText) {
