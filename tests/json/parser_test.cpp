@@ -294,12 +294,12 @@ TEST(ParserTest, ParseInsideAHandlerUsesItsOwnStacks) {
   EXPECT_EQ(handler.inner, (std::vector<std::string>{"[1,[2]]", "{\"a\":[3]}"}));
 }
 
-// Documents nested far deeper than any thread stack could recurse through are parsed, copied,
-// compared, serialized and destroyed on a thread with a 256 KiB stack.
+// Documents nested far deeper than any thread stack could recurse through, on a thread with a
+// 256 KiB stack.
 constexpr std::size_t kDepth = 1000000;
 
-// Arrays and objects alternate, so that both kinds are a million levels deep together. The
-// document is parsed, copied, compared, serialized and destroyed, and must round-trip unchanged.
+// Arrays and objects alternate, so that both kinds are a million levels deep together. Parsed,
+// copied, compared, serialized and destroyed, the document must round-trip unchanged.
 TEST(DeepNestingTest, MixedContainersAMillionLevelsDeep) {
   std::string text;
   std::string close;
