@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <stdexcept>
 #include <string>
 
@@ -94,8 +93,6 @@ INSTANTIATE_TEST_SUITE_P(
                     MethodCase{R"({"method":null})", "GET"}, MethodCase{R"({})", "GET"},
                     MethodCase{R"(["PUT"])", "GET"}, MethodCase{"not json", "GET"},
                     MethodCase{"", "GET"}, MethodCase{"\xEF\xBB\xBF{\"method\":\"put\"}", "PUT"},
-                    MethodCase{"\xEF\xBB{\"method\":\"put\"}", "PUT"},
-                    MethodCase{"\xEF{\"method\":\"put\"}", "PUT"},
                     MethodCase{R"({"method":"put"} trailing)", "PUT"}));
 
 TEST(DispatchTest, RefusesMethodsAResourceDoesNotImplement) {
@@ -122,7 +119,6 @@ TEST(DispatchTest, BodiesThatAreNotJsonArriveAsText) {
   EXPECT_EQ(quilby_test::compact(echoed("", "\xEF\xBB\xBF[true]")["data"]), "[true]");
   // A body that parses to null is not told apart from one that does not parse.
   EXPECT_EQ(quilby_test::compact(echoed("", "null")["data"]), R"("null")");
-  EXPECT_EQ(quilby_test::compact(echoed("", "[1,")["data"]), "[1]");
   EXPECT_EQ(quilby_test::compact(echoed("", "{\"a\":1,}")["data"]), R"("{\"a\":1,}")");
   // Other arguments that do not parse are null.
   EXPECT_TRUE(echoed("", "", "oops", "x")["parameters"].isNull());
@@ -151,11 +147,11 @@ TEST(DispatchTest, RequestConditionFailureIs400) {
 }
 
 TEST(DispatchTest, LibraryFailureIs500WithUnsignedCodeAndReason) {
-  const Answer answer = fail([] { vesk::BridgeCheckEmError(0x80000001u, "Open XRite Control Panel."); });
+  const Answer answer = fail([] { vesk::BridgeCheckEmError(0x80000001u, "Open the control panel."); });
   EXPECT_EQ(answer.status, 500);
   EXPECT_EQ(answer.envelope,
             R"({"error":{"code":2147483649,"message":"Invalid argument.","name":"EmError",)"
-            R"("reason":"Open XRite Control Panel."},"value":null})");
+            R"("reason":"Open the control panel."},"value":null})");
   const Answer withoutReason = fail([] { vesk::BridgeCheckEmError(0x8001000Bu, ""); });
   EXPECT_EQ(withoutReason.envelope,
             R"({"error":{"code":2147549195,"message":"Undefined error.","name":"EmError"},"value":null})");
@@ -169,13 +165,17 @@ TEST(DispatchTest, SuccessAndLetThroughCodesPass) {
   }
 }
 
-TEST(DispatchTest, AnyOtherExceptionIsUnknownError) {
+TEST(DispatchTest, AnyOtherExceptionOrANonFiniteAnswerIsUnknownError) {
   const std::string unknown =
       R"({"error":{"message":"Unknown error occurred.","name":"UnknownError"},"value":null})";
   const Answer standard = fail([] { throw std::runtime_error("boom"); });
   EXPECT_EQ(standard.status, 500);
   EXPECT_EQ(standard.envelope, unknown);
   EXPECT_EQ(fail([] { throw 42; }).envelope, unknown);
+  // The body 1e400 reads as an infinity, which the echoed answer cannot be written with.
+  const Answer infinite = run(EchoResource(), "", "1e400");
+  EXPECT_EQ(infinite.status, 500);
+  EXPECT_EQ(infinite.envelope, unknown);
 }
 
 TEST(DispatchTest, ErrorMembersAndKindsBuildTheErrorObject) {
@@ -197,20 +197,6 @@ TEST(DispatchTest, ErrorMembersAndKindsBuildTheErrorObject) {
   });
   EXPECT_EQ(clash.envelope,
             R"({"error":{"extra":true,"message":"Failed.","name":"EmError"},"value":null})");
-}
-
-TEST(DispatchTest, NonFiniteNumberInTheAnswerIsUnknownError) {
-  class NaNResource : public vesk::Bridge {
-    BridgeResult Get(const BridgeData&) override {
-      Value value;
-      value["x"].setDouble(std::nan(""));
-      return BridgeResultOK(value);
-    }
-  };
-  const Answer answer = run(NaNResource(), "");
-  EXPECT_EQ(answer.status, 500);
-  EXPECT_EQ(answer.envelope,
-            R"({"error":{"message":"Unknown error occurred.","name":"UnknownError"},"value":null})");
 }
 
 TEST(EmErrorTest, EveryCodeHasItsText) {

@@ -15,10 +15,13 @@
 
 namespace {
 
-// The lines sent to mirelto_log since the journal was last emptied: logger name, level, text.
-std::vector<std::tuple<std::string, int, std::string>> loggedLines() {
+// A line sent to mirelto_log: logger name, level, text.
+using Line = std::tuple<std::string, int, std::string>;
+
+// The lines sent since the journal was last emptied.
+std::vector<Line> loggedLines() {
   const cairnjson::Value journal = quilby_test::parsed(quilby_test::controlText(QuilbySimJournal));
-  std::vector<std::tuple<std::string, int, std::string>> lines;
+  std::vector<Line> lines;
   for (const cairnjson::Value& entry : journal.elements()) {
     if (entry["function"].stringRef() != "mirelto_log") continue;
     const cairnjson::Value& arguments = entry["arguments"];
@@ -37,7 +40,7 @@ class LoggerTest : public testing::Test {
   }
 };
 
-TEST_F(LoggerTest, SuccessAndFailureLinesCarryStatusMethodUriAndOutcome) {
+TEST_F(LoggerTest, ResultLinesCarryStatusMethodUriAndOutcomePlainLinesTheirLevel) {
   vesk::LoggerBase logger("Quilby");
   BridgeResult success = BridgeResultOK(cairnjson::Value());
   logger.logResult("GET", "/quilby/Sensors/Name", success);
@@ -51,8 +54,8 @@ TEST_F(LoggerTest, SuccessAndFailureLinesCarryStatusMethodUriAndOutcome) {
   BridgeResultError oddCode(BridgeStatusCode::InternalServerError, "EmError", "Failed.");
   oddCode.error.value["code"].setInteger(-1);  // outside the unsigned range: written as 0
   logger.logResult("GET", "/quilby/", oddCode);
+  logger.log(vesk::kLogInformation, "Launch mdsubprocess.");
 
-  using Line = std::tuple<std::string, int, std::string>;
   EXPECT_EQ(loggedLines(),
             (std::vector<Line>{
                 {"Quilby", 2, "statusCode:200\tmethod:GET\turi:/quilby/Sensors/Name\tmsg:Success"},
@@ -63,14 +66,8 @@ TEST_F(LoggerTest, SuccessAndFailureLinesCarryStatusMethodUriAndOutcome) {
                  "statusCode:400\tmethod:POST\turi:/quilby/\terr:BadRequestError\tmsg:URI is "
                  "invalid."},
                 {"Quilby", 5,
-                 "statusCode:500\tmethod:GET\turi:/quilby/\terr:EmError\tmsg:Failed.\tcode:0x00000000"}}));
-}
-
-TEST_F(LoggerTest, PlainLinesGoOutAtTheirLevel) {
-  vesk::LoggerBase logger("Quilby");
-  logger.log(vesk::kLogInformation, "Launch mdsubprocess.");
-  EXPECT_EQ(loggedLines(), (std::vector<std::tuple<std::string, int, std::string>>{
-                               {"Quilby", 3, "Launch mdsubprocess."}}));
+                 "statusCode:500\tmethod:GET\turi:/quilby/\terr:EmError\tmsg:Failed.\tcode:0x00000000"},
+                {"Quilby", 3, "Launch mdsubprocess."}}));
 }
 
 TEST_F(LoggerTest, WithoutTheLibraryNothingIsSent) {

@@ -1,6 +1,7 @@
 #include "json/parser.h"
 
 #include "support/json_helpers.h"
+#include "support/small_stack.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +18,7 @@ using cairnjson::Parser;
 using cairnjson::Type;
 using cairnjson::Value;
 using quilby_test::compact;
+using quilby_test::runOnSmallStack;
 
 // One whole-text parse: whether it succeeds, the error text, and the value read (also on failure).
 struct ParseCase {
@@ -46,6 +48,10 @@ const char* const kObjectString = "Unexpected string exists while parsing object
 const char* const kArrayString = "Unexpected string exists while parsing array.";
 const char* const kSurrogate = "Invalid unicode surrogate pair is found while parsing string.";
 const char* const kGarbage = "Gabage string exists after json string.";
+const char* const kBadEscape = "Unexpected escape character is found while parsing string.";
+const char* const kBadHex = "Invalid unicode hex string is found while parsing string.";
+const char* const kNoFraction = "Digit is not found after the decimal point while parsing number.";
+const char* const kNoExponent = "Digit is not found after exponent keyword while parsing number.";
 
 INSTANTIATE_TEST_SUITE_P(
     Errors, ParserTableTest,
@@ -59,14 +65,10 @@ INSTANTIATE_TEST_SUITE_P(
         ParseCase{"LiteralFollowedByLetters", "truex", false, kGarbage, "true"},
         ParseCase{"UnterminatedString", "\"abc", false,
                   "Expected string ending character '\"' is not found.", "null"},
-        ParseCase{"BadEscape", "\"\\x\"", false,
-                  "Unexpected escape character is found while parsing string.", "null"},
-        ParseCase{"EscapeAtEnd", "\"\\", false,
-                  "Unexpected escape character is found while parsing string.", "null"},
-        ParseCase{"BadHex", "\"\\u12G4\"", false,
-                  "Invalid unicode hex string is found while parsing string.", "null"},
-        ParseCase{"HexCutShort", "\"\\u12", false,
-                  "Invalid unicode hex string is found while parsing string.", "null"},
+        ParseCase{"BadEscape", "\"\\x\"", false, kBadEscape, "null"},
+        ParseCase{"EscapeAtEnd", "\"\\", false, kBadEscape, "null"},
+        ParseCase{"BadHex", "\"\\u12G4\"", false, kBadHex, "null"},
+        ParseCase{"HexCutShort", "\"\\u12", false, kBadHex, "null"},
         ParseCase{"LoneHighSurrogate", "\"\\ud83d\"", false, kSurrogate, "null"},
         ParseCase{"HighSurrogateThenBmp", "\"\\ud83d\\u0041\"", false, kSurrogate, "null"},
         ParseCase{"HighSurrogateThenBadHex", "\"\\ud83d\\uzzzz\"", false, kSurrogate, "null"},
@@ -75,14 +77,10 @@ INSTANTIATE_TEST_SUITE_P(
                   "Unexpected '0' character is found while parsing number.", "null"},
         ParseCase{"LoneMinus", "-", false, "Digit is not found while parsing number.", "null"},
         ParseCase{"MinusLetter", "-a", false, "Digit is not found while parsing number.", "null"},
-        ParseCase{"PointWithoutDigit", "1.", false,
-                  "Digit is not found after the decimal point while parsing number.", "null"},
-        ParseCase{"PointThenExponent", "1.e5", false,
-                  "Digit is not found after the decimal point while parsing number.", "null"},
-        ParseCase{"ExponentWithoutDigit", "1e", false,
-                  "Digit is not found after exponent keyword while parsing number.", "null"},
-        ParseCase{"ExponentSignWithoutDigit", "1e+", false,
-                  "Digit is not found after exponent keyword while parsing number.", "null"},
+        ParseCase{"PointWithoutDigit", "1.", false, kNoFraction, "null"},
+        ParseCase{"PointThenExponent", "1.e5", false, kNoFraction, "null"},
+        ParseCase{"ExponentWithoutDigit", "1e", false, kNoExponent, "null"},
+        ParseCase{"ExponentSignWithoutDigit", "1e+", false, kNoExponent, "null"},
         ParseCase{"ObjectTrailingComma", "{\"a\":1,}", false,
                   "Unexpected comma exists while parsing object.", "{\"a\":1}"},
         ParseCase{"ArrayTrailingComma", "[1,]", false,
@@ -196,16 +194,6 @@ TEST(ParserTest, DoublesAreCorrectlyRoundedLikeStrtod) {
   }
 }
 
-TEST(ParserTest, ErrorIsClearedByTheNextParse) {
-  Parser parser;
-  Value value;
-  EXPECT_FALSE(parser.parse("[1,]", value));
-  EXPECT_FALSE(parser.error().empty());
-  Value next;
-  EXPECT_TRUE(parser.parse("1", next));
-  EXPECT_EQ(parser.error(), "");
-}
-
 TEST(ParserTest, ReadingIntoAHeldContainerJoinsIt) {
   Parser parser;
   Value object = quilby_test::parsed("{\"a\":1}");
@@ -282,6 +270,10 @@ TEST(ParserTest, HandlerCanCancel) {
   EXPECT_FALSE(parser.parse("[[1,2]]", handler));
   EXPECT_EQ(parser.error(), "SAX handler cancels parsing.");
   EXPECT_EQ(handler.events, "[ [ i1 ");
+  // The next parse clears the error.
+  Value value;
+  EXPECT_TRUE(parser.parse("1", value));
+  EXPECT_EQ(parser.error(), "");
 }
 
 TEST(ParserTest, ParseInsideAHandlerUsesItsOwnStacks) {
@@ -300,6 +292,74 @@ TEST(ParserTest, ParseInsideAHandlerUsesItsOwnStacks) {
   ASSERT_TRUE(parser.parse(R"([["[1,[2]]", {"k":"{\"a\":[3]}"}], 4])", handler)) << parser.error();
   EXPECT_EQ(handler.events, "[ [ s:[1,[2]] { k:k s:{\"a\":[3]} } ] i4 ] ");
   EXPECT_EQ(handler.inner, (std::vector<std::string>{"[1,[2]]", "{\"a\":[3]}"}));
+}
+
+// Documents nested far deeper than any thread stack could recurse through, on a thread with a
+// 256 KiB stack.
+constexpr std::size_t kDepth = 1000000;
+
+// Arrays and objects alternate, so that both kinds are a million levels deep together. Parsed,
+// copied, compared, serialized and destroyed, the document must round-trip unchanged.
+TEST(DeepNestingTest, MixedContainersAMillionLevelsDeep) {
+  std::string text;
+  std::string close;
+  for (std::size_t i = 0; i < kDepth; ++i) {
+    text += i % 2 ? "{\"k\":" : "[0,";
+    close += i % 2 ? '}' : ']';
+  }
+  text += "null" + std::string(close.rbegin(), close.rend());
+  bool roundTripped = false;
+  bool comparedEqual = false;
+  bool copyDetached = false;
+  runOnSmallStack([&] {
+    Parser parser;
+    Value value;
+    if (!parser.parse(text, value)) return;
+    Value copy = value;
+    comparedEqual = copy == value;
+    // Writing through the copy's outermost level detaches just that level.
+    copy.push_back(Value());
+    copyDetached = !(copy == value);
+    std::string written;
+    auto out = std::back_inserter(written);
+    roundTripped = cairnjson::Serializer::serialize(out, value, {}, -1, nullptr) && written == text;
+  });
+  EXPECT_TRUE(comparedEqual);
+  EXPECT_TRUE(copyDetached);
+  EXPECT_TRUE(roundTripped);
+}
+
+TEST(DeepNestingTest, UnterminatedAndFailingDocumentsKeepWhatWasRead) {
+  bool unterminatedAccepted = false;
+  bool failureReported = false;
+  std::size_t partialSize = 0;
+  runOnSmallStack([&] {
+    Parser parser;
+    Value unterminated;
+    unterminatedAccepted = parser.parse(std::string(kDepth, '['), unterminated);
+    Value failing;
+    failureReported = !parser.parse(std::string(kDepth, '[') + "x", failing) &&
+                      parser.error() == "Unexpected character exists while parsing.";
+    partialSize = failing.size();
+  });
+  EXPECT_TRUE(unterminatedAccepted);
+  EXPECT_TRUE(failureReported);
+  EXPECT_EQ(partialSize, 1u);
+}
+
+TEST(DeepNestingTest, EventsForADeepDocumentNeedNoStack) {
+  RecordingHandler handler;
+  bool parsedAll = false;
+  const std::string text = std::string(kDepth, '[') + "1" + std::string(kDepth, ']');
+  runOnSmallStack([&] { parsedAll = Parser().parse(text, handler); });
+  EXPECT_TRUE(parsedAll);
+  std::string opened;
+  std::string closed;
+  for (std::size_t i = 0; i < kDepth; ++i) {
+    opened += "[ ";
+    closed += "] ";
+  }
+  EXPECT_TRUE(handler.events == opened + "i1 " + closed);  // too long to print
 }
 
 }  // namespace

@@ -30,59 +30,50 @@ std::string pretty(const Value& value, int level) {
   return text;
 }
 
+// How a byte of a string is written: the short escapes, "\u00xx" for the other control bytes and
+// DEL, and every other byte as it is.
+std::string written(int byte) {
+  switch (byte) {
+    case '\b': return "\\b";
+    case '\t': return "\\t";
+    case '\n': return "\\n";
+    case '\f': return "\\f";
+    case '\r': return "\\r";
+    case '"': return "\\\"";
+    case '\\': return "\\\\";
+  }
+  if (byte >= 0x20 && byte != 0x7F) return std::string(1, static_cast<char>(byte));
+  char escape[8];
+  std::snprintf(escape, sizeof escape, "\\u%04x", byte);
+  return escape;
+}
+
 TEST(SerializerTest, EscapesExactlyTheTableBytes) {
   std::string all;
-  for (int byte = 0; byte < 256; ++byte) all.push_back(static_cast<char>(byte));
-  Value value;
-  value.setString(all);
   std::string expected = "\"";
   for (int byte = 0; byte < 256; ++byte) {
-    switch (byte) {
-      case 0x08: expected += "\\b"; break;
-      case 0x09: expected += "\\t"; break;
-      case 0x0A: expected += "\\n"; break;
-      case 0x0C: expected += "\\f"; break;
-      case 0x0D: expected += "\\r"; break;
-      case 0x22: expected += "\\\""; break;
-      case 0x5C: expected += "\\\\"; break;
-      default:
-        if (byte < 0x20 || byte == 0x7F) {
-          char escape[8];
-          std::snprintf(escape, sizeof escape, "\\u%04x", byte);
-          expected += escape;
-        } else {
-          expected.push_back(static_cast<char>(byte));
-        }
-    }
+    all.push_back(static_cast<char>(byte));
+    expected += written(byte);
   }
-  expected += "\"";
-  EXPECT_EQ(compact(value), expected);
-
-  Value mixed;
-  mixed.setString("A\x01\"\\/\x7f");
-  EXPECT_EQ(compact(mixed), "\"A\\u0001\\\"\\\\/\\u007f\"");
+  EXPECT_EQ(compact(Value::makeString(all)), expected + "\"");
+  EXPECT_EQ(compact(Value::makeString("A\x01\"\\/\x7f")), "\"A\\u0001\\\"\\\\/\\u007f\"");
   Value keyed;
   keyed["\n"].setInteger(1);
   EXPECT_EQ(compact(keyed), "{\"\\n\":1}");
 }
 
-// Short strings are checked for escapes a word at a time, with overlapping tail words: an
-// escaped byte must be found at every position of every length around the word sizes.
+// Short strings are checked for escapes a word at a time, with overlapping tail words: every byte
+// must be told apart at every position of every length around the word sizes.
 TEST(SerializerTest, FindsAnEscapedByteAtAnyPositionOfShortStrings) {
-  const std::pair<char, std::string> bytes[] = {
-      {'\x01', "\\u0001"}, {'\x1f', "\\u001f"}, {'"', "\\\""}, {'\\', "\\\\"},
-      {'\x7f', "\\u007f"}, {'\n', "\\n"},     {' ', " "},         {'/', "/"},
-      {'\x80', "\x80"},   {'\xff', "\xff"}};
   for (std::size_t length = 1; length <= 20; ++length) {
     for (std::size_t position = 0; position < length; ++position) {
-      for (const auto& [byte, written] : bytes) {
+      for (int byte = 0; byte < 256; ++byte) {
         std::string text(length, 'a');
-        text[position] = byte;
-        Value value;
-        value.setString(text);
-        const std::string expected = "\"" + std::string(position, 'a') + written +
-                                     std::string(length - position - 1, 'a') + "\"";
-        ASSERT_EQ(compact(value), expected) << "length " << length << ", position " << position;
+        text[position] = static_cast<char>(byte);
+        ASSERT_EQ(compact(Value::makeString(text)),
+                  "\"" + std::string(position, 'a') + written(byte) +
+                      std::string(length - position - 1, 'a') + "\"")
+            << "length " << length << ", position " << position << ", byte " << byte;
       }
     }
   }
@@ -123,13 +114,7 @@ TEST(SerializerTest, NumberTextFollowsTheFixedRules) {
   EXPECT_EQ(compact(Value::makeDouble(0.1)), "0.10000000000000001");
   EXPECT_EQ(compact(Value::makeDouble(1e21)), "1e+21");
   EXPECT_EQ(compact(Value::makeDouble(1e-7)), "9.9999999999999995e-08");
-  char subnormal[128];
-  std::snprintf(subnormal, sizeof subnormal, "%.17g", 2.5e-310);
-  EXPECT_EQ(compact(Value::makeDouble(2.5e-310)), subnormal);
   EXPECT_EQ(compact(Value::makeDouble(-1.7976931348623157e308)), "-1.7976931348623157e+308");
-  Value minimum;
-  minimum.setInteger(std::numeric_limits<long long>::min());
-  EXPECT_EQ(compact(minimum), "-9223372036854775808");
 }
 
 TEST(SerializerTest, DoubleTextMatchesPrintfForAnyBitPattern) {

@@ -15,32 +15,16 @@ using cairnjson::Value;
 using quilby_test::compact;
 using quilby_test::parsed;
 
-Value integer(long long number) {
-  Value value;
-  value.setInteger(number);
-  return value;
-}
-
-Value real(double number) {
-  Value value;
-  value.setDouble(number);
-  return value;
-}
-
-Value text(const std::string& string) {
-  Value value;
-  value.setString(string);
-  return value;
-}
+constexpr auto boolean = Value::makeBool;
+constexpr auto integer = Value::makeInteger;
+constexpr auto real = Value::makeDouble;
+constexpr auto text = Value::makeString;
 
 TEST(ValueTest, KindConstructorGivesEmptyContent) {
-  EXPECT_EQ(compact(Value(Type::Null)), "null");
-  EXPECT_EQ(compact(Value(Type::Bool)), "false");
-  EXPECT_EQ(compact(Value(Type::Integer)), "0");
-  EXPECT_EQ(compact(Value(Type::Double)), "0.0");
-  EXPECT_EQ(compact(Value(Type::String)), "\"\"");
-  EXPECT_EQ(compact(Value(Type::Object)), "{}");
-  EXPECT_EQ(compact(Value(Type::Array)), "[]");
+  const std::pair<Type, const char*> rows[] = {
+      {Type::Null, "null"},   {Type::Bool, "false"}, {Type::Integer, "0"}, {Type::Double, "0.0"},
+      {Type::String, "\"\""}, {Type::Object, "{}"},  {Type::Array, "[]"}};
+  for (const auto& [type, written] : rows) EXPECT_EQ(compact(Value(type)), written);
   EXPECT_EQ(Value(Type::Integer), integer(0));
 }
 
@@ -153,12 +137,6 @@ TEST_P(ValueConversionTest, FollowsTheRangeAndWholeTextRules) {
   } else {
     EXPECT_EQ(row.value.toDouble(kDoubleDef), row.toDouble);
   }
-}
-
-Value boolean(bool flag) {
-  Value value;
-  value.setBool(flag);
-  return value;
 }
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();

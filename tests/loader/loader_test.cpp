@@ -38,11 +38,11 @@ fsys::path freshExportsDirectory(const std::string& name) {
   return directory;
 }
 
-// The message of the 404 that `call` throws, or "" when it throws nothing.
-template <class Call>
-std::string notFoundMessage(Call call) {
+// The message of the 404 that calling `function` of `loader` throws, or "" when it throws nothing.
+template <class Loader>
+std::string notFoundMessage(Loader& loader, const char* function) {
   try {
-    call();
+    loader.call(vesk::DeviceFunction<Answer>{function}, 1);
   } catch (const BridgeResultError& error) {
     EXPECT_EQ(static_cast<int>(error.code), 404);
     EXPECT_EQ(error.error.name, "FunctionNotFoundError");
@@ -53,66 +53,43 @@ std::string notFoundMessage(Call call) {
 
 TEST(LoaderTest, LibraryPlacedAfterAFailedOpenIsUsedNext) {
   const fsys::path directory = freshExportsDirectory("late");
-  const char* const missing = "fixture does not have a requested function.";
+  const char* const missing = FixtureLoader::kMissingFunction;
+  const auto answer = [](const char* function, int question) {
+    return FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{function}, question);
+  };
 
   EXPECT_FALSE(FixtureLoader::loader().isOpen());
-  EXPECT_EQ(notFoundMessage([] {
-              FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"QuilbyFixtureAnswer"}, 1);
-            }),
-            missing);
+  EXPECT_EQ(notFoundMessage(FixtureLoader::loader(), "QuilbyFixtureAnswer"), missing);
   // While the library is not open, the process's global scope is searched.
-  EXPECT_EQ(
-      FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"QuilbyLoaderTestGlobal"}, 21), 42);
+  EXPECT_EQ(answer("QuilbyLoaderTestGlobal", 21), 42);
 
   fsys::copy_file(QUILBY_FIXTURE_LIBRARY, directory / "libfixture_x64.so");
-  EXPECT_EQ(FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"QuilbyFixtureAnswer"}, 41),
-            42);
+  EXPECT_EQ(answer("QuilbyFixtureAnswer", 41), 42);
   EXPECT_EQ(FixtureLoader::loader().path().text(), (directory / "libfixture_x64.so").string());
-  EXPECT_EQ(notFoundMessage([] {
-              FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"NoSuchFunction"}, 1);
-            }),
-            missing);
+  EXPECT_EQ(notFoundMessage(FixtureLoader::loader(), "NoSuchFunction"), missing);
   // An open library is searched alone.
-  EXPECT_EQ(notFoundMessage([] {
-              FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"QuilbyLoaderTestGlobal"},
-                                           1);
-            }),
-            missing);
+  EXPECT_EQ(notFoundMessage(FixtureLoader::loader(), "QuilbyLoaderTestGlobal"), missing);
 
   // Released and with its file gone, the library is simply missing again.
   FixtureLoader& loader = FixtureLoader::loader();
   loader.release();
   EXPECT_FALSE(loader.isOpen());
   fsys::remove(directory / "libfixture_x64.so");
-  EXPECT_EQ(notFoundMessage([] {
-              FixtureLoader::loader().call(vesk::DeviceFunction<Answer>{"QuilbyFixtureAnswer"}, 1);
-            }),
-            missing);
+  EXPECT_EQ(notFoundMessage(FixtureLoader::loader(), "QuilbyFixtureAnswer"), missing);
   fsys::remove_all(directory);
 }
 
 TEST(LoaderTest, EachLoaderNamesItsLibraryWhenAFunctionIsMissing) {
   freshExportsDirectory("missing");
-  EXPECT_EQ(notFoundMessage([] {
-              vesk::libmeasurementdeviceLoader::loader().call(
-                  vesk::DeviceFunction<Answer>{"Absent"}, 0);
-            }),
+  EXPECT_EQ(notFoundMessage(vesk::libmeasurementdeviceLoader::loader(), "Absent"),
             "libmeasurementdevice does not have a requested function.");
-  EXPECT_EQ(notFoundMessage([] {
-              vesk::libemcLoader::loader().call(vesk::DeviceFunction<Answer>{"Absent"}, 0);
-            }),
+  EXPECT_EQ(notFoundMessage(vesk::libemcLoader::loader(), "Absent"),
             "libemc does not have a requested function.");
-  EXPECT_EQ(notFoundMessage([] {
-              vesk::halvexLoader::loader().call(vesk::DeviceFunction<Answer>{"Absent"}, 0);
-            }),
+  EXPECT_EQ(notFoundMessage(vesk::halvexLoader::loader(), "Absent"),
             "halvex does not have a requested function.");
-  EXPECT_EQ(notFoundMessage([] {
-              vesk::libmdcorrectorLoader::loader().call(vesk::DeviceFunction<Answer>{"Absent"}, 0);
-            }),
+  EXPECT_EQ(notFoundMessage(vesk::libmdcorrectorLoader::loader(), "Absent"),
             "libmdcorrector does not have a requested function.");
-  EXPECT_EQ(notFoundMessage([] {
-              vesk::libmSensorLoader::loader().call(vesk::DeviceFunction<Answer>{"Absent"}, 0);
-            }),
+  EXPECT_EQ(notFoundMessage(vesk::libmSensorLoader::loader(), "Absent"),
             "libmSensor does not have a requested function.");
 }
 

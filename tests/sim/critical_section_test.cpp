@@ -22,16 +22,9 @@ struct SectionCase {
 void PrintTo(const SectionCase& row, std::ostream* out) { *out << row.name; }
 
 long long perform(Step step) {
-  switch (step) {
-    case Lock:
-      return EmCtrlLockMonitor(kStudioSerial, kStudioProduct);
-    case Unlock:
-      return EmCtrlUnlockMonitor(kStudioSerial, kStudioProduct);
-    case OtherTakes:
-    case OtherDrops:
-      return QuilbySimHoldMonitor(kStudioSerial, kStudioProduct, step == OtherTakes);
-  }
-  return -2;
+  if (step == Lock) return EmCtrlLockMonitor(kStudioSerial, kStudioProduct);
+  if (step == Unlock) return EmCtrlUnlockMonitor(kStudioSerial, kStudioProduct);
+  return QuilbySimHoldMonitor(kStudioSerial, kStudioProduct, step == OtherTakes);
 }
 
 const SectionCase kSectionCases[] = {
@@ -67,7 +60,5 @@ TEST_P(CriticalSectionTest, FollowsItsOwner) {
 
 INSTANTIATE_TEST_SUITE_P(Rows, CriticalSectionTest, testing::ValuesIn(kSectionCases),
                          [](const auto& info) { return std::string(info.param.name); });
-
-class MonitorSectionTest : public SimTest {};
 
 }  // namespace

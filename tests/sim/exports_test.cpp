@@ -2,7 +2,6 @@
 // each finds the world's library beside it, the end-to-end tests show by loading them.
 #include "sim_test_support.h"
 
-#include "devices/device_functions.h"
 #include "support/dynamic_symbols.h"
 
 #include <ostream>

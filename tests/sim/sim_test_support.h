@@ -63,10 +63,6 @@ inline EmError measureStatus(MDHandle handle) {
   return MDMeasureXYZ2(handle, &raw, &corrected);
 }
 
-inline void show(double red, double green, double blue) {
-  ASSERT_EQ(QuilbySimSetShownColor(kStudioSerial, kStudioProduct, red, green, blue), 0);
-}
-
 inline std::string fileText(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());

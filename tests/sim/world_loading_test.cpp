@@ -70,7 +70,7 @@ TEST_P(BadWorldTest, IsRefusedWithItsPlaceAndKeepsTheWorld) {
   const BadWorld& row = GetParam();
   const std::string text = row.place ? worldWith({{row.place, row.json}}) : row.json;
   MDHandle handle = open(kColorimeter);
-  show(0.2, 0.4, 0.6);
+  ASSERT_EQ(QuilbySimSetShownColor(kStudioSerial, kStudioProduct, 0.2, 0.4, 0.6), 0);
   const std::string before = controlText(QuilbySimWorld);
 
   const std::string message = loadWorld(text);
