@@ -182,6 +182,15 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(ParserTest, DoublesAreCorrectlyRoundedLikeStrtod) {
   std::mt19937_64 random(20261121);
   Parser parser;
+  // Texts exactly halfway between two doubles round to the even one.
+  for (const std::string text :
+       {"9007199254740993.0", "9007199254740995.0",
+        "1.00000000000000011102230246251565404236316680908203125", "2.2250738585072011e-308",
+        "4.9406564584124654e-324", "1.7976931348623157e308"}) {
+    Value value;
+    ASSERT_TRUE(parser.parse(text, value)) << text;
+    EXPECT_EQ(value.toDouble(0), std::strtod(text.c_str(), nullptr)) << text;
+  }
   for (int i = 0; i < 20000; ++i) {
     std::string text = std::to_string(random() % 100000000000000000ULL);
     text.insert(1 + random() % (text.size()), ".");

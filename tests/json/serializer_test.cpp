@@ -134,6 +134,21 @@ TEST(SerializerTest, DoubleTextMatchesPrintfForAnyBitPattern) {
   }
 }
 
+// Doubles whose exact value has 18 significant digits ending in 5: the 17th digit is a tie, which
+// "%.17g" rounds to even. Random bit patterns almost never give one.
+TEST(SerializerTest, DoubleTextRoundsTiesToEvenLikePrintf) {
+  for (const double number :
+       {1234567890123456.25, 1234567890123456.75, 123456789012345.125, 123456789012345.375,
+        131073.0 / 262144, 131075.0 / 262144, -1234567890123456.25, 1e16, 1e17, 1e18,
+        99999999999999984.0, 0x1p57, 0x1p60, 5e-324, 2.2250738585072014e-308}) {
+    char expected[128];
+    std::snprintf(expected, sizeof expected, "%.17g", number);
+    std::string text;
+    ASSERT_TRUE(Double(number).toString(std::back_inserter(text)));
+    EXPECT_EQ(text, expected);
+  }
+}
+
 TEST(SerializerTest, IntegerTextMatchesPrintf) {
   std::vector<long long> numbers = {0, 7, 9, 10, 99, 100, 99999999, 100000000, 100000001,
                                     9999999999999999LL, 10000000000000000LL,
