@@ -54,20 +54,25 @@ TEST_F(LoggerTest, ResultLinesCarryStatusMethodUriAndOutcomePlainLinesTheirLevel
   BridgeResultError oddCode(BridgeStatusCode::InternalServerError, "EmError", "Failed.");
   oddCode.error.value["code"].setInteger(-1);  // outside the unsigned range: written as 0
   logger.logResult("GET", "/quilby/", oddCode);
+  BridgeResultError noCode(BridgeStatusCode::InternalServerError, "UnknownError", "Unknown.");
+  noCode.error.value["reason"].setString("no code member");  // an object, but no code to write
+  logger.logResult("GET", "/quilby/", noCode);
   logger.log(vesk::kLogInformation, "Launch mdsubprocess.");
 
-  EXPECT_EQ(loggedLines(),
-            (std::vector<Line>{
-                {"Quilby", 2, "statusCode:200\tmethod:GET\turi:/quilby/Sensors/Name\tmsg:Success"},
-                {"Quilby", 5,
-                 "statusCode:500\tmethod:PUT\turi:/quilby/Sensors/x/Mode\terr:EmError\tmsg:Invalid "
-                 "key.\tcode:0x8000001c"},
-                {"Quilby", 5,
-                 "statusCode:400\tmethod:POST\turi:/quilby/\terr:BadRequestError\tmsg:URI is "
-                 "invalid."},
-                {"Quilby", 5,
-                 "statusCode:500\tmethod:GET\turi:/quilby/\terr:EmError\tmsg:Failed.\tcode:0x00000000"},
-                {"Quilby", 3, "Launch mdsubprocess."}}));
+  EXPECT_EQ(
+      loggedLines(),
+      (std::vector<Line>{
+          {"Quilby", 2, "statusCode:200\tmethod:GET\turi:/quilby/Sensors/Name\tmsg:Success"},
+          {"Quilby", 5,
+           "statusCode:500\tmethod:PUT\turi:/quilby/Sensors/x/Mode\terr:EmError\tmsg:Invalid "
+           "key.\tcode:0x8000001c"},
+          {"Quilby", 5,
+           "statusCode:400\tmethod:POST\turi:/quilby/\terr:BadRequestError\tmsg:URI is "
+           "invalid."},
+          {"Quilby", 5,
+           "statusCode:500\tmethod:GET\turi:/quilby/\terr:EmError\tmsg:Failed.\tcode:0x00000000"},
+          {"Quilby", 5, "statusCode:500\tmethod:GET\turi:/quilby/\terr:UnknownError\tmsg:Unknown."},
+          {"Quilby", 3, "Launch mdsubprocess."}}));
 }
 
 TEST_F(LoggerTest, WithoutTheLibraryNothingIsSent) {
@@ -76,6 +81,14 @@ TEST_F(LoggerTest, WithoutTheLibraryNothingIsSent) {
   quilbyhost::PluginHost::Instance().configure(settings);
   vesk::LoggerBase logger("Quilby");
   logger.log(vesk::kLogFailure, "lost");
+  EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(LoggerTest, WithoutALoggerFromTheLibraryNothingIsSent) {
+  QuilbySimFailNext("mirelto_get_logger", 1, 0x80000000u);
+  vesk::LoggerBase logger("Quilby");
+  logger.log(vesk::kLogFailure, "lost");
+  logger.logResult("GET", "/quilby/Sensors", BridgeResultOK(cairnjson::Value()));
   EXPECT_TRUE(loggedLines().empty());
 }
 

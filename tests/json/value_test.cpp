@@ -208,4 +208,12 @@ TEST(ValueTest, EqualityComparesKindsAndContent) {
   EXPECT_NE(Value(), boolean(false));
 }
 
+TEST(ValueTest, NonFiniteNumbersAreFoundAtAnyDepthAndOnlyThere) {
+  EXPECT_FALSE(cairnjson::holdsNonFiniteNumber(parsed(R"({"a":[1.5,2,"x",{"b":-0.25}]})")));
+  Value deep = parsed(R"({"a":[1.5,{"b":[0.5]}]})");
+  deep["a"][1]["b"][0].setDouble(kNaN);
+  EXPECT_TRUE(cairnjson::holdsNonFiniteNumber(deep));
+  EXPECT_TRUE(cairnjson::holdsNonFiniteNumber(real(-std::numeric_limits<double>::infinity())));
+}
+
 }  // namespace

@@ -123,6 +123,8 @@ TEST_F(CorrelationDataTest, DatabaseStoresTheSensorsRecordAndMatchesItTolerantly
   ASSERT_EQ(answer("SensorCorrelationDatabase", "POST", arm, "",
                    kReference + R"(,"date":"2025-01-02 03:04"})"),
             ok("4"));
+  // The user's data index is chosen before the sensor's record is read.
+  EXPECT_EQ(calls("CSSG2H_SetColorSensorDataIndex").size(), 1u);
   const auto added = calls("MDAddCSSG2CorrelationDataWithDateEx");
   ASSERT_EQ(added.size(), 1u);
   EXPECT_EQ(compact(added[0]["arguments"]),

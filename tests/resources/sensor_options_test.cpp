@@ -99,6 +99,7 @@ TEST_F(SensorOptionsTest, DeviceOptionsAreNumberedValues) {
                  {"GET", R"({"option":-1})", "", "option must be number."},
                  {"GET", R"({"option":"two"})", "", "option must be number."},
                  {"GET", R"({"option":null})", "", "option must be number."},
+                 {"GET", R"({"option":4294967296})", "", "option must be number."},
                  {"PUT", "", R"({"value":1})", "data requires 'option'."},
                  {"PUT", "", R"({"option":"2","value":1})", "data requires 'option'."},
                  {"PUT", "", "7", "data requires 'option'."},
