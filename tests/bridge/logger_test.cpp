@@ -44,13 +44,16 @@ TEST_F(LoggerTest, ResultLinesCarryStatusMethodUriAndOutcomePlainLinesTheirLevel
   vesk::LoggerBase logger("Quilby");
   BridgeResult success = BridgeResultOK(cairnjson::Value());
   logger.logResult("GET", "/quilby/Sensors/Name", success);
+  success.code = static_cast<BridgeStatusCode>(299);  // the last success status
+  logger.logResult("GET", "/quilby/", success);
   try {
     vesk::BridgeCheckEmError(0x8000001Cu, "Get device option value.");  // lower-case hex
   } catch (const BridgeResultError& failure) {
     logger.logResult("PUT", "/quilby/Sensors/x/Mode", failure);
   }
-  logger.logResult("POST", "/quilby/", BridgeResultError(BridgeStatusCode::BadRequest,
-                                                         "BadRequestError", "URI is invalid."));
+  BridgeResultError badRequest(BridgeStatusCode::BadRequest, "BadRequestError", "URI is invalid.");
+  badRequest.error.value["reason"] = "no code";  // extra members without a code add nothing
+  logger.logResult("POST", "/quilby/", badRequest);
   BridgeResultError oddCode(BridgeStatusCode::InternalServerError, "EmError", "Failed.");
   oddCode.error.value["code"].setInteger(-1);  // outside the unsigned range: written as 0
   logger.logResult("GET", "/quilby/", oddCode);
@@ -59,6 +62,7 @@ TEST_F(LoggerTest, ResultLinesCarryStatusMethodUriAndOutcomePlainLinesTheirLevel
   EXPECT_EQ(loggedLines(),
             (std::vector<Line>{
                 {"Quilby", 2, "statusCode:200\tmethod:GET\turi:/quilby/Sensors/Name\tmsg:Success"},
+                {"Quilby", 2, "statusCode:299\tmethod:GET\turi:/quilby/\tmsg:Success"},
                 {"Quilby", 5,
                  "statusCode:500\tmethod:PUT\turi:/quilby/Sensors/x/Mode\terr:EmError\tmsg:Invalid "
                  "key.\tcode:0x8000001c"},
