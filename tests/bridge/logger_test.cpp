@@ -44,25 +44,26 @@ TEST_F(LoggerTest, ResultLinesCarryStatusMethodUriAndOutcomePlainLinesTheirLevel
   vesk::LoggerBase logger("Quilby");
   BridgeResult success = BridgeResultOK(cairnjson::Value());
   logger.logResult("GET", "/quilby/Sensors/Name", success);
+  success.code = static_cast<BridgeStatusCode>(299);  // the last success status
+  logger.logResult("GET", "/quilby/", success);
   try {
     vesk::BridgeCheckEmError(0x8000001Cu, "Get device option value.");  // lower-case hex
   } catch (const BridgeResultError& failure) {
     logger.logResult("PUT", "/quilby/Sensors/x/Mode", failure);
   }
-  logger.logResult("POST", "/quilby/", BridgeResultError(BridgeStatusCode::BadRequest,
-                                                         "BadRequestError", "URI is invalid."));
+  BridgeResultError badRequest(BridgeStatusCode::BadRequest, "BadRequestError", "URI is invalid.");
+  badRequest.error.value["reason"] = "no code";  // extra members without a code add nothing
+  logger.logResult("POST", "/quilby/", badRequest);
   BridgeResultError oddCode(BridgeStatusCode::InternalServerError, "EmError", "Failed.");
   oddCode.error.value["code"].setInteger(-1);  // outside the unsigned range: written as 0
   logger.logResult("GET", "/quilby/", oddCode);
-  BridgeResultError noCode(BridgeStatusCode::InternalServerError, "UnknownError", "Unknown.");
-  noCode.error.value["reason"].setString("no code member");  // an object, but no code to write
-  logger.logResult("GET", "/quilby/", noCode);
   logger.log(vesk::kLogInformation, "Launch mdsubprocess.");
 
   EXPECT_EQ(
       loggedLines(),
       (std::vector<Line>{
           {"Quilby", 2, "statusCode:200\tmethod:GET\turi:/quilby/Sensors/Name\tmsg:Success"},
+          {"Quilby", 2, "statusCode:299\tmethod:GET\turi:/quilby/\tmsg:Success"},
           {"Quilby", 5,
            "statusCode:500\tmethod:PUT\turi:/quilby/Sensors/x/Mode\terr:EmError\tmsg:Invalid "
            "key.\tcode:0x8000001c"},
@@ -71,7 +72,6 @@ TEST_F(LoggerTest, ResultLinesCarryStatusMethodUriAndOutcomePlainLinesTheirLevel
            "invalid."},
           {"Quilby", 5,
            "statusCode:500\tmethod:GET\turi:/quilby/\terr:EmError\tmsg:Failed.\tcode:0x00000000"},
-          {"Quilby", 5, "statusCode:500\tmethod:GET\turi:/quilby/\terr:UnknownError\tmsg:Unknown."},
           {"Quilby", 3, "Launch mdsubprocess."}}));
 }
 
