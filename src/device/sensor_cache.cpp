@@ -88,15 +88,6 @@ std::string SensorCache::idForHandle(MDHandle handle) const {
   return std::string();
 }
 
-bool SensorCache::containsHandle(MDHandle handle) const {
-  for (const auto& entry : entries_) {
-    if (entry.second.handle == handle) return true;
-  }
-  return false;
-}
-
-bool SensorCache::containsHandle(const std::string& id) const { return entries_.count(id) != 0; }
-
 void SensorCache::clear() {
   {
     const MutexLock<Mutex> users(usersMutex_);

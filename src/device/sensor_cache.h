@@ -92,9 +92,6 @@ class SensorCache {
   // The first identifier (in byte order) holding `handle`, or "". Locks.
   [[nodiscard]] std::string idForHandle(MDHandle handle) const;
 
-  [[nodiscard]] bool containsHandle(MDHandle handle) const QUILBY_REQUIRES(mutex_);
-  [[nodiscard]] bool containsHandle(const std::string& id) const QUILBY_REQUIRES(mutex_);
-
   // The entries themselves, for walks and for changing handles in place.
   Entries& handles() noexcept QUILBY_REQUIRES(mutex_) { return entries_; }
   const Entries& handles() const noexcept QUILBY_REQUIRES(mutex_) { return entries_; }
