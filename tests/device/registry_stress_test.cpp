@@ -77,6 +77,16 @@ class RegistryStressTest : public RegistryTest {
     if (failures_.size() < 20) failures_.push_back(what);
   }
 
+  // A component refreshing the studio monitor's sensors around a HID change, holding the
+  // registry's lock across both steps.
+  void refreshStudioAsOneStep() {
+    functions.lock();
+    const EmError before = functions.preUpdate(kStudioSerial, kStudioProduct);
+    const EmError after = functions.update(kStudioSerial, kStudioProduct);
+    functions.unlock();
+    if (before != EMERR_OK || after != EMERR_OK) failure("pre-update or update failed");
+  }
+
   // The request thread and `workers` others start together, so that they overlap.
   void startTogether(std::ptrdiff_t workers) { started_.emplace(workers + 1); }
 
@@ -223,11 +233,7 @@ TEST_F(RegistryStressTest, ConcurrentUseLosesAndDoublyClosesNoHandle) {
   }));
   // A component refreshing the studio monitor's sensors around a HID change, as one step.
   workers.push_back(worker([&](int) {
-    functions.lock();
-    const EmError before = functions.preUpdate(kStudioSerial, kStudioProduct);
-    const EmError after = functions.update(kStudioSerial, kStudioProduct);
-    functions.unlock();
-    if (before != EMERR_OK || after != EMERR_OK) failure("pre-update or update failed");
+    refreshStudioAsOneStep();
     ++refreshed;
   }));
 
@@ -289,11 +295,7 @@ TEST_F(RegistryStressTest, RequestsNeverUseASensorClosedOnAnotherThread) {
       if (functions.preUpdate(kStudioSerial, kStudioProduct) != EMERR_OK) failure("pre-update failed");
       return;
     }
-    functions.lock();
-    const EmError before = functions.preUpdate(kStudioSerial, kStudioProduct);
-    const EmError after = functions.update(kStudioSerial, kStudioProduct);
-    functions.unlock();
-    if (before != EMERR_OK || after != EMERR_OK) failure("pre-update or update failed");
+    refreshStudioAsOneStep();
     ++refreshed;
   }));
   workers.push_back(takeOverWorker());
