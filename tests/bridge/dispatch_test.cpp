@@ -1,15 +1,24 @@
 // The path of one request from the four texts to the envelope the host receives, through test
-// resources whose handlers echo what they were given or fail in chosen ways.
+// resources whose handlers echo what they were given or fail in chosen ways; and the request log
+// line, written through the (simulated) logging library.
 #include "bridge/bridge.h"
 #include "bridge/em_error.h"
+#include "bridge/logger.h"
 
 #include "plugin_host.h"
+#include "quilby_sim/control.h"
 #include "support/json_helpers.h"
+#include "support/world.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <regex>
 #include <stdexcept>
 #include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -95,23 +104,6 @@ INSTANTIATE_TEST_SUITE_P(
                     MethodCase{"", "GET"}, MethodCase{"\xEF\xBB\xBF{\"method\":\"put\"}", "PUT"},
                     MethodCase{R"({"method":"put"} trailing)", "PUT"}));
 
-TEST(DispatchTest, RefusesMethodsAResourceDoesNotImplement) {
-  for (const char* method : {"GET", "PUT", "POST", "DELETE"}) {
-    const Answer answer = run(vesk::Bridge(), std::string(R"({"method":")") + method + "\"}");
-    EXPECT_EQ(answer.status, 405);
-    EXPECT_EQ(answer.envelope, std::string(R"({"error":{"message":")") + method +
-                                   R"( method is not allowed.","name":"MethodError"},"value":null})");
-  }
-}
-
-TEST(DispatchTest, ArgumentsBecomeTheRequestRecord) {
-  const Value value = echoed(R"({"method":"put"})", R"({"mode":2})", R"({"id":"abc"})",
-                             R"({"supports":null})");
-  EXPECT_EQ(quilby_test::compact(value),
-            R"({"data":{"mode":2},"handler":"PUT","parameters":{"id":"abc"},)"
-            R"("query":{"supports":null},"request":{"method":"put"}})");
-}
-
 TEST(DispatchTest, BodiesThatAreNotJsonArriveAsText) {
   EXPECT_EQ(quilby_test::compact(echoed("", "abc")["data"]), R"("abc")");
   EXPECT_TRUE(echoed("", "")["data"].isNull());
@@ -134,27 +126,6 @@ TEST(DispatchTest, NullTextsReadAsEmpty) {
   ASSERT_EQ(answers.size(), 1u);
   EXPECT_EQ(answers[0].envelope,
             R"({"error":null,"value":{"data":null,"handler":"GET","parameters":null,"query":null,"request":null}})");
-}
-
-TEST(DispatchTest, RequestConditionFailureIs400) {
-  const Answer answer = fail([] { BridgeCheckRequestCondition(false, "data must be boolean."); });
-  EXPECT_EQ(answer.status, 400);
-  EXPECT_EQ(answer.envelope,
-            R"({"error":{"message":"data must be boolean.","name":"BadRequestError"},"value":null})");
-  const Answer passed = fail([] { BridgeCheckRequestCondition(true, "unused"); });
-  EXPECT_EQ(passed.status, 200);
-  EXPECT_EQ(passed.envelope, R"({"error":null,"value":null})");
-}
-
-TEST(DispatchTest, LibraryFailureIs500WithUnsignedCodeAndReason) {
-  const Answer answer = fail([] { vesk::BridgeCheckEmError(0x80000001u, "Open the control panel."); });
-  EXPECT_EQ(answer.status, 500);
-  EXPECT_EQ(answer.envelope,
-            R"({"error":{"code":2147483649,"message":"Invalid argument.","name":"EmError",)"
-            R"("reason":"Open the control panel."},"value":null})");
-  const Answer withoutReason = fail([] { vesk::BridgeCheckEmError(0x8001000Bu, ""); });
-  EXPECT_EQ(withoutReason.envelope,
-            R"({"error":{"code":2147549195,"message":"Undefined error.","name":"EmError"},"value":null})");
 }
 
 TEST(DispatchTest, SuccessAndLetThroughCodesPass) {
@@ -199,39 +170,106 @@ TEST(DispatchTest, ErrorMembersAndKindsBuildTheErrorObject) {
             R"({"error":{"extra":true,"message":"Failed.","name":"EmError"},"value":null})");
 }
 
-TEST(EmErrorTest, EveryCodeHasItsText) {
-  const std::pair<EmError, const char*> table[] = {
-      {0x00000000, "OK."}, {0x00000001, "Exists more data."}, {0x00000002, "Running."},
-      {0x00000003, "Unconfirmed."}, {0x00000004, "OK but data is not corrected."},
-      {0x80000000, "Failed."}, {0x80000001, "Invalid argument."}, {0x80000002, "Invalid buffer."},
-      {0x80000003, "Invalid buffer size."}, {0x80000004, "Already registered."},
-      {0x80000005, "Not registered."}, {0x80000006, "Unknown."}, {0x80000007, "Unsupported."},
-      {0x80000008, "Stall."}, {0x80000009, "Unimplemented."}, {0x8000000A, "Out of range."},
-      {0x8000000B, "No more data."}, {0x8000000C, "Canceled."}, {0x8000000D, "Out of domain."},
-      {0x8000000E, "Long proc lock is wait."}, {0x8000000F, "Short proc lock is wait."},
-      {0x80000010, "Dll is not found."}, {0x80000011, "Over limit."}, {0x80000012, "Already used."},
-      {0x80000013, "Timed out."}, {0x80000014, "Disabled."}, {0x80000015, "Invalid precondition."},
-      {0x80000016, "Unresolved."}, {0x80000017, "Retry count exceeded."},
-      {0x80000018, "Already created."}, {0x80000019, "Cannot create file."},
-      {0x8000001A, "Invalid data."}, {0x8000001B, "Invalid data size."}, {0x8000001C, "Invalid key."},
-      {0x8000001D, "Invalid key size."}, {0x8000001E, "Data verify error."},
-      {0x8000001F, "Rejected by critical section."}, {0x80010001, "Monitor connection error."},
-      {0x80010002, "Sensor connection error."}, {0x80010003, "Measure error."},
-      {0x80010004, "Sensor position error."}, {0x80010005, "Calculation error."},
-      {0x80010006, "Chamber error."}, {0x80010007, "Siggenerator error."},
-      {0x80010008, "Zero calibration error."},
-      {0x80010009, "Cannot enter monitor critical section."},
-      {0x8001000A, "Monitor critical section is owned."}, {0x00000005, "Undefined error."},
+// A failure's envelope carries the text docs/api.md's table gives its code; a code the table lacks
+// is "Undefined error.". The reasons of the plug-in's steps are the resources' tests'.
+TEST(EmErrorTest, FailuresCarryTheDocumentedTexts) {
+  const std::string source = __FILE__;
+  std::ifstream document(source.substr(0, source.rfind("/tests/")) + "/docs/api.md");
+  ASSERT_TRUE(document) << source;
+  std::vector<std::pair<EmError, std::string>> rows = {
       {0x80000020, "Undefined error."}, {0x80010000, "Undefined error."},
       {0x8001000B, "Undefined error."}, {0xFFFFFFFF, "Undefined error."}};
-  for (const auto& [code, text] : table) {
-    EXPECT_EQ(vesk::emerror_string(code), text) << std::hex << code;
-    if (EMERR_IS_FAILURE(code) && code != 0x80000006u) {
-      const Answer answer = fail([code = code] { vesk::BridgeCheckEmError(code, ""); });
-      EXPECT_NE(answer.envelope.find(std::string("\"message\":\"") + text + "\""), std::string::npos)
-          << answer.envelope;
+  const std::regex cell(R"(0x(8[0-9A-F]{7}) \| ([^|]+?) \|)");
+  for (std::string line; std::getline(document, line);) {
+    for (std::sregex_iterator it(line.begin(), line.end(), cell), end; it != end; ++it) {
+      rows.emplace_back(std::stoul((*it)[1], nullptr, 16), (*it)[2]);
     }
   }
+  EXPECT_EQ(rows.size(), 45u);
+  // The code as an unsigned number; without a reason, no "reason" member.
+  for (const auto& [code, text] : rows) {
+    EXPECT_EQ(fail([code = code] { vesk::BridgeCheckEmError(code, ""); }).envelope,
+              R"({"error":{"code":)" + std::to_string(code) + R"(,"message":")" + text +
+                  R"(","name":"EmError"},"value":null})")
+        << std::hex << code;
+  }
+}
+
+// A line sent to mirelto_log: logger name, level, text.
+using Line = std::tuple<std::string, int, std::string>;
+
+// The lines sent since the journal was last emptied.
+std::vector<Line> loggedLines() {
+  const cairnjson::Value journal = quilby_test::parsed(quilby_test::controlText(QuilbySimJournal));
+  std::vector<Line> lines;
+  for (const cairnjson::Value& entry : journal.elements()) {
+    if (entry["function"].stringRef() != "mirelto_log") continue;
+    const cairnjson::Value& arguments = entry["arguments"];
+    lines.emplace_back(arguments[1].stringRef(), arguments[2].toInt(-1), arguments[3].stringRef());
+  }
+  return lines;
+}
+
+class LoggerTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    QuilbySimReset();
+    quilbyhost::HostSettings settings;
+    settings.exportsPath = QUILBY_TEST_EXPORTS_DIR;
+    quilbyhost::PluginHost::Instance().configure(settings);
+  }
+};
+
+TEST_F(LoggerTest, ResultLinesCarryStatusMethodUriAndOutcomePlainLinesTheirLevel) {
+  vesk::LoggerBase logger("Quilby");
+  BridgeResult success = BridgeResultOK(cairnjson::Value());
+  logger.logResult("GET", "/quilby/Sensors/Name", success);
+  success.code = static_cast<BridgeStatusCode>(299);  // the last success status
+  logger.logResult("GET", "/quilby/", success);
+  try {
+    vesk::BridgeCheckEmError(0x8000001Cu, "Get device option value.");  // lower-case hex
+  } catch (const BridgeResultError& failure) {
+    logger.logResult("PUT", "/quilby/Sensors/x/Mode", failure);
+  }
+  BridgeResultError badRequest(BridgeStatusCode::BadRequest, "BadRequestError", "URI is invalid.");
+  badRequest.error.value["reason"] = "no code";  // extra members without a code add nothing
+  logger.logResult("POST", "/quilby/", badRequest);
+  BridgeResultError oddCode(BridgeStatusCode::InternalServerError, "EmError", "Failed.");
+  oddCode.error.value["code"].setInteger(-1);  // outside the unsigned range: written as 0
+  logger.logResult("GET", "/quilby/", oddCode);
+  logger.log(vesk::kLogInformation, "Launch mdsubprocess.");
+
+  EXPECT_EQ(
+      loggedLines(),
+      (std::vector<Line>{
+          {"Quilby", 2, "statusCode:200\tmethod:GET\turi:/quilby/Sensors/Name\tmsg:Success"},
+          {"Quilby", 2, "statusCode:299\tmethod:GET\turi:/quilby/\tmsg:Success"},
+          {"Quilby", 5,
+           "statusCode:500\tmethod:PUT\turi:/quilby/Sensors/x/Mode\terr:EmError\tmsg:Invalid "
+           "key.\tcode:0x8000001c"},
+          {"Quilby", 5,
+           "statusCode:400\tmethod:POST\turi:/quilby/\terr:BadRequestError\tmsg:URI is "
+           "invalid."},
+          {"Quilby", 5,
+           "statusCode:500\tmethod:GET\turi:/quilby/\terr:EmError\tmsg:Failed.\tcode:0x00000000"},
+          {"Quilby", 3, "Launch mdsubprocess."}}));
+}
+
+TEST_F(LoggerTest, WithoutTheLibraryNothingIsSent) {
+  quilbyhost::HostSettings settings;
+  settings.exportsPath = "/nonexistent";
+  quilbyhost::PluginHost::Instance().configure(settings);
+  vesk::LoggerBase logger("Quilby");
+  logger.log(vesk::kLogFailure, "lost");
+  EXPECT_TRUE(loggedLines().empty());
+}
+
+TEST_F(LoggerTest, WithoutALoggerFromTheLibraryNothingIsSent) {
+  QuilbySimFailNext("mirelto_get_logger", 1, 0x80000000u);
+  vesk::LoggerBase logger("Quilby");
+  logger.log(vesk::kLogFailure, "lost");
+  logger.logResult("GET", "/quilby/Sensors", BridgeResultOK(cairnjson::Value()));
+  EXPECT_TRUE(loggedLines().empty());
 }
 
 }  // namespace

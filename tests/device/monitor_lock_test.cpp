@@ -108,6 +108,14 @@ TEST_F(MonitorLockTest, GuardOfNoMonitorOrARefusedEntryNeverLeaves) {
   // The guard of no monitor never tried to enter.
   EXPECT_EQ(calls("EmCtrlLockMonitor").size(), 1u);
   EXPECT_TRUE(calls("EmCtrlUnlockMonitor").empty());
+  // Nor does the guard of a monitor whose product name is empty: an "Unknown." lookup leaves its
+  // HID handle null, which is the guard's.
+  loadWorld(R"({"monitors":[{"serial":"ABCDEFGH","product":"\u0000"}]})");
+  QuilbySimFailNext("EmCtrlGetHIDHandle", 1, EMERR_UNKNOWN);
+  vesk::MonitorLock unnamed(nullptr);
+  unnamed.lock();
+  EXPECT_EQ(unnamed.serial(), "ABCDEFGH");
+  EXPECT_TRUE(calls("EmCtrlLockMonitor").empty());
 }
 
 }  // namespace

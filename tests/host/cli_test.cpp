@@ -1,12 +1,16 @@
-// quilby-host's command line end to end: the measuring script of docs/cli.md against the real
-// plug-in and the simulated device world (its CGATS file read back with Little CMS), run and
-// shell against the plug-in double, measure, and what the program says and exits with.
+// quilby-host end to end: the measuring script of docs/cli.md against the real plug-in and the
+// simulated device world (its CGATS file read back with Little CMS), run and shell against the
+// plug-in double, measure, and what the program says and exits with; serving, a clean shutdown on
+// signals and a port it cannot have. What the server answers is tested in process
+// (http_server_test.cpp).
 #include "host_program.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <httplib.h>
 #include <lcms2.h>
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -61,6 +65,21 @@ class CliTest : public testing::Test {
   fsys::path write(const std::string& name, const std::string& text) {
     std::ofstream(scratch_ / name) << text;
     return scratch_ / name;
+  }
+
+  // quilby-host serving on a free port, on the echo plug-in whose TearDown writes "TearDown" to
+  // `mark`; the port is that of the line the host prints once it serves (0 without that line).
+  struct Serving : quilby_test::HostProgram {
+    Serving(std::vector<std::string> arguments, const fsys::path& directory, const fsys::path& mark)
+        : HostProgram(arguments, directory, {"QUILBY_ECHO_TEARDOWN_MARK=" + mark.string()}) {
+      const std::string prefix = "quilby-host: console at http://127.0.0.1:";
+      const std::string first = line();
+      port = first.rfind(prefix, 0) == 0 ? std::stoi(first.substr(prefix.size())) : 0;
+    }
+    int port = 0;
+  };
+  std::vector<std::string> servingOn(const std::string& port) const {
+    return {"--port", port, "--exports", QUILBY_ECHO_EXPORTS_DIR, "--quiet"};
   }
 
   const fsys::path scratch_ =
@@ -226,6 +245,34 @@ TEST_F(CliTest, AFailedMeasurementPutsTheArmBackAndClosesTheSensor) {
   EXPECT_NE(requests.find("/Arm\t", armIn), std::string::npos);
   EXPECT_NE(requests.find("method:DELETE\turi:/quilby/Sensors/", armIn), std::string::npos)
       << requests;
+}
+
+TEST_F(CliTest, ServeTearsDownOnEitherSignal) {
+  for (const int number : {SIGTERM, SIGINT}) {
+    const fsys::path mark = scratch_ / strsignal(number);
+    Serving program(servingOn("0"), scratch_, mark);
+    ASSERT_NE(program.port, 0);
+    program.signal(number);
+    EXPECT_EQ(program.wait(), 0) << strsignal(number);
+    EXPECT_EQ(readFile(mark), "TearDown\n") << strsignal(number);
+  }
+}
+
+// A second host on the same port would split the requests between two device worlds.
+TEST_F(CliTest, ASecondHostOnAPortInUseRefusesToStart) {
+  fsys::create_directories(scratch_ / "second");
+  Serving first(servingOn("0"), scratch_, scratch_ / "mark");
+  ASSERT_NE(first.port, 0);
+  const std::string port = std::to_string(first.port);
+  quilby_test::HostProgram second(servingOn(port), scratch_ / "second");
+  EXPECT_EQ(second.wait(), 1);
+  EXPECT_NE(second.errors().find("port " + port + " is in use"), std::string::npos)
+      << second.errors();
+  const httplib::Result stillServing = httplib::Client("127.0.0.1", first.port).Get("/host/info");
+  ASSERT_TRUE(stillServing);
+  EXPECT_EQ(stillServing->status, 200);
+  first.signal(SIGTERM);
+  EXPECT_EQ(first.wait(), 0);
 }
 
 }  // namespace

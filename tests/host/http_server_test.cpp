@@ -218,10 +218,12 @@ class HttpServerTest : public testing::Test {
   }
   std::string hostHeader() const { return "Host: 127.0.0.1:" + std::to_string(port()) + "\r\n"; }
 
-  // The answer to `request` ("METHOD /target") with `body`, on a connection of its own.
-  RawResponse exchange(const std::string& request, const std::string& body = "") const {
+  // The answer to `request` ("METHOD /target") with `body` and further `headers`, on a
+  // connection of its own.
+  RawResponse exchange(const std::string& request, const std::string& body = "",
+                       const std::string& headers = "") const {
     RawConnection connection(port());
-    connection.send(request + " HTTP/1.1\r\n" + hostHeader() +
+    connection.send(request + " HTTP/1.1\r\n" + hostHeader() + headers +
                     "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
     return connection.response();
   }
@@ -329,11 +331,8 @@ TEST_F(HttpServerTest, RefusesABodyPastItsRouteLimitWhateverItsEncoding) {
 TEST_F(HttpServerTest, TakesFormBodiesUpToTheRouteLimit) {
   startServer({});
   const std::string body = "mode=" + std::string(100 * 1024, 'v');
-  RawConnection connection(port());
-  connection.send("PUT /Sensors/a/Mode HTTP/1.1\r\n" + hostHeader() +
-                  "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
-                  std::to_string(body.size()) + "\r\n\r\n" + body);
-  const RawResponse response = connection.response();
+  const RawResponse response = exchange("PUT /Sensors/a/Mode", body,
+                                        "Content-Type: application/x-www-form-urlencoded\r\n");
   EXPECT_EQ(response.status, 200);
   EXPECT_TRUE(parsed(response.body)["value"]["data"].stringRef() == body);
 }

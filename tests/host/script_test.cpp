@@ -1,5 +1,6 @@
-// The command-line front end: request lines, variables, the runner against the host's own routes
-// (no plug-in), and the reader that a signal can interrupt.
+// The command line of quilby-host and its front end: request lines, variables, the runner against
+// the host's own routes (no plug-in), and the reader that a signal can interrupt.
+#include "options.h"
 #include "script.h"
 
 #include "host_thread.h"
@@ -9,6 +10,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -123,28 +125,24 @@ TEST(ScriptVariablesTest, SelectsFromTheAnswer) {
   EXPECT_FALSE(quilbyhost::selectFromAnswer("time,sensor\r\n", ".value", text, error));
 }
 
+// A stream whose text stays in memory.
+struct Captured {
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* const file = open_memstream(&text, &size);
+  ~Captured() {
+    std::fclose(file);
+    std::free(text);
+  }
+  std::string written() { return std::fflush(file) == 0 ? std::string(text, size) : ""; }
+};
+
 // A runner over the host's own routes, which need neither plug-in nor simulator.
 class ScriptRunnerTest : public testing::Test {
  protected:
-  ScriptRunnerTest() : out_(std::tmpfile()), errors_(std::tmpfile()) {}
-  ~ScriptRunnerTest() override {
-    std::fclose(out_);
-    std::fclose(errors_);
-  }
-
-  static std::string contents(std::FILE* file) {
-    std::rewind(file);
-    std::string text;
-    char buffer[4096];
-    for (std::size_t got; (got = std::fread(buffer, 1, sizeof buffer, file)) > 0;) {
-      text.append(buffer, got);
-    }
-    return text;
-  }
-
   quilbyhost::ScriptOutcome run(const std::vector<std::string>& lines,
                                 quilbyhost::ScriptSettings settings) {
-    quilbyhost::ScriptRunner runner(frontend_, out_, errors_, std::move(settings));
+    quilbyhost::ScriptRunner runner(frontend_, out_.file, errors_.file, std::move(settings));
     int number = 0;
     for (const std::string& line : lines) {
       if (!runner.runLine(line, ++number)) break;
@@ -154,8 +152,7 @@ class ScriptRunnerTest : public testing::Test {
 
   quilbyhost::HostThread thread_;
   quilbyhost::Frontend frontend_{thread_, nullptr, ""};
-  std::FILE* out_;
-  std::FILE* errors_;
+  Captured out_, errors_;
 };
 
 TEST_F(ScriptRunnerTest, CapturesFeedLaterLinesAndFailuresAreCountedWithTheirLine) {
@@ -179,13 +176,13 @@ TEST_F(ScriptRunnerTest, CapturesFeedLaterLinesAndFailuresAreCountedWithTheirLin
   EXPECT_EQ(outcome.failures, 6);
   EXPECT_EQ(quilbyhost::summaryText(outcome), "9 requests, 3 answered 2xx, 6 failed");
 
-  const std::string out = contents(out_);
+  const std::string out = out_.written();
   EXPECT_NE(out.find("> GET /host/x86_64\n404 "), std::string::npos) << out;
   EXPECT_NE(out.find("> x = .value.derived.0.xy.0 POST /colour/derive {\"readings\": [[1,2,3]]}\n200 "),
             std::string::npos)
       << out;
   EXPECT_EQ(out.find("$sensor"), std::string::npos) << "a line with an unknown variable is not sent";
-  EXPECT_EQ(contents(errors_),
+  EXPECT_EQ(errors_.written(),
             "session.txt:3: GET /host/x86_64 answered 404: No host route GET /host/x86_64.\n"
             "session.txt:6: POST /Nowhere answered 404: No resource answers POST /Nowhere.\n"
             "session.txt:7: unknown variable $sensor (line 6, which was to set it, failed)\n"
@@ -209,11 +206,11 @@ TEST_F(ScriptRunnerTest, SavesAnAnswerToAFile) {
   std::string header;
   std::getline(saved, header);
   EXPECT_EQ(header, "time,sensor,mode,corrected,X,Y,Z,x,y,u',v',CCT,Duv\r");
-  const std::string out = contents(out_);
+  const std::string out = out_.written();
   EXPECT_EQ(out.rfind("200 saved " + file.string() + " (", 0), 0u) << out;
   EXPECT_NE(out.find("\n400 {\"error\""), std::string::npos) << "a refusal is printed, not saved";
   EXPECT_FALSE(std::filesystem::exists(file.string() + ".not"));
-  EXPECT_NE(contents(errors_).find("line 3: cannot write /nonexistent-directory/x.csv"),
+  EXPECT_NE(errors_.written().find("line 3: cannot write /nonexistent-directory/x.csv"),
             std::string::npos);
   std::filesystem::remove(file);
 }
@@ -225,7 +222,7 @@ TEST_F(ScriptRunnerTest, ShellCommandsListVariablesAndQuit) {
       run({"help", "a = .value.architecture GET /host/info", " vars ", "quit", "GET /host/info"},
           settings);
   EXPECT_EQ(outcome.requests, 1) << "nothing after quit runs";
-  const std::string out = contents(out_);
+  const std::string out = out_.written();
   EXPECT_NE(out.find("A line is a request"), std::string::npos);
   EXPECT_NE(out.find("\na = x86_64\na_time = 20"), std::string::npos) << out;
   // In a file, the shell's words are no requests.
@@ -267,6 +264,154 @@ TEST(LineReaderTest, WakeEndsABlockedRead) {
   waker.join();
   close(fds[0]);
   close(fds[1]);
+}
+
+using quilbyhost::HostOptions;
+using quilbyhost::Mode;
+
+const quilbyhost::OptionDefaults kDefaults{"/build/exports", "/src/host/web"};
+
+HostOptions parsed(const std::vector<std::string>& arguments) {
+  HostOptions options;
+  std::string error;
+  EXPECT_TRUE(quilbyhost::parseOptions(arguments, kDefaults, options, error)) << error;
+  return options;
+}
+
+TEST(OptionsTest, DefaultsServeTheBuildOnTheLoopback) {
+  const HostOptions options = parsed({});
+  EXPECT_EQ(options.mode, Mode::Serve);
+  EXPECT_EQ(options.settings.exportsPath, "/build/exports");
+  EXPECT_EQ(options.settings.htmlPath, "/src/host/web");
+  EXPECT_EQ(options.settings.registryPath, "/build/exports");
+  EXPECT_EQ(options.settings.architecture, "x86_64");
+  EXPECT_EQ(options.server.address, "127.0.0.1");
+  EXPECT_EQ(options.server.port, 8771);
+  EXPECT_TRUE(options.server.accessLog);
+  // The web page follows the console, the registry the exports.
+  const HostOptions moved = parsed({"shell", "--console", "/ui", "--exports", "/x"});
+  EXPECT_EQ(moved.mode, Mode::Shell);
+  EXPECT_EQ(moved.settings.htmlPath, "/ui");
+  EXPECT_EQ(moved.settings.registryPath, "/x");
+}
+
+TEST(OptionsTest, EveryFlagSetsItsSetting) {
+  const HostOptions options = parsed(
+      {"run", "requests.txt", "--exports", "/x", "--web-page=/page", "--registry", "/reg",
+       "--architecture", "aarch64", "--application", "Color Tool", "--world", "w.json",
+       "--address", "0.0.0.0", "--port=0", "--allow-host", "a.lan", "--allow-host", "b.lan",
+       "--console", "/ui", "--quiet"});
+  EXPECT_EQ(options.mode, Mode::Run);
+  EXPECT_EQ(options.file, "requests.txt");
+  EXPECT_EQ(options.settings.exportsPath, "/x");
+  EXPECT_EQ(options.settings.htmlPath, "/page");
+  EXPECT_EQ(options.settings.registryPath, "/reg");
+  EXPECT_EQ(options.settings.architecture, "aarch64");
+  EXPECT_EQ(options.settings.applicationName, "Color Tool");
+  EXPECT_EQ(options.world, "w.json");
+  EXPECT_EQ(options.server.address, "0.0.0.0");
+  EXPECT_EQ(options.server.port, 0);
+  EXPECT_EQ(options.server.allowedHosts, (std::vector<std::string>{"a.lan", "b.lan"}));
+  EXPECT_EQ(options.server.consoleDirectory, "/ui");
+  EXPECT_FALSE(options.server.accessLog);
+}
+
+// The sentence each mistake gets: an unknown flag is never said to need a value.
+TEST(OptionsTest, SaysWhatIsWrong) {
+  const struct {
+    std::vector<std::string> arguments;
+    const char* error;
+  } cases[] = {
+      {{"--foo"}, "unknown option --foo"},
+      {{"shell", "--foo", "bar"}, "unknown option --foo"},
+      {{"--colour=red"}, "unknown option --colour"},
+      {{"--port"}, "--port needs a value (N)"},
+      {{"--port", "65536"}, "--port"},
+      {{"--port", "-1"}, "--port"},
+      {{"--port", "80a"}, "--port"},
+      {{"serve", "extra"}, ""},
+      {{"--quiet=yes"}, "--quiet takes no value"},
+      {{"run"}, "run needs the file of requests to run"},
+      {{"run", "--quiet"}, "run needs the file of requests to run"},
+      {{"start"}, "unknown command \"start\" (serve, run FILE, shell, measure, help, version)"},
+      {{"shell", "--count", "3"}, "are options of measure"},
+      {{"measure"}, "measure needs one sensor"},
+      {{"measure", "--device-id", "33", "--monitor", "A/B"}, "measure needs one sensor"},
+      {{"measure", "--monitor", "QM7A0451"}, "--monitor needs SERIAL/PRODUCT"},
+      {{"measure", "--device-id", "4294967296"}, "--device-id needs a decimal number below 2^32"},
+      {{"measure", "--device-id", "33", "--count", "0"}, "--count needs a number from 1 to 10000"},
+      {{"measure", "--device-id", "33", "--colours", "white,mauve"}, "\"mauve\" is no colour"},
+      {{"measure", "--device-id", "33", "--colours", "white,"}, "\"\" is no colour"},
+      {{"measure", "--device-id", "33", "--count", "5000", "--colours", "red,green,blue"},
+       "at most 10000 readings, not 15000"},
+      {{"measure", "--device-id", "33", "--count", "2", "--reference", "3"},
+       "--reference 3 is past the last of 2 readings"},
+      {{"measure", "--device-id", "33", "--mode", "infrared"}, "--mode needs display, ambient"},
+      {{"measure", "--device-id", "33", "--observer", "5"}, "--observer needs 2 or 10"},
+      {{"measure", "--individual-id", "00c300000000zz2a"}, "--individual-id needs"},
+  };
+  for (const auto& c : cases) {
+    HostOptions options;
+    std::string error;
+    EXPECT_FALSE(quilbyhost::parseOptions(c.arguments, kDefaults, options, error))
+        << c.arguments.front();
+    EXPECT_NE(error.find(c.error), std::string::npos) << error;
+    EXPECT_FALSE(error.empty()) << c.arguments.front();
+  }
+}
+
+TEST(OptionsTest, MeasureReadsItsSensorAndReadings) {
+  const HostOptions options =
+      parsed({"measure", "--monitor", "QM7A0451/QM-27-Studio-Lab", "--count=5", "--colours",
+              "white,red,#ff8000,grey", "--mode", "ambient", "--observer", "10", "--raw",
+              "--csv", "out.csv", "--cgats", "out.txt", "--reference", "20", "-q"});
+  EXPECT_EQ(options.mode, Mode::Measure);
+  const quilbyhost::MeasureOptions& measure = options.measure;
+  EXPECT_EQ(measure.monitorSerial, "QM7A0451");
+  EXPECT_EQ(measure.monitorProduct, "QM-27-Studio-Lab");
+  EXPECT_EQ(measure.count, 5);
+  ASSERT_EQ(measure.colours.size(), 4u);
+  EXPECT_EQ(measure.colours[1].name, "red");
+  EXPECT_EQ(measure.colours[1].red, 1);
+  EXPECT_EQ(measure.colours[1].green, 0);
+  EXPECT_EQ(measure.colours[2].name, "#ff8000");
+  EXPECT_NEAR(measure.colours[2].green, 128.0 / 255, 1e-12);
+  EXPECT_EQ(measure.colours[3].red, 0.5);
+  EXPECT_EQ(measure.mode, 1);
+  EXPECT_EQ(measure.observer, 1);
+  EXPECT_TRUE(measure.raw);
+  EXPECT_EQ(measure.csvPath, "out.csv");
+  EXPECT_EQ(measure.cgatsPath, "out.txt");
+  EXPECT_EQ(measure.reference, 20);
+  EXPECT_TRUE(options.quiet);
+  EXPECT_FALSE(options.measure.mode && parsed({"measure", "--device-id", "33"}).measure.mode);
+
+  // Individual ids as the connected list shows them (16 hexadecimal digits), 0x-prefixed, or
+  // decimal, all given to the route in decimal.
+  for (const char* id : {"00c3000000004d2a", "0xc3000000004d2a", "54887620458597674"}) {
+    EXPECT_EQ(parsed({"measure", "--individual-id", id}).measure.individualId,
+              "54887620458597674")
+        << id;
+  }
+  EXPECT_EQ(parsed({"measure", "--device-id", "33"}).measure.deviceId, "33");
+}
+
+TEST(OptionsTest, VersionAndHelpWinOverEverythingElseAndHelpNamesEveryFlag) {
+  EXPECT_EQ(parsed({"version"}).mode, Mode::Version);
+  EXPECT_EQ(parsed({"run", "x.txt", "--version"}).mode, Mode::Version);
+  // A measure without its sensor is no mistake when only help is wanted.
+  EXPECT_EQ(parsed({"measure", "--help"}).mode, Mode::Help);
+  EXPECT_EQ(parsed({"serve", "--help"}).mode, Mode::Help);
+  EXPECT_EQ(parsed({"help"}).mode, Mode::Help);
+  EXPECT_EQ(quilbyhost::versionText(), std::string("quilby-host ") + QUILBY_HOST_VERSION);
+  const std::string usage = quilbyhost::usageText(kDefaults);
+  for (const char* flag : {"--exports", "--web-page", "--registry", "--architecture",
+                           "--application", "--world", "--address", "--port", "--allow-host",
+                           "--console", "--quiet", "run FILE", "shell", "measure", "--monitor",
+                           "--device-id", "--individual-id", "--mode", "--observer", "--count",
+                           "--colours", "--reference", "--raw", "--csv", "--cgats", "--version"}) {
+    EXPECT_NE(usage.find(flag), std::string::npos) << flag;
+  }
 }
 
 }  // namespace

@@ -1,3 +1,6 @@
+// The serializer's text, and number text that does not depend on the process locale: the parser,
+// the serializer and the value conversions read and write "." whatever the locale's decimal point.
+#include "json/cairnjson.h"
 #include "json/serializer.h"
 
 #include "support/json_helpers.h"
@@ -15,6 +18,7 @@
 namespace {
 
 using cairnjson::Double;
+using cairnjson::Parser;
 using cairnjson::Serializer;
 using cairnjson::Value;
 using quilby_test::compact;
@@ -106,18 +110,6 @@ TEST(SerializerTest, NonFiniteNumberStopsWithAnError) {
   EXPECT_EQ(partial, "{\"a\":{\"b\":[");
 }
 
-TEST(SerializerTest, NumberTextFollowsTheFixedRules) {
-  EXPECT_EQ(compact(Value::makeDouble(-0.0)), "0.0");
-  EXPECT_EQ(compact(Value::makeDouble(0.0)), "0.0");
-  EXPECT_EQ(compact(Value::makeDouble(3.0)), "3");
-  EXPECT_EQ(compact(Value::makeDouble(100.0)), "100");
-  EXPECT_EQ(compact(Value::makeDouble(0.5)), "0.5");
-  EXPECT_EQ(compact(Value::makeDouble(0.1)), "0.10000000000000001");
-  EXPECT_EQ(compact(Value::makeDouble(1e21)), "1e+21");
-  EXPECT_EQ(compact(Value::makeDouble(1e-7)), "9.9999999999999995e-08");
-  EXPECT_EQ(compact(Value::makeDouble(-1.7976931348623157e308)), "-1.7976931348623157e+308");
-}
-
 TEST(SerializerTest, DoubleTextMatchesPrintfForAnyBitPattern) {
   std::mt19937_64 random(7);
   for (int i = 0; i < 200000; ++i) {
@@ -180,6 +172,48 @@ TEST(SerializerTest, IntegerTextMatchesPrintf) {
     value.setInteger(number);
     ASSERT_EQ(compact(value), expected);
   }
+}
+
+// A number read by the parser's building block through iterators that are not pointers.
+double readThroughIterators(const std::string& number) {
+  Parser::Iterator<std::string::const_iterator> it{number.begin(), number.end()};
+  Value value;
+  return Parser().parse_number(&value, nullptr, it) ? value.toDouble(-1.0) : -1.0;
+}
+
+TEST(LocaleTest, DecimalCommaLocaleChangesNothing) {
+  quilby_test::ScopedLocale comma({"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8"});
+  ASSERT_TRUE(comma.active()) << "no locale with a decimal comma is installed";
+
+  EXPECT_EQ(parsed("1.5").toDouble(0), 1.5);
+  EXPECT_EQ(parsed("[2.25e1,-7.125E-1]"), parsed("[22.5,-0.7125]"));
+  EXPECT_EQ(compact(Value::makeDouble(1.5)), "1.5");
+  EXPECT_EQ(compact(Value::makeDouble(-2.5e-10)), "-2.5000000000000002e-10");
+  EXPECT_EQ(Value::makeDouble(0.25).toString(""), "0.25");
+  EXPECT_EQ(Value::makeString("1.5").toDouble(0.0), 1.5);
+  // A text written with the locale's own separator converts too: the "." is only ever mapped.
+  EXPECT_EQ(Value::makeString("1,5").toDouble(0.0), 1.5);
+  // Out of range, numbers are left to strtod with their exponents, whatever the iterators.
+  EXPECT_EQ(parsed("[1.5e-400,2e400]"), parsed("[0.0,1e999]"));
+  EXPECT_EQ(readThroughIterators("1.5e-400"), 0.0);
+  EXPECT_EQ(readThroughIterators("1e-400"), 0.0);
+}
+
+// With a decimal point of more than one byte the rules still map only its first byte, so the
+// results are odd but fixed: output keeps the second byte, and input cannot be read at all.
+TEST(LocaleTest, MultiByteDecimalPointFollowsTheFirstByteRule) {
+  quilby_test::ScopedLocale pashto({"ps_AF", "ps_AF.UTF-8", "ps_AF.utf8"});
+  ASSERT_TRUE(pashto.active()) << "no locale with a two-byte decimal point is installed";
+
+  EXPECT_EQ(compact(Value::makeDouble(1.5)), "1.\xAB" "5");
+  EXPECT_EQ(compact(Value::makeDouble(3.0)), "3");
+  Parser parser;
+  Value value;
+  EXPECT_FALSE(parser.parse("[1.5]", value));
+  EXPECT_EQ(parser.error(), "Failed to parse floating point.");
+  EXPECT_EQ(Value::makeString("1.5").toDouble(-1.0), -1.0);
+  // Integers and zero exponents never reach the floating-point conversion.
+  EXPECT_TRUE(parser.parse("[15,2e0]", value));
 }
 
 }  // namespace

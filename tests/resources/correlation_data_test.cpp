@@ -95,7 +95,7 @@ TEST_F(CorrelationDataTest, DataFailuresNameTheirStepAndLeaveTheSection) {
       answer("SensorCorrelationData", "PUT", arm, "",
              R"({"calibrationData":{"coefficientType":5},"correctionData":{},"reference":{}})"),
       emError(0x80000000, "Failed.", "Set color sensor correction data."));
-  EXPECT_EQ(dataSet("QM7A0451")["calibrationData"]["coefficientType"].toInt(0), 5);
+  EXPECT_EQ(userSet(kStudioMonitor)["calibrationData"]["coefficientType"].toInt(0), 5);
   EXPECT_TRUE(calls("CSSG2H_R2XCSetRefParam").empty());
   EXPECT_TRUE(sectionsFree());
   EXPECT_EQ(answer("SensorCorrelationData", "PUT", sensor("office"), "",
@@ -176,9 +176,7 @@ TEST_F(CorrelationDataTest, MatrixDatabaseListsTheProductsMatricesAndTheLatest) 
   EXPECT_EQ(calls("MDEnumCorrelationMatrixInfo").back()["arguments"][1ul].toInt(-1), 3)
       << "the studio panel's revision";
 
-  cairnjson::Value world = simWorld();
-  world["correlationMatrices"] = cairnjson::Value(cairnjson::Type::Array);
-  loadWorld(compact(world));
+  loadWorld(worldWith({{"correlationMatrices", "[]"}}));
   const std::string arm = sensor("studio");
   clearJournal();
   EXPECT_EQ(answer("SensorCorrelationMatrixDatabase", "GET", arm),
@@ -187,9 +185,9 @@ TEST_F(CorrelationDataTest, MatrixDatabaseListsTheProductsMatricesAndTheLatest) 
 }
 
 TEST_F(CorrelationDataTest, MatrixDatabaseStoresTheSensorsMatrixInItsForm) {
-  const std::pair<std::string, const char*> sensors[] = {{sensor("studio"), "QM7A0451"},
-                                                         {sensor("office"), "QM4C0088"}};
-  for (const auto& [named, serial] : sensors) {
+  const std::pair<std::string, std::string> sensors[] = {{sensor("studio"), kStudioMonitor},
+                                                         {sensor("office"), kOfficeMonitor}};
+  for (const auto& [named, monitor] : sensors) {
     clearJournal();
     const Reply stored =
         call("SensorCorrelationMatrixDatabase", "POST", named, "", kReference + "}");
@@ -197,10 +195,10 @@ TEST_F(CorrelationDataTest, MatrixDatabaseStoresTheSensorsMatrixInItsForm) {
     const auto added = calls("MDAddCorrelationMatrix");
     ASSERT_EQ(added.size(), 1u);
     // The user set's matrix, row by row: 8 rows where the sensor takes them, else 3.
-    const cairnjson::Value matrix = dataSet(serial)["matrix"];
+    const cairnjson::Value matrix = userSet(monitor)["matrix"];
     const cairnjson::Value& arguments = added[0]["arguments"];
-    EXPECT_EQ(arguments[5ul].toInt(-1), static_cast<int>(matrix.size())) << serial;
-    ASSERT_EQ(arguments[4ul].size(), matrix.size() * 3) << serial;
+    EXPECT_EQ(arguments[5ul].toInt(-1), static_cast<int>(matrix.size())) << monitor;
+    ASSERT_EQ(arguments[4ul].size(), matrix.size() * 3) << monitor;
     for (unsigned long cell = 0; cell < arguments[4ul].size(); ++cell) {
       EXPECT_EQ(arguments[4ul][cell].toDouble(-9), matrix[cell / 3][cell % 3].toDouble(-8)) << cell;
     }

@@ -1,4 +1,4 @@
-// What the request table and the correlation tests share: worlds derived from the built-in one,
+// What the request table and the correlation tests share: the built-in world's monitors and data sets,
 // the answer of an injected library failure, and the journal's view of the monitors' critical
 // sections.
 #ifndef QUILBY_TESTS_RESOURCES_CORRELATION_FIXTURE_H
@@ -7,7 +7,6 @@
 #include "support/registry_fixture.h"
 
 #include <cstdint>
-#include <functional>
 #include <string>
 
 namespace correlation_test {
@@ -26,6 +25,9 @@ inline const std::string kReference =
     R"({"referenceSensor":{"deviceID":48,"serial":"QS20-240117"})";
 
 inline cairnjson::Value simWorld() { return parsed(controlText(QuilbySimWorld)); }
+// The places in the built-in world of the monitors of the "studio" and "office" sensors.
+inline const std::string kStudioMonitor = "monitors[0]";
+inline const std::string kOfficeMonitor = "monitors[2]";
 
 class CorrelationTest : public RegistryTest {
  protected:
@@ -40,32 +42,10 @@ class CorrelationTest : public RegistryTest {
     return which;
   }
 
-  // The monitor with that serial in `world`, for editing.
-  static cairnjson::Value& monitorIn(cairnjson::Value& world, const std::string& serial) {
-    for (unsigned long i = 0; i < world["monitors"].size(); ++i) {
-      if (world["monitors"][i]["serial"].toString("") == serial) return world["monitors"][i];
-    }
-    ADD_FAILURE() << "no monitor " << serial;
-    return world["monitors"][0ul];
-  }
-
-  // Replaces the world by the default one with monitor `serial` changed by `edit`; handles opened
-  // before are gone.
-  static void loadDefaultWorldWith(const std::string& serial,
-                                   const std::function<void(cairnjson::Value&)>& edit) {
+  // The user data set (index 3) of the monitor at `monitor` in the current world.
+  static cairnjson::Value userSet(const std::string& monitor) {
     cairnjson::Value world = simWorld();
-    edit(monitorIn(world, serial));
-    loadWorld(compact(world));
-  }
-
-  // The data set `index` (3 for the user set) of monitor `serial` in the current world.
-  static cairnjson::Value dataSet(const std::string& serial, long long index = 3) {
-    cairnjson::Value world = simWorld();
-    for (const cairnjson::Value& set : monitorIn(world, serial)["dataSets"].elements()) {
-      if (set["index"].toLLong(-1) == index) return set;
-    }
-    ADD_FAILURE() << "no data set " << index << " on " << serial;
-    return cairnjson::Value();
+    return valueAt(world, monitor + ".dataSets[2]");
   }
 
   // Whether every monitor's critical section is free, as it must be between requests.

@@ -29,7 +29,7 @@ TEST_F(CorrelationTest, ListsTheMatricesOfTheMonitorsProductAndPanelRevision) {
             R"({"id":3,"referenceSensor":{"deviceID":48,"serial":"QS20-240117"}}]})");
 
   // The matrices are those of the monitor's product and panel revision; none fits revision 4.
-  loadDefaultWorldWith("QM7A0451", [](cairnjson::Value& m) { m["panelRevision"].setInteger(4); });
+  loadWorld(worldWith({{kStudioMonitor + ".panelRevision", "4"}}));
   EXPECT_EQ(answer("SensorCorrelationMatrix", "GET", sensor("studio"), R"({"available":0})"),
             ok(R"([])"));
 }
@@ -38,11 +38,11 @@ TEST_F(CorrelationTest, ListsTheMatricesOfTheMonitorsProductAndPanelRevision) {
 
 TEST_F(CorrelationTest, MatrixDataReadsTheSupportedFormAndComparesItWithTheFactorySet) {
   EXPECT_EQ(compact(call("SensorCorrelationMatrixData", "GET", sensor("office")).value),
-            R"({"matrix":)" + compact(dataSet("QM4C0088", 3)["matrix"]) + "}");
+            R"({"matrix":)" + compact(userSet(kOfficeMonitor)["matrix"]) + "}");
   const std::string armSensor = sensor("studio");
   const std::string query = R"({"checksFactoryData":false})";
   EXPECT_EQ(compact(call("SensorCorrelationMatrixData", "GET", armSensor, query).value),
-            R"({"isFactory":true,"matrix":)" + compact(dataSet("QM7A0451", 3)["matrix"]) + "}");
+            R"({"isFactory":true,"matrix":)" + compact(userSet(kStudioMonitor)["matrix"]) + "}");
   // The factory set stays selected, so a write has to select the user set again itself.
   const std::string changed =
       R"({"matrix":[[1,0,0],[0,1,0],[0,0,1],[0,0,0],[0,0,0],[0,0,0],[0,0,0],[0.5,0,0]]})";
@@ -170,18 +170,16 @@ class CorrelationDataIndexTest : public CorrelationTest,
 
 TEST_P(CorrelationDataIndexTest, SelectsTheSetByFlagAndPriority) {
   const IndexCase& row = GetParam();
-  const std::string serial = row.monitor == std::string("studio") ? "QM7A0451" : "QM4C0088";
-  loadDefaultWorldWith(serial, [&](cairnjson::Value& monitor) {
-    monitor["duePriority"] = parsed(row.duePriority);
-    monitor["dataIndexByFlags"].setBool(row.byFlags);
-  });
+  const std::string monitor = row.monitor == std::string("studio") ? kStudioMonitor : kOfficeMonitor;
+  loadWorld(worldWith({{monitor + ".duePriority", row.duePriority},
+                       {monitor + ".dataIndexByFlags", row.byFlags ? "true" : "false"}}));
   const std::string parameters = sensor(row.monitor);
   clearJournal();
   const std::string query = R"({"checksFactoryData":null})";
   ASSERT_EQ(call("SensorCorrelationMatrixData", "GET", parameters, query).status, 200);
   EXPECT_EQ(dataIndexSteps(journal()), row.steps);
   cairnjson::Value world = simWorld();
-  EXPECT_EQ(monitorIn(world, serial)["dataIndex"].toLLong(-1), row.indexAfter);
+  EXPECT_EQ(valueAt(world, monitor + ".dataIndex").toLLong(-1), row.indexAfter);
   expectSectionsKept();
 }
 

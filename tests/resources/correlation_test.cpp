@@ -35,7 +35,7 @@ TEST_F(CorrelationTest, RecalcPassesTheTargetWhiteAsAZeroedColourRecord) {
   EXPECT_EQ(compact(applied[0]["arguments"][2ul]),
             compact(parsed(R"({"Y":120,"x":0.3127,"y":0.329})")));
   // The simulated library recalculated the user set's luminance level for that white.
-  EXPECT_EQ(dataSet("QM7A0451", 3)["luminanceLevelCorrection"]["brightness"].toDouble(0), 120.0);
+  EXPECT_EQ(userSet(kStudioMonitor)["luminanceLevelCorrection"]["brightness"].toDouble(0), 120.0);
 }
 
 // ---- Criterion sensor description ---------------------------------------------------------------

@@ -17,27 +17,23 @@ using quilby_test::dynamicSymbols;
 
 struct Library {
   const char* file;
-  std::size_t count;                   // exports of the normal build, as the interface lists them
   std::vector<std::string> functions;  // present in both builds
   std::vector<std::string> optional;   // missing from the variant build
 };
 
 const Library kLibraries[] = {
     {"libmeasurementdevice_x64.so",
-     54,
      {QUILBY_SIM_MEASUREMENT_DEVICE_FUNCTIONS(QUILBY_SIM_NAME)},
      {QUILBY_SIM_MEASUREMENT_DEVICE_OPTIONAL_FUNCTIONS(QUILBY_SIM_NAME)}},
     {"libemc_x64.so",
-     7,
      {QUILBY_SIM_MONITOR_CONTROL_FUNCTIONS(QUILBY_SIM_NAME)},
      {QUILBY_SIM_MONITOR_CONTROL_OPTIONAL_FUNCTIONS(QUILBY_SIM_NAME)}},
     {"libmSensor_x64.so",
-     33,
      {QUILBY_SIM_COLOR_SENSOR_FUNCTIONS(QUILBY_SIM_NAME)},
      {QUILBY_SIM_COLOR_SENSOR_OPTIONAL_FUNCTIONS(QUILBY_SIM_NAME)}},
-    {"libhalvex_x64.so", 4, {QUILBY_SIM_USB_ENUMERATION_FUNCTIONS(QUILBY_SIM_NAME)}, {}},
-    {"libmdcorrector_x64.so", 11, {QUILBY_SIM_CORRECTION_FUNCTIONS(QUILBY_SIM_NAME)}, {}},
-    {"libmirelto2_x64.so", 2, {QUILBY_SIM_LOGGING_FUNCTIONS(QUILBY_SIM_NAME)}, {}},
+    {"libhalvex_x64.so", {QUILBY_SIM_USB_ENUMERATION_FUNCTIONS(QUILBY_SIM_NAME)}, {}},
+    {"libmdcorrector_x64.so", {QUILBY_SIM_CORRECTION_FUNCTIONS(QUILBY_SIM_NAME)}, {}},
+    {"libmirelto2_x64.so", {QUILBY_SIM_LOGGING_FUNCTIONS(QUILBY_SIM_NAME)}, {}},
 };
 
 void PrintTo(const Library& library, std::ostream* out) { *out << library.file; }
@@ -56,10 +52,7 @@ TEST_P(DeviceLibraryTest, ExportsExactlyItsFunctions) {
     SCOPED_TRACE(variant ? "variant" : "normal");
     std::set<std::string> expected(library.functions.begin(), library.functions.end());
     if (!variant) expected.insert(library.optional.begin(), library.optional.end());
-    const std::string file = path(variant, library.file);
-    const std::set<std::string> exported = dynamicSymbols(file, "--defined-only");
-    EXPECT_EQ(exported, expected);
-    EXPECT_EQ(exported.size(), library.count - (variant ? library.optional.size() : 0));
+    EXPECT_EQ(dynamicSymbols(path(variant, library.file), "--defined-only"), expected);
   }
 }
 

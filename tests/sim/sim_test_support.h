@@ -1,5 +1,5 @@
-// Shared helpers of the simulator tests: the default world's names, the control interface's texts
-// as JSON values, worlds derived from the default one, and per-test temporary files.
+// Shared helpers of the simulator tests: the control interface's texts as JSON values, opening
+// sensors, and per-test temporary files.
 #ifndef QUILBY_TESTS_SIM_SIM_TEST_SUPPORT_H
 #define QUILBY_TESTS_SIM_SIM_TEST_SUPPORT_H
 
@@ -11,16 +11,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <string>
-#include <utility>
 
 #include <unistd.h>
 
@@ -38,24 +34,6 @@ inline std::string loadWorld(const std::string& text) {
   char error[512] = "unchanged";
   if (QuilbySimLoadWorld(text.c_str(), error, sizeof error) == 0) return "";
   return error;
-}
-
-// The current world, as text, with the value at each place ("monitors[0].serial") replaced by a
-// JSON text.
-inline std::string worldWith(std::initializer_list<std::pair<std::string, std::string>> edits) {
-  Value changed = world();
-  for (auto [place, json] : edits) {
-    std::replace(place.begin(), place.end(), '[', '.');
-    std::erase(place, ']');
-    std::istringstream parts(place);
-    Value* at = &changed;
-    for (std::string part; std::getline(parts, part, '.');) {
-      const bool index = std::isdigit(static_cast<unsigned char>(part[0]));
-      at = index ? &(*at)[std::stoul(part)] : &(*at)[part];
-    }
-    *at = parsed(json);
-  }
-  return compact(changed);
 }
 
 inline EmError measureStatus(MDHandle handle) {

@@ -6,9 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <clocale>
 #include <initializer_list>
 #include <locale.h>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -32,6 +35,19 @@ inline cairnjson::Value parsed(const std::string& text) {
   cairnjson::Value value;
   if (!parser.parse(text, value)) ADD_FAILURE() << "parse of " << text << ": " << parser.error();
   return value;
+}
+
+// The value at `place` inside `value`, made on the way where missing: keys and array indexes
+// joined by ".", an index also written "[n]" ("monitors[0].serial").
+inline cairnjson::Value& valueAt(cairnjson::Value& value, std::string place) {
+  std::replace(place.begin(), place.end(), '[', '.');
+  std::erase(place, ']');
+  std::istringstream parts(place);
+  cairnjson::Value* at = &value;
+  for (std::string part; std::getline(parts, part, '.');) {
+    at = std::isdigit(static_cast<unsigned char>(part[0])) ? &(*at)[std::stoul(part)] : &(*at)[part];
+  }
+  return *at;
 }
 
 // Switches the calling thread to the first of the named locales that is installed, for its

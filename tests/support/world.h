@@ -1,12 +1,16 @@
-// The built-in simulated world as the tests use it: its sensors and monitors, and the texts of the
-// simulator's control interface.
+// The built-in simulated world as the tests use it: its sensors and monitors, the texts of the
+// simulator's control interface, and worlds derived from it.
 #ifndef QUILBY_TESTS_SUPPORT_WORLD_H
 #define QUILBY_TESTS_SUPPORT_WORLD_H
 
 #include "quilby/device_types.h"
+#include "quilby_sim/control.h"
+#include "support/json_helpers.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
+#include <utility>
 
 namespace quilby_test {
 
@@ -29,6 +33,14 @@ inline std::string controlText(std::uint32_t (*read)(char*, std::uint32_t)) {
   std::string text(read(nullptr, 0) + 1, '\0');
   text.resize(read(text.data(), static_cast<std::uint32_t>(text.size())));
   return text;
+}
+
+// The simulated world now, as a world file, with the value at each place ("monitors[0].serial")
+// replaced by a JSON text.
+inline std::string worldWith(std::initializer_list<std::pair<std::string, std::string>> edits) {
+  cairnjson::Value world = parsed(controlText(QuilbySimWorld));
+  for (const auto& [place, json] : edits) valueAt(world, place) = parsed(json);
+  return compact(world);
 }
 
 }  // namespace quilby_test
