@@ -647,10 +647,11 @@ describe('derived values and export', () => {
   }
 
   step('exports the readings as CSV and CGATS that read back', 'POST /colour/export', async () => {
-    const [header, ...csv] = harness.parseCsv(await download('#export-csv'));
+    // No field of these readings needs quoting (the host's export tests quote).
+    const lines = (await download('#export-csv')).trim().split(/\r?\n/);
+    const [header, ...rows] = lines.map((line) => line.split(','));
     for (const column of ['time', 'sensor', 'mode', 'corrected', 'X', 'Y', 'Z'])
       assert.ok(header.includes(column), `${column} in ${header}`);
-    const rows = csv.filter((r) => r.length > 1);
     assert.equal(rows.length, 4);
     const first = Object.fromEntries(header.map((column, i) => [column, rows[0][i]]));
     assert.ok(near(Number(first.Y), 100, 1e-6));

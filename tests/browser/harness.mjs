@@ -140,18 +140,3 @@ export function parseCgats(text) {
     .map((l) => Object.fromEntries(split(l).map((v, i) => [fields[i], v.replace(/^"|"$/g, '')])));
   return { fields, rows };
 }
-
-// A reader of RFC 4180 CSV: rows of fields, quotes undone; it stops where the text is no CSV.
-export function parseCsv(text) {
-  const rows = [[]];
-  const field = /(?:"((?:[^"]|"")*)"|([^",\r\n]*))(,|\r?\n|$)/y;
-  let found = field.exec(text);
-  while (found) {
-    const [, quoted, plain, end] = found;
-    rows.at(-1).push(quoted === undefined ? plain : quoted.replaceAll('""', '"'));
-    const more = end === ',' || field.lastIndex < text.length;
-    if (more && end !== ',') rows.push([]);
-    found = more ? field.exec(text) : null;
-  }
-  return rows;
-}

@@ -3,7 +3,6 @@
 #include "calibration/correlation_json.h"
 #include "calibration/date_json.h"
 
-#include "calibration/tolerant_compare.h"
 #include "support/json_helpers.h"
 
 #include <gtest/gtest.h>
@@ -192,33 +191,6 @@ TEST(CorrelationJsonTest, ReadsLenientlyFromAZeroedRecord) {
       sameBytes(vesk::MDIFSv3CorrelationDataFromJson(parsed("[1, 2]")), MDIFSv3CorrelationData{}));
   const MDDate date = vesk::MDDateFromJson(parsed(R"("2023-12-01 09:10:59")"));
   EXPECT_TRUE(sameBytes(date, MDDate{2023, 12, 1, 9, 10}));
-}
-
-// Records that went through text and the sensor's storage match within each member's tolerance.
-TEST(CorrelationJsonTest, RecordsMatchWithinTheTolerancesOfTheirMembers) {
-  const auto base = patternedCSSG2();
-  const cairnjson::Value json = vesk::ToJson(base);
-  EXPECT_TRUE(vesk::MDCSSG2CorrelationDataExEquals(json, parsed(compact(json))));
-  struct Change {
-    const char* name;
-    void (*apply)(MDCSSG2CorrelationDataEx&);
-    bool matches;
-  };
-  const Change changes[] = {
-      {"GammaWithin", [](auto& r) { r.correctionData.gamma += 0.05; }, true},
-      {"GammaBeyond", [](auto& r) { r.correctionData.gamma += 0.2; }, false},
-      {"MatrixSeventhFigure", [](auto& r) { r.calibrationData.calibration.a[1][1] *= 1.0000001; },
-       true},
-      {"MatrixFourthFigure", [](auto& r) { r.calibrationData.calibration.a[1][1] *= 1.001; },
-       false},
-      {"CoefficientType", [](auto& r) { r.calibrationData.coefficientType += 1; }, false},
-  };
-  for (const Change& change : changes) {
-    MDCSSG2CorrelationDataEx changed = base;
-    change.apply(changed);
-    EXPECT_EQ(vesk::MDCSSG2CorrelationDataExEquals(json, vesk::ToJson(changed)), change.matches)
-        << change.name;
-  }
 }
 
 }  // namespace

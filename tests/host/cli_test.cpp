@@ -25,12 +25,7 @@ namespace {
 
 namespace fsys = std::filesystem;
 
-std::string readFile(const fsys::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
+using quilby_test::fileText;
 
 std::vector<std::string> linesOf(const std::string& text) {
   std::vector<std::string> lines;
@@ -55,11 +50,9 @@ class CliTest : public testing::Test {
   Finished run(std::vector<std::string> arguments, const std::string& input = "",
                const std::vector<std::string>& environment = {}) {
     quilby_test::HostProgram program(std::move(arguments), scratch_, environment, input);
-    Finished finished;
-    finished.out = program.rest();
-    finished.status = program.wait();
-    finished.errors = program.errors();
-    return finished;
+    std::string out = program.rest();
+    const int status = program.wait();
+    return {status, out, program.errors()};
   }
 
   fsys::path write(const std::string& name, const std::string& text) {
@@ -89,14 +82,14 @@ class CliTest : public testing::Test {
 using It8 = std::unique_ptr<void, decltype(&cmsIT8Free)>;
 
 It8 loadCgats(const fsys::path& path) {
-  const std::string text = readFile(path);
+  const std::string text = fileText(path);
   return It8(cmsIT8LoadFromMem(nullptr, text.data(), static_cast<cmsUInt32Number>(text.size())),
              &cmsIT8Free);
 }
 
 // The script under the marker line of docs/cli.md, as the page shows it.
 std::string documentedScript() {
-  const std::string page = readFile(QUILBY_CLI_DOC);
+  const std::string page = fileText(QUILBY_CLI_DOC);
   const std::string marker = "<!-- tests/host/cli_test.cpp runs the script below";
   const std::size_t at = page.find(marker);
   if (at == std::string::npos) return "";
@@ -123,7 +116,7 @@ TEST_F(CliTest, TheDocumentedMeasuringScriptKeepsItsReadingsAsCgats) {
   EXPECT_EQ(lines.back().rfind("200 saved studio.csv (", 0), 0u) << lines.back();
 
   const It8 it8 = loadCgats(scratch_ / "studio.cgats.txt");
-  ASSERT_TRUE(it8) << readFile(scratch_ / "studio.cgats.txt");
+  ASSERT_TRUE(it8) << fileText(scratch_ / "studio.cgats.txt");
   EXPECT_EQ(cmsIT8GetPropertyDbl(it8.get(), "NUMBER_OF_SETS"), 4);
   // The captures reached the file: the sensor's name, the reading's time, and red measured while
   // the studio monitor showed red (near its primary, x 0.68).
@@ -134,7 +127,7 @@ TEST_F(CliTest, TheDocumentedMeasuringScriptKeepsItsReadingsAsCgats) {
   const double redSum = redX + cmsIT8GetDataDbl(it8.get(), "2", "XYZ_Y") +
                         cmsIT8GetDataDbl(it8.get(), "2", "XYZ_Z");
   EXPECT_NEAR(redX / redSum, 0.68, 0.005);
-  EXPECT_EQ(linesOf(readFile(scratch_ / "studio.csv")).size(), 5u);
+  EXPECT_EQ(linesOf(fileText(scratch_ / "studio.csv")).size(), 5u);
 }
 
 // What run, shell and measure print and exit with, on the plug-in double; the lines' own messages
@@ -209,7 +202,7 @@ TEST_F(CliTest, MeasurePrintsATableWithUnitsAndWritesBothFiles) {
   EXPECT_NE(finished.out.find("\nwhite, 2 readings"), std::string::npos);
   EXPECT_NE(finished.out.find("\n  Y (cd/m²)"), std::string::npos);
 
-  const std::vector<std::string> csv = linesOf(readFile(scratch_ / "out.csv"));
+  const std::vector<std::string> csv = linesOf(fileText(scratch_ / "out.csv"));
   ASSERT_EQ(csv.size(), 5u);
   EXPECT_EQ(csv[0], "time,sensor,mode,corrected,label,X,Y,Z,x,y,u',v',CCT,Duv,L*,a*,b*\r");
   EXPECT_NE(csv[3].find(",QM arm sensor (ARM-QM7A0451),,true,red,"), std::string::npos) << csv[3];
@@ -237,7 +230,7 @@ TEST_F(CliTest, AFailedMeasurementPutsTheArmBackAndClosesTheSensor) {
   EXPECT_EQ(finished.out, "");
   EXPECT_FALSE(fsys::exists(scratch_ / "never.csv"));
   // After the failed reading: the arm in, then the sensor closed.
-  const std::string requests = readFile(log);
+  const std::string requests = fileText(log);
   const std::size_t failed = requests.find("statusCode:500");
   ASSERT_NE(failed, std::string::npos) << requests;
   const std::size_t armIn = requests.find("method:PUT\turi:/quilby/Sensors/", failed);
@@ -254,7 +247,7 @@ TEST_F(CliTest, ServeTearsDownOnEitherSignal) {
     ASSERT_NE(program.port, 0);
     program.signal(number);
     EXPECT_EQ(program.wait(), 0) << strsignal(number);
-    EXPECT_EQ(readFile(mark), "TearDown\n") << strsignal(number);
+    EXPECT_EQ(fileText(mark), "TearDown\n") << strsignal(number);
   }
 }
 

@@ -19,6 +19,12 @@ class ColourRoutesTest : public testing::Test {
   HostResponse post(const std::string& target, const std::string& body) {
     return frontend_.handle("POST", target, body);
   }
+  // The values derived from the first reading of `body`.
+  cairnjson::Value derivedFirst(const std::string& body) {
+    const HostResponse response = post("/colour/derive", body);
+    EXPECT_EQ(response.status, 200) << response.body;
+    return parsed(response.body)["value"]["derived"][0ul];
+  }
 
   quilbyhost::HostThread thread_;
   quilbyhost::Frontend frontend_{thread_, nullptr, ""};
@@ -62,13 +68,12 @@ TEST_F(ColourRoutesTest, DeriveAnswersOneObjectPerReadingInOrder) {
 }
 
 TEST_F(ColourRoutesTest, DeriveLeavesOutWhatNeedsAWhiteOrAReference) {
-  const cairnjson::Value alone =
-      parsed(post("/colour/derive", R"({"readings": [[50, 52, 60]]})").body)["value"]["derived"][0ul];
+  const cairnjson::Value alone = derivedFirst(R"({"readings": [[50, 52, 60]]})");
   for (const char* member : {"Lab", "deltaE2000", "deltaUV"}) {
     EXPECT_TRUE(alone.contains(member) && alone[member].isNull()) << member;
   }
-  const cairnjson::Value referenced = parsed(post("/colour/derive",
-      R"({"readings": [[50, 52, 60]], "reference": [50, 52, 61]})").body)["value"]["derived"][0ul];
+  const cairnjson::Value referenced =
+      derivedFirst(R"({"readings": [[50, 52, 60]], "reference": [50, 52, 61]})");
   EXPECT_TRUE(referenced["deltaE2000"].isNull());
   EXPECT_GT(referenced["deltaUV"].toDouble(0), 0);
 }
@@ -83,9 +88,8 @@ TEST_F(ColourRoutesTest, TakesReadingsAsTheSensorAnswersThem) {
   ASSERT_EQ(objects.status, 200) << objects.body;
   EXPECT_EQ(objects.body, arrays.body);
   // A reading of a saturated red may dip just below zero in Z: it still has a chromaticity.
-  const HostResponse red = post("/colour/derive", R"({"readings": [[41.2, 21.3, -0.0007]]})");
-  ASSERT_EQ(red.status, 200) << red.body;
-  EXPECT_NEAR(parsed(red.body)["value"]["derived"][0ul]["xy"][0ul].toDouble(0), 0.6592, 1e-4);
+  EXPECT_NEAR(derivedFirst(R"({"readings": [[41.2, 21.3, -0.0007]]})")["xy"][0ul].toDouble(0),
+              0.6592, 1e-4);
 }
 
 TEST_F(ColourRoutesTest, RefusesMalformedBodiesNamingTheProblem) {
@@ -149,7 +153,7 @@ TEST_F(ColourRoutesTest, ExportAnswersTheFileItself) {
   EXPECT_EQ(csv.contentType, "text/csv; charset=utf-8");
   EXPECT_EQ(csv.headers, (std::vector<std::pair<std::string, std::string>>{
                              {"Content-Disposition", "attachment; filename=\"quilby-readings.csv\""}}));
-  // The file itself is export_test.cpp's; here it comes with the white's L*a*b*.
+  // The file itself is colour_test.cpp's; here it comes with the white's L*a*b*.
   EXPECT_NE(csv.body.find(",L*,a*,b*\r\n"), std::string::npos) << csv.body;
   const HostResponse cgats = post("/colour/export?format=cgats", body);
   ASSERT_EQ(cgats.status, 200) << cgats.body;

@@ -25,6 +25,11 @@ extern char** environ;
 
 namespace quilby_test {
 
+inline std::string fileText(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
 class HostProgram {
  public:
   HostProgram(std::vector<std::string> arguments, const std::filesystem::path& directory,
@@ -97,10 +102,7 @@ class HostProgram {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   void signal(int number) { kill(pid_, number); }
-  std::string errors() const {
-    std::ifstream file(errors_, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-  }
+  std::string errors() const { return fileText(errors_); }
 
  private:
   // False at the end of the output, or when nothing came for 20 s.

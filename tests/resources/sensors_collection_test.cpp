@@ -132,75 +132,71 @@ TEST_F(SensorsCollectionTest, ControlPanelOpensOrReportsTheLibrarysFailure) {
 
 class SensorOpeningTest : public RegistryTest {};
 
-TEST_F(SensorOpeningTest, OpeningRegistersTheNewHandleUnderAFreshLowerCaseUUID) {
-  struct Row {
-    const char *resource, *parameters, *loggedURI, *openFunction, *openArguments;
-  };
-  const Row rows[] = {
-      {"DeviceID", R"({"deviceID":33})", "Sensors/33", "MDOpen", "[33]"},
-      {"DeviceID", R"({"deviceID":"48"})", "Sensors/48", "MDOpen", "[48]"},
-      // Stream extraction: leading blanks skipped, reading stops at the first non-digit; the low
-      // 32 bits of the number are the device id.
-      {"DeviceID", R"({"deviceID":" 82abc"})", "Sensors/ 82abc", "MDOpen", "[82]"},
-      {"DeviceID", R"({"deviceID":4294967329})", "Sensors/4294967329", "MDOpen", "[33]"},
-      {"Monitors", R"({"serial":"QM7A0451","product":"QM-27-Studio-Lab"})",
-       "Monitors/QM7A0451/QM-27-Studio-Lab/Sensor", "MDOpenWithHIDHandle", R"(["hid:0x1001"])"},
-      {"IndividualID", R"({"individualID":"54887620458597674"})",
-       "Sensors/Individual/54887620458597674", "MDOpenWithIndividualID", R"(["00c3000000004d2a"])"},
-      {"IndividualID", R"({"individualID":271582289})", "Sensors/Individual/271582289",
-       "MDOpenWithIndividualID", R"(["0000000010300451"])"},
-  };
-  for (const Row& row : rows) {
-    clearJournal();
-    const Reply reply = call(row.resource, "POST", row.parameters);
-    const std::string id = reply.value.toString("");
-    EXPECT_TRUE(std::regex_match(id, std::regex("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}")))
-        << reply.status << " " << reply.envelope;
-    EXPECT_EQ(loggedURI(), std::string("/quilby/") + row.loggedURI);
-    const auto opens = calls(row.openFunction);
-    ASSERT_EQ(opens.size(), 1u) << row.parameters;
-    EXPECT_EQ(compact(opens[0]["arguments"]), row.openArguments);
-    EXPECT_EQ(journalForm(handleOf(id)), opens[0]["handle"].toString(""));
-    EXPECT_EQ(answer("Sensors", "GET"), ok(jsonStrings({id})));
-    EXPECT_EQ(answer("Sensors", "DELETE"), ok("null"));
-  }
-}
-
-TEST_F(SensorOpeningTest, FailedOpeningAnswersTheErrorAndRegistersNothing) {
+// An opening answers a fresh lower-case UUID under which the handle of its one open call is
+// registered, or its refusal or failure, and then nothing is registered.
+TEST_F(SensorOpeningTest, OpeningRegistersTheNewHandleUnderAFreshUUIDOrAnswersWhyNot) {
   const struct {
     const char *resource, *parameters, *loggedURI;
-    std::string answer;
+    std::string answer;   // "" for a sensor opened by `opened`
+    const char* opened;   // the open function and its arguments
   } rows[] = {
+      {"DeviceID", R"({"deviceID":33})", "Sensors/33", "", "MDOpen [33]"},
+      {"DeviceID", R"({"deviceID":"48"})", "Sensors/48", "", "MDOpen [48]"},
+      // Stream extraction: leading blanks skipped, reading stops at the first non-digit; the low
+      // 32 bits of the number are the device id.
+      {"DeviceID", R"({"deviceID":" 82abc"})", "Sensors/ 82abc", "", "MDOpen [82]"},
+      {"DeviceID", R"({"deviceID":4294967329})", "Sensors/4294967329", "", "MDOpen [33]"},
+      {"Monitors", R"({"serial":"QM7A0451","product":"QM-27-Studio-Lab"})",
+       "Monitors/QM7A0451/QM-27-Studio-Lab/Sensor", "", R"(MDOpenWithHIDHandle ["hid:0x1001"])"},
+      {"IndividualID", R"({"individualID":"54887620458597674"})",
+       "Sensors/Individual/54887620458597674", "",
+       R"(MDOpenWithIndividualID ["00c3000000004d2a"])"},
+      {"IndividualID", R"({"individualID":271582289})", "Sensors/Individual/271582289", "",
+       R"(MDOpenWithIndividualID ["0000000010300451"])"},
       // The URI is checked before the library is asked.
-      {"DeviceID", "", "Sensors/", kInvalidURI},
-      {"DeviceID", R"({"deviceID":[33]})", "Sensors/", kInvalidURI},
-      {"IndividualID", R"({"id":"1"})", "Sensors/Individual/", kInvalidURI},
-      {"Monitors", R"({"serial":"QM7A0451"})", "Monitors/QM7A0451//Sensor", kInvalidURI},
+      {"DeviceID", "", "Sensors/", kInvalidURI, ""},
+      {"DeviceID", R"({"deviceID":[33]})", "Sensors/", kInvalidURI, ""},
+      {"IndividualID", R"({"id":"1"})", "Sensors/Individual/", kInvalidURI, ""},
+      {"Monitors", R"({"serial":"QM7A0451"})", "Monitors/QM7A0451//Sensor", kInvalidURI, ""},
       {"Monitors", R"({"serial":"","product":"QM-27-Studio-Lab"})",
-       "Monitors//QM-27-Studio-Lab/Sensor", kInvalidURI},
-      // The next open fails with "Timed out." (injected below).
+       "Monitors//QM-27-Studio-Lab/Sensor", kInvalidURI, ""},
+      // An open made to fail with "Timed out.".
       {"DeviceID", R"({"deviceID":"33"})", "Sensors/33",
-       emError(0x80000013, "Timed out.", "Open sensor.")},
+       emError(0x80000013, "Timed out.", "Open sensor."), ""},
       {"Monitors", R"({"serial":"NOPE","product":"QM-27-Studio-Lab"})",
        "Monitors/NOPE/QM-27-Studio-Lab/Sensor",
-       emError(0x80010001, "Monitor connection error.", "Get HID handle.")},
+       emError(0x80010001, "Monitor connection error.", "Get HID handle."), ""},
       // "Unknown." (a monitor without HID handle) passes the check; opening without a HID handle
       // then fails.
       {"Monitors", R"({"serial":"QM7B0912","product":"QM-27-Studio-Lab"})",
        "Monitors/QM7B0912/QM-27-Studio-Lab/Sensor",
-       emError(0x80000001, "Invalid argument.", "Open sensor with HID handle.")},
+       emError(0x80000001, "Invalid argument.", "Open sensor with HID handle."), ""},
       {"IndividualID", R"({"individualID":"12"})", "Sensors/Individual/12",
-       emError(0x80010002, "Sensor connection error.", "Open sensor with individual id.")},
+       emError(0x80010002, "Sensor connection error.", "Open sensor with individual id."), ""},
   };
   for (const auto& row : rows) {
     clearJournal();
-    QuilbySimFailNext("MDOpen", 1, EMERR_TIMED_OUT);
-    EXPECT_EQ(answer(row.resource, "POST", row.parameters), row.answer);
-    EXPECT_EQ(loggedURI(), std::string("/quilby/") + row.loggedURI);
-    if (row.answer == kInvalidURI) {
-      EXPECT_TRUE(deviceCalls().empty()) << row.parameters;
+    if (row.answer.find("Timed out.") != std::string::npos) {
+      QuilbySimFailNext("MDOpen", 1, EMERR_TIMED_OUT);
     }
-    EXPECT_EQ(answer("Sensors", "GET"), ok("[]"));
+    const Reply reply = call(row.resource, "POST", row.parameters);
+    EXPECT_EQ(loggedURI(), std::string("/quilby/") + row.loggedURI);
+    if (!row.answer.empty()) {
+      EXPECT_EQ(std::to_string(reply.status) + " " + reply.envelope, row.answer);
+      EXPECT_TRUE(row.answer != kInvalidURI || deviceCalls().empty()) << row.parameters;
+      EXPECT_EQ(answer("Sensors", "GET"), ok("[]"));
+      continue;
+    }
+    const std::string id = reply.value.toString("");
+    EXPECT_TRUE(std::regex_match(id, std::regex("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}")))
+        << reply.status << " " << reply.envelope;
+    const std::string opened = row.opened;
+    const auto opens = calls(opened.substr(0, opened.find(' ')));
+    ASSERT_EQ(opens.size(), 1u) << row.parameters;
+    EXPECT_EQ(compact(opens[0]["arguments"]), opened.substr(opened.find(' ') + 1));
+    EXPECT_EQ(journalForm(handleOf(id)), opens[0]["handle"].toString(""));
+    EXPECT_EQ(answer("Sensors", "GET"), ok(jsonStrings({id})));
+    EXPECT_EQ(answer("Sensors", "DELETE"), ok("null"));
   }
 }
 
