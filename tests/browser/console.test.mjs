@@ -5,7 +5,6 @@
 
 import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
-import { createServer } from 'node:http';
 import { after, before, describe, test } from 'node:test';
 
 import { hintFor, LIBRARY_STATUSES } from '../../host/web/js/hints.js';
@@ -698,27 +697,4 @@ describe('every state in the dark scheme and on a small screen', () => {
       }
     });
   }
-});
-
-describe('who may drive the sensors', () => {
-  test('a page of another origin cannot open a sensor', async () => {
-    const opened = async () => (await call('GET', '/Sensors')).length;
-    const count = await opened();
-    const target = `${host.base}Monitors/QM7A0451/QM-27-Studio-Lab/Sensor`;
-    const site = createServer((request, response) => {
-      response.setHeader('Content-Type', 'text/html');
-      response.end(`<script>fetch(${JSON.stringify(target)}, {method: 'POST', mode: 'no-cors'})
-        .finally(() => { document.title = 'sent'; });</script>`);
-    });
-    await new Promise((resolve) => site.listen(0, '127.0.0.1', resolve));
-    const stranger = await browser.context.newPage();
-    try {
-      await stranger.goto(`http://127.0.0.1:${site.address().port}/`);
-      await stranger.waitForFunction(() => document.title === 'sent');
-    } finally {
-      await stranger.close();
-      site.close();
-    }
-    assert.equal(await opened(), count, 'a page of another origin opened a sensor');
-  });
 });

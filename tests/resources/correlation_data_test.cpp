@@ -13,19 +13,6 @@ using namespace correlation_test;
 
 class CorrelationDataTest : public CorrelationTest {
  protected:
-  // The colour-sensor calls other than the data index selection.
-  std::vector<std::string> recordCalls() const {
-    std::vector<std::string> names;
-    const cairnjson::Value entries = journal();
-    for (const cairnjson::Value& entry : entries.elements()) {
-      const std::string& name = entry["function"].stringRef();
-      if (name.starts_with("CSSG2H_") && name.find("DataIndex") == std::string::npos) {
-        names.push_back(name);
-      }
-    }
-    return names;
-  }
-
   // Whether the database's entry `id` matches the sensor's own record, as Get with the id says.
   long long matchesSensor(const std::string& sensor, const char* id) {
     return call("SensorCorrelationDatabase", "GET", sensor, R"({"id":)" + std::string(id) + "}")
@@ -48,7 +35,8 @@ TEST_F(CorrelationDataTest, GetAnswersTheRecordsOfTheUserDataSetInsideTheSection
             R"({"ambientTemperature":24.5,"blue":{"tone":1},"dimmerOut":1023,)"
             R"("green":{"tone":1},"red":{"tone":1},"setTemperature":25})");
   EXPECT_EQ(calls("CSSG2H_SetColorSensorDataIndex")[0]["arguments"][1ul].toInt(-1), 3);
-  EXPECT_EQ(recordCalls().size(), 8u);  // seven records and the luminance-level question
+  // The user set chosen, then seven records and the luminance-level question.
+  EXPECT_EQ(deviceCalls("CSSG2H_").size(), 9u);
   expectSectionsKept();
 
   const Reply lacking = call("SensorCorrelationData", "GET", sensor("office"));
@@ -65,8 +53,9 @@ TEST_F(CorrelationDataTest, PutWritesOnlyTheNamedRecords) {
   EXPECT_EQ(answer("SensorCorrelationData", "PUT", arm, "",
                    R"({"calibrationData":)" + calibration + R"(,"referenceTone":)" + tone + "}"),
             ok("null"));
-  EXPECT_EQ(recordCalls(), (std::vector<std::string>{"CSSG2H_SetColorSensorCalibData",
-                                                     "CSSG2H_R2XCSetRefToneParam"}));
+  EXPECT_EQ(deviceCalls("CSSG2H_"),
+            (std::vector<std::string>{"CSSG2H_SetColorSensorDataIndex",
+                                      "CSSG2H_SetColorSensorCalibData", "CSSG2H_R2XCSetRefToneParam"}));
   expectSectionsKept();
   const Reply reply = call("SensorCorrelationData", "GET", arm);
   EXPECT_EQ(reply.value["calibrationData"]["calibration"]["a"],
@@ -79,9 +68,10 @@ TEST_F(CorrelationDataTest, PutWritesOnlyTheNamedRecords) {
   EXPECT_EQ(answer("SensorCorrelationData", "PUT", arm, R"({"send":false})",
                    R"({"calibrationData":{},"correctionData":{},"reference":{}})"),
             ok("null"));
-  EXPECT_EQ(recordCalls(), (std::vector<std::string>{"CSSG2H_SendColorSensorCalibData",
-                                                     "CSSG2H_SendColorSensorCorrectionData",
-                                                     "CSSG2H_R2XCSetRefParam"}));
+  EXPECT_EQ(deviceCalls("CSSG2H_"),
+            (std::vector<std::string>{
+                "CSSG2H_SetColorSensorDataIndex", "CSSG2H_SendColorSensorCalibData",
+                "CSSG2H_SendColorSensorCorrectionData", "CSSG2H_R2XCSetRefParam"}));
 }
 
 TEST_F(CorrelationDataTest, DataFailuresNameTheirStepAndLeaveTheSection) {

@@ -142,13 +142,14 @@ class RegistryTest : public PluginTest {
     return handles;
   }
 
-  // The names of the journaled calls other than the plug-in's logging, in order.
-  std::vector<std::string> deviceCalls() const {
+  // The names of the journaled calls other than the plug-in's logging, in order; with `prefix`,
+  // only those it starts.
+  std::vector<std::string> deviceCalls(const std::string& prefix = "") const {
     std::vector<std::string> names;
     const cairnjson::Value entries = journal();
     for (const cairnjson::Value& entry : entries.elements()) {
       const std::string& name = entry["function"].stringRef();
-      if (name.rfind("mirelto_", 0) != 0) names.push_back(name);
+      if (name.rfind("mirelto_", 0) != 0 && name.rfind(prefix, 0) == 0) names.push_back(name);
     }
     return names;
   }
