@@ -5,6 +5,7 @@
 
 #include "plugin_host.h"
 #include "support/json_helpers.h"
+#include "support/row_names.h"
 
 #include <gtest/gtest.h>
 
@@ -93,7 +94,8 @@ INSTANTIATE_TEST_SUITE_P(
                     MethodCase{R"({"method":null})", "GET"}, MethodCase{R"({})", "GET"},
                     MethodCase{R"(["PUT"])", "GET"}, MethodCase{"not json", "GET"},
                     MethodCase{"", "GET"}, MethodCase{"\xEF\xBB\xBF{\"method\":\"put\"}", "PUT"},
-                    MethodCase{R"({"method":"put"} trailing)", "PUT"}));
+                    MethodCase{R"({"method":"put"} trailing)", "PUT"}),
+    [](const auto& info) { return quilby_test::rowName(info.index, info.param.request); });
 
 TEST(DispatchTest, RefusesMethodsAResourceDoesNotImplement) {
   for (const char* method : {"GET", "PUT", "POST", "DELETE"}) {
