@@ -86,12 +86,15 @@ test-package: package
 	tests/install/package_test.sh build
 
 # Only the stress test and what it loads (the plug-in and the simulated libraries, its
-# dependencies) are built with ThreadSanitizer; the first report fails the run.
+# dependencies) are built with ThreadSanitizer; the first report fails the run. As under ctest, the
+# plug-in's request log goes to build-tsan/test-logs/, emptied first.
 test-tsan:
 	@scripts/install-deps test
 	$(CONFIGURE) -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILBY_SANITIZER=thread
 	cmake --build build-tsan -j $(JOBS) --target registry_stress_tests
-	TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/device/registry_stress_tests
+	rm -rf build-tsan/test-logs && mkdir build-tsan/test-logs
+	QUILBY_LOG=$(CURDIR)/build-tsan/test-logs/registry_stress_tests.log TSAN_OPTIONS=halt_on_error=1 \
+	  build-tsan/tests/device/registry_stress_tests
 
 # The locking discipline of the plug-in's shared structures, proven by clang at compile time.
 test-thread-safety:
