@@ -27,7 +27,8 @@ JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
 DEMO_FLAGS ?=
 MUTATE_FLAGS ?=
-CONFIGURE = cmake -S . -G Ninja -Wno-dev
+# Without cmake's status lines (compiler checks, packages found); warnings and errors still show.
+CONFIGURE = cmake -S . -G Ninja -Wno-dev --log-level=NOTICE
 
 # Sanitizer runs halt on the first report.
 export ASAN_OPTIONS ?= halt_on_error=1:abort_on_error=1:detect_leaks=1
@@ -104,14 +105,15 @@ test-thread-safety:
 	cmake --build build-clang -j $(JOBS) --target quilby
 
 # The console in Chromium: Playwright (tests/browser/package-lock.json) drives Debian's chromium
-# against build/quilby-host on a free loopback port; the screenshots go to build/browser/.
+# against build/quilby-host on a free loopback port; the screenshots go to build/browser/. One line
+# a test (node's spec reporter), a failure's details at the end; npm speaks only of errors.
 test-browser:
 	@scripts/install-deps test browser
 	$(CONFIGURE) -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 	cmake --build build -j $(JOBS) --target quilby-host
-	cd tests/browser && npm ci --no-audit --no-fund
+	cd tests/browser && npm ci --no-audit --no-fund --loglevel=error
 	cd tests/browser && QUILBY_HOST=$(CURDIR)/build/quilby-host \
-	  QUILBY_SCREENSHOTS=$(CURDIR)/build/browser node --test console.test.mjs
+	  QUILBY_SCREENSHOTS=$(CURDIR)/build/browser node --test --test-reporter=spec console.test.mjs
 
 # The JSON library against others, then requests through the plug-in against the same device calls
 # made directly, then the plug-in's own instructions per request (deterministic, from callgrind).
