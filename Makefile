@@ -53,13 +53,13 @@ test-normal:
 	@scripts/install-deps test
 	$(CONFIGURE) -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 	cmake --build build -j $(JOBS)
-	ctest --test-dir build --output-on-failure -j $(JOBS)
+	scripts/run-tests build $(JOBS)
 
 test-asan:
 	@scripts/install-deps test
 	$(CONFIGURE) -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILBY_SANITIZER=address-undefined
 	cmake --build build-asan -j $(JOBS)
-	ctest --test-dir build-asan --output-on-failure -j $(JOBS)
+	scripts/run-tests build-asan $(JOBS)
 
 # The 45 exported functions are the contract with host applications: any change of their ABI
 # fails here with abidiff's report until the baseline is updated on purpose (make abi-baseline).
