@@ -30,6 +30,9 @@ MUTATE_FLAGS ?=
 # Without cmake's status lines (compiler checks, packages found); warnings and errors still show.
 CONFIGURE = cmake -S . -G Ninja -Wno-dev --log-level=NOTICE
 
+# The test stages build with Ninja's --quiet: no progress line per file, but every warning, error
+# and failed command as usual.
+
 # Sanitizer runs halt on the first report.
 export ASAN_OPTIONS ?= halt_on_error=1:abort_on_error=1:detect_leaks=1
 export UBSAN_OPTIONS ?= halt_on_error=1:print_stacktrace=1
@@ -52,13 +55,13 @@ test: test-normal test-abi test-package test-asan
 test-normal:
 	@scripts/install-deps test
 	$(CONFIGURE) -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
-	cmake --build build -j $(JOBS)
+	cmake --build build -j $(JOBS) -- --quiet
 	scripts/run-tests build $(JOBS)
 
 test-asan:
 	@scripts/install-deps test
 	$(CONFIGURE) -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILBY_SANITIZER=address-undefined
-	cmake --build build-asan -j $(JOBS)
+	cmake --build build-asan -j $(JOBS) -- --quiet
 	scripts/run-tests build-asan $(JOBS)
 
 # The 45 exported functions are the contract with host applications: any change of their ABI
@@ -66,7 +69,7 @@ test-asan:
 test-abi:
 	@scripts/install-deps test abi
 	$(CONFIGURE) -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
-	cmake --build build -j $(JOBS) --target quilby
+	cmake --build build -j $(JOBS) --target quilby -- --quiet
 	scripts/check-abi build
 
 abi-baseline:
@@ -79,7 +82,7 @@ abi-baseline:
 package:
 	@scripts/install-deps build package
 	$(CONFIGURE) -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
-	cmake --build build -j $(JOBS)
+	cmake --build build -j $(JOBS) -- --quiet
 	rm -rf build/packages
 	cd build && cpack -G DEB
 
@@ -92,7 +95,7 @@ test-package: package
 test-tsan:
 	@scripts/install-deps test
 	$(CONFIGURE) -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILBY_SANITIZER=thread
-	cmake --build build-tsan -j $(JOBS) --target registry_stress_tests
+	cmake --build build-tsan -j $(JOBS) --target registry_stress_tests -- --quiet
 	rm -rf build-tsan/test-logs && mkdir build-tsan/test-logs
 	QUILBY_LOG=$(CURDIR)/build-tsan/test-logs/registry_stress_tests.log TSAN_OPTIONS=halt_on_error=1 \
 	  build-tsan/tests/device/registry_stress_tests
@@ -102,7 +105,7 @@ test-thread-safety:
 	@scripts/install-deps test
 	$(CONFIGURE) -B build-clang -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
 	  -DCMAKE_CXX_COMPILER=clang++ -DQUILBY_THREAD_SAFETY_ANALYSIS=ON -DQUILBY_BUILD_TESTS=OFF
-	cmake --build build-clang -j $(JOBS) --target quilby
+	cmake --build build-clang -j $(JOBS) --target quilby -- --quiet
 
 # The console in Chromium: Playwright (tests/browser/package-lock.json) drives Debian's chromium
 # against build/quilby-host on a free loopback port; the screenshots go to build/browser/. One line
@@ -110,7 +113,7 @@ test-thread-safety:
 test-browser:
 	@scripts/install-deps test browser
 	$(CONFIGURE) -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
-	cmake --build build -j $(JOBS) --target quilby-host
+	cmake --build build -j $(JOBS) --target quilby-host -- --quiet
 	cd tests/browser && npm ci --no-audit --no-fund --loglevel=error
 	cd tests/browser && QUILBY_HOST=$(CURDIR)/build/quilby-host \
 	  QUILBY_SCREENSHOTS=$(CURDIR)/build/browser node --test --test-reporter=spec console.test.mjs
