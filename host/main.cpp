@@ -4,6 +4,7 @@
 #include "frontend.h"
 #include "host_thread.h"
 #include "http_server.h"
+#include "install_layout.h"
 #include "line_editor.h"
 #include "measure.h"
 #include "options.h"
@@ -138,7 +139,8 @@ int measure(Frontend& frontend, bool simulator, const HostOptions& options,
 }  // namespace
 
 int main(int argc, char** argv) {
-  const OptionDefaults defaults{QUILBY_HOST_EXPORTS_DIR, QUILBY_HOST_CONSOLE_DIR};
+  const OptionDefaults defaults = defaultLocations(
+      executableDirectory(), {QUILBY_HOST_INSTALLED_EXPORTS_DIR, QUILBY_HOST_INSTALLED_CONSOLE_DIR});
   HostOptions options;
   std::string error;
   if (!parseOptions(std::vector<std::string>(argv + 1, argv + argc), defaults, options, error)) {

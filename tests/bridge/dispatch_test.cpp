@@ -8,6 +8,7 @@
 #include "plugin_host.h"
 #include "quilby_sim/control.h"
 #include "support/json_helpers.h"
+#include "support/row_names.h"
 #include "support/world.h"
 
 #include <gtest/gtest.h>
@@ -102,7 +103,8 @@ INSTANTIATE_TEST_SUITE_P(
                     MethodCase{R"({"method":null})", "GET"}, MethodCase{R"({})", "GET"},
                     MethodCase{R"(["PUT"])", "GET"}, MethodCase{"not json", "GET"},
                     MethodCase{"", "GET"}, MethodCase{"\xEF\xBB\xBF{\"method\":\"put\"}", "PUT"},
-                    MethodCase{R"({"method":"put"} trailing)", "PUT"}));
+                    MethodCase{R"({"method":"put"} trailing)", "PUT"}),
+    [](const auto& info) { return quilby_test::rowName(info.index, info.param.request); });
 
 TEST(DispatchTest, BodiesThatAreNotJsonArriveAsText) {
   EXPECT_EQ(quilby_test::compact(echoed("", "abc")["data"]), R"("abc")");

@@ -1,6 +1,7 @@
 #include "json/parser.h"
 
 #include "support/json_helpers.h"
+#include "support/row_names.h"
 #include "support/small_stack.h"
 
 #include <gtest/gtest.h>
@@ -177,7 +178,8 @@ INSTANTIATE_TEST_SUITE_P(
                     NumberCase{"4.9406564584124654e-324", Type::Double, 0, 4.9406564584124654e-324},
                     NumberCase{"1e00000000000000000000000", Type::Integer, 1, 0},
                     NumberCase{"1e18446744073709551616", Type::Double, 0, HUGE_VAL},
-                    NumberCase{"0.1", Type::Double, 0, 0.1}));
+                    NumberCase{"0.1", Type::Double, 0, 0.1}),
+    [](const auto& info) { return quilby_test::rowName(info.index, info.param.text); });
 
 TEST(ParserTest, DoublesAreCorrectlyRoundedLikeStrtod) {
   std::mt19937_64 random(20261121);

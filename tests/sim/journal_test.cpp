@@ -151,6 +151,7 @@ class LoggingTest : public SimTest {};
 TEST_F(LoggingTest, WritesTabSeparatedLinesToQuilbyLogElseToStandardError) {
   void* logger = mirelto_get_logger();
   ASSERT_NE(logger, nullptr);
+  unsetenv("QUILBY_LOG");  // ctest sends the log of every test to a file
   testing::internal::CaptureStderr();
   mirelto_log(logger, "Quilby", 3, "Launch mdsubprocess.");
   const std::string written = testing::internal::GetCapturedStderr();
