@@ -13,13 +13,10 @@ using namespace correlation_test;
 // ---- Corrections --------------------------------------------------------------------------------
 
 TEST_F(CorrelationTest, ListsTheCorrectionsOfTheSensorsMonitor) {
+  const std::string monitor = R"("monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)";
   EXPECT_EQ(answer("SensorCorrelation", "GET", sensor("studio"), R"({"available":false})"),
-            "200 "
-            R"({"error":null,"value":[)"
-            R"({"id":1,"monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
-            R"("referenceSensor":{"deviceID":48,"serial":"QS20-240117"}},)"
-            R"({"id":2,"monitor":{"product":"QM-27-Studio-Lab","serial":"QM7A0451"},)"
-            R"("referenceSensor":{"deviceID":82,"serial":"QS30-980007"}}]})");
+            ok(R"([{"id":1,)" + monitor + kReference.substr(1) + R"(},{"id":2,)" + monitor +
+               R"("referenceSensor":{"deviceID":82,"serial":"QS30-980007"}}])"));
   // Index by index until the library says there is no more.
   EXPECT_EQ(calls("MDEnumCorrelationCorrection").size(), 3u);
 }

@@ -141,7 +141,6 @@ TEST_F(SensorOpeningTest, OpeningRegistersTheNewHandleUnderAFreshUUIDOrAnswersWh
     const char* opened;   // the open function and its arguments
   } rows[] = {
       {"DeviceID", R"({"deviceID":33})", "Sensors/33", "", "MDOpen [33]"},
-      {"DeviceID", R"({"deviceID":"48"})", "Sensors/48", "", "MDOpen [48]"},
       // Stream extraction: leading blanks skipped, reading stops at the first non-digit; the low
       // 32 bits of the number are the device id.
       {"DeviceID", R"({"deviceID":" 82abc"})", "Sensors/ 82abc", "", "MDOpen [82]"},
