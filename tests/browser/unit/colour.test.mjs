@@ -24,9 +24,8 @@ function insideLocus({ x, y }) {
   return inside;
 }
 
-test('a reading has a chromaticity; black and what is no reading have none', () => {
-  const xy = chromaticity({ X: 95.047, Y: 100, Z: 108.883 });
-  assert.ok(near(xy.x, 0.3127, 1e-4) && near(xy.y, 0.329, 1e-4), show(xy));
+// A reading's chromaticity is the console test's (the D65 white read as x 0.3127).
+test('black and what is no reading have no chromaticity', () => {
   for (const reading of [{ X: 0, Y: 0, Z: 0 }, { X: -1, Y: 0, Z: 0 }, { X: 1, Y: 1 }, undefined]) {
     assert.equal(chromaticity(reading), null, show(reading));
   }
@@ -79,6 +78,4 @@ test('the plot frame has (0, 0) at the bottom left and draws paths through its p
   assert.equal(pathData(corners, frame), 'M40.00 460.00 L440.00 10.00');
   assert.equal(pathData(corners.slice(0, 1), frame, true), 'M40.00 460.00 Z');
   assert.equal(pathData([], frame, true), '');
-  const back = frame.fromPlot(frame.toPlot({ x: 0.3127, y: 0.329 }));
-  assert.ok(near(back.x, 0.3127, 1e-12) && near(back.y, 0.329, 1e-12), show(back));
 });
