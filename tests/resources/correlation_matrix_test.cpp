@@ -18,8 +18,8 @@ using namespace correlation_test;
 TEST_F(CorrelationTest, ListsTheMatricesOfTheMonitorsProductAndPanelRevision) {
   const std::string reference = kReference.substr(1);  // the QS-20 reference sensor as a member
   EXPECT_EQ(answer("SensorCorrelationMatrix", "GET", sensor("studio"), R"({"available":0})"),
-            ok(R"([{"id":1,)" + reference + R"(},{"id":2,"referenceSensor":{"deviceID":82,)"
-               R"("serial":"QS30-980007"}}])"));
+            ok(R"([{"id":1,)" + reference +
+               R"(},{"id":2,"referenceSensor":{"deviceID":82,"serial":"QS30-980007"}}])"));
   EXPECT_TRUE(calls("EmCtrlLockMonitor").empty()) << "listing takes no lock";
   EXPECT_EQ(answer("SensorCorrelationMatrix", "GET", sensor("office"), R"({"available":0})"),
             ok(R"([{"id":3,)" + reference + "}]"));

@@ -45,13 +45,8 @@ const std::string kNoQuery = badRequest("requires 'available' query.");
 const std::string kNotRegistered =
     emError(0x80000005, "Not registered.", "Apply correlation correction.");
 const std::string kNoId = badRequest("data must have id.");
-const std::string kUnsupported =
-    emError(0x80000007, "Unsupported.", "Clear 9 points correlation correction.");
-const std::string kMatrixNotRegistered =
-    emError(0x80000005, "Not registered.", "Apply correlation matrix.");
 const std::string kApply = "MDApplyCorrelationCorrection ";
 const std::string kClear = "MDClear9PointsCorrelationCorrection";
-const std::string kNoReference = badRequest("data must have referenceSensor.");
 const std::string kBadReference = badRequest("referenceSensor must have deviceID, serial.");
 const char* const kEight =
     R"({"matrix":[[1,2,3],[4,5,6],[7,8,9],[10,11,12],[13,14,15],[16,17,18],[19,20,21],)"
@@ -115,7 +110,8 @@ const Request kTable[] = {
     {"ReleaseFails", "studio", "DELETE Correlation", "",
      injected("Release correlation correction."), "!MDReleaseCorrelationCorrection"},
     {"NinePointsCleared", "studio", "DELETE Correlation/9Points", "", ok("null"), kClear},
-    {"NinePointsOfAFixedSensor", "office", "DELETE Correlation/9Points", "", kUnsupported, kClear},
+    {"NinePointsOfAFixedSensor", "office", "DELETE Correlation/9Points", "",
+     emError(0x80000007, "Unsupported.", "Clear 9 points correlation correction."), kClear},
     // The description: a built-in sensor's user set, each step's failure reported.
     {"FailedPriorityReadEndsBeforeAnyOperation", "studio", "PUT Correlation/Description", "{}",
      injected("Get DUE priority."), "!EmCtrlGetDUEPriority"},
@@ -124,9 +120,7 @@ const Request kTable[] = {
      injected("Get criterion sensor descripction."), "!CSSG2H_GetCriterionSensorDescription"},
     {"DescriptionWriteFails", "studio", "PUT Correlation/Description", "{}",
      injected("Set criterion sensor descripction."), "!CSSG2H_SetCriterionSensorDescription"},
-    {"DescriptionDeleteFails", "studio", "DELETE Correlation/Description", "",
-     injected("Set criterion sensor descripction."), "!CSSG2H_SetCriterionSensorDescription"},
-    // The serial's terminator included.
+    // The serial's terminator included; a write's failure is the Put row's.
     {"DescriptionDeleteWritesAZeroedRecord", "studio", "DELETE Correlation/Description", "",
      ok("null"), "CSSG2H_SetCriterionSensorDescription {}"},
     // Stored matrices: the query is checked before the HID handle; any sensor takes a matrix,
@@ -136,7 +130,8 @@ const Request kTable[] = {
      ""},
     {"MatrixBareInteger", "usb", "PUT CorrelationMatrix", "2", ok("null"),
      "MDApplyCorrelationMatrix 2"},
-    {"MatrixNegativeIsZero", "usb", "PUT CorrelationMatrix", "-3", kMatrixNotRegistered,
+    {"MatrixNegativeIsZero", "usb", "PUT CorrelationMatrix", "-3",
+     emError(0x80000005, "Not registered.", "Apply correlation matrix."),
      "MDApplyCorrelationMatrix 0"},
     {"MatrixObjectWithIdRefused", "usb", "PUT CorrelationMatrix", R"({"id":2})",
      badRequest("data must be number."), ""},
@@ -179,14 +174,12 @@ const Request kTable[] = {
      ""},
     {"RecordsToneCorrectionIsAnObject", "usb", "PUT Correlation/Data",
      R"({"reference":{},"toneCorrection":[1]})", badRequest("toneCorrection must be object."), ""},
-    {"RecordsLuminanceLevelIsAnObject", "usb", "PUT Correlation/Data",
-     R"({"luminanceLevelCorrection":null})", badRequest("luminanceLevelCorrection must be object."),
-     ""},
     {"RecordsNeedAHidHandle", "usb", "GET Correlation/Data", "", kNoHid, ""},
     // The databases: the query and body are judged before the HID handle.
     {"DatabaseIdIsANumber", "usb", R"(GET Correlation/Database?{"id":"abc"})", "",
      badRequest("id must be number."), ""},
-    {"DatabaseNeedsAReference", "usb", "POST Correlation/Database", "", kNoReference, ""},
+    {"DatabaseNeedsAReference", "usb", "POST Correlation/Database", "",
+     badRequest("data must have referenceSensor."), ""},
     {"DatabaseReferenceIdIsANumber", "usb", "POST Correlation/Database",
      R"({"referenceSensor":{"deviceID":"48","serial":"S"}})", kBadReference, ""},
     {"DatabaseReferenceHasASerial", "usb", "POST Correlation/Database",
@@ -197,8 +190,6 @@ const Request kTable[] = {
     {"DatabaseIFSv3EntriesAreUndated", "usb", "POST Correlation/Database",
      kReference + R"(,"kind":"IFSv3","date":"2025-01"})",
      badRequest("date is not supported for IFSv3 data."), ""},
-    {"MatrixDatabaseNeedsAReference", "usb", "POST CorrelationMatrix/Database", "7", kNoReference,
-     ""},
     {"MatrixDatabaseReferenceIdOf32Bits", "usb", "POST CorrelationMatrix/Database",
      R"({"referenceSensor":{"deviceID":4294967296,"serial":"S"}})", kBadReference, ""},
 };
