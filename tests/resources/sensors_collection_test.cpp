@@ -105,8 +105,7 @@ TEST_F(SensorsCollectionTest, DeleteClosesEverySensorAndForgetsItsIdentifier) {
 
 TEST_F(SensorsCollectionTest, NamesOfDeviceIDsComeInTheOrderGiven) {
   const std::pair<const char*, const char*> rows[] = {
-      {R"("48,33")", R"(["QS-20 spectrophotometer","QS-10 colorimeter"])"},
-      {R"(" 82, 4144x")", R"(["QS-30 reference","QM arm sensor"])"},
+      {R"(" 4144, 48x")", R"(["QM arm sensor","QS-20 spectrophotometer"])"},
       // Empty pieces and pieces without a leading number ask for device 0, which has no name.
       {R"("33,,x,")", R"(["QS-10 colorimeter","","",""])"},
       {R"("")", R"([""])"},
