@@ -646,12 +646,11 @@ describe('derived values and export', () => {
     assert.ok(near(Number(first.Y), 100, 1e-6));
     assert.match(first.sensor, /^QM arm sensor \([0-9a-f]{8}\)$/);
     assert.equal(first.mode, 'Display');
+    // The fields are the exporter's (the host's tests); the rows are the console's readings.
     const cgats = harness.parseCgats(await download('#export-cgats'));
-    for (const field of ['SAMPLE_ID', 'XYZ_X', 'XYZ_Y', 'XYZ_Z', 'LAB_L', 'LAB_A', 'LAB_B'])
-      assert.ok(cgats.fields.includes(field), field);
-    assert.equal(cgats.rows.length, 4);
-    assert.ok(near(Number(cgats.rows[1].XYZ_X), 109.85, 1e-3));
-    assert.ok(near(Number(cgats.rows[0].LAB_L), 100, 1e-3));
+    assert.equal(cgats.length, 4);
+    assert.ok(near(Number(cgats[1].XYZ_X), 109.85, 1e-3));
+    assert.ok(near(Number(cgats[0].LAB_L), 100, 1e-3));
   });
 });
 

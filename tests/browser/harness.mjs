@@ -128,15 +128,14 @@ export function inFlight(page, pattern) {
   return counter;
 }
 
-// A minimal reader of the CGATS text the host exports: the data format and the rows.
+// A minimal reader of the CGATS text the host exports: its rows, each by field name.
 export function parseCgats(text) {
   const section = (name) =>
     new RegExp(`^BEGIN_${name}\\s*$([^]*?)^END_${name}\\s*$`, 'm').exec(text)?.[1] ?? '';
   const split = (line) => line.match(/"[^"]*"|\S+/g) ?? [];
   const fields = split(section('DATA_FORMAT'));
-  const rows = section('DATA')
+  return section('DATA')
     .split(/\r?\n/)
     .filter((l) => l.trim())
     .map((l) => Object.fromEntries(split(l).map((v, i) => [fields[i], v.replace(/^"|"$/g, '')])));
-  return { fields, rows };
 }
