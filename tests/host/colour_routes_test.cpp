@@ -65,6 +65,8 @@ TEST_F(ColourRoutesTest, DeriveAnswersOneObjectPerReadingInOrder) {
   EXPECT_TRUE(red["cct"].isNull() && red["duv"].isNull());
   EXPECT_NEAR(red["Lab"][1ul].toDouble(0), 80.09, 0.01);
   EXPECT_GT(red["deltaE2000"].toDouble(0), 40);
+  // Δu'v' is the distance in u'v' (in xy it would be 0.3273).
+  EXPECT_NEAR(red["deltaUV"].toDouble(0), 0.25868, 1e-5);
 }
 
 TEST_F(ColourRoutesTest, DeriveLeavesOutWhatNeedsAWhiteOrAReference) {
@@ -175,7 +177,6 @@ TEST_F(ColourRoutesTest, HostRouteFamiliesAnswerForWhatTheyLack) {
       {"GET", "/colour/derive", 405, "The colour routes take POST only."},
       {"POST", "/colour/nothing", 404, "No colour route POST /colour/nothing."},
       {"POST", "/host/info", 405, "The host routes take GET only."},
-      {"GET", "/host/nothing", 404, "No host route GET /host/nothing."},
       {"GET", "/sim/world", 404, "No simulator is loaded"},
       {"PATCH", "/sim", 404, "No simulator is loaded"},
   };

@@ -71,11 +71,7 @@ TEST(RestRouteTest, MapsMethodPathAndQueryOntoEveryEntryPoint) {
     reached.insert(match.call.entryPoint);
   }
   const std::vector<std::string>& names = quilbyhost::entryPointNames();
-  EXPECT_EQ(names.size(), 34u);
   EXPECT_EQ(reached, std::set<std::string>(names.begin(), names.end()));
-  for (const quilbyhost::RestRoute& route : quilbyhost::restRoutes()) {
-    EXPECT_TRUE(quilbyhost::isEntryPoint(route.entryPoint)) << route.entryPoint;
-  }
 }
 
 // docs/api.md's table of REST routes says what the plug-in's resource list says: every entry point,

@@ -15,42 +15,34 @@
 #include <fstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
 
 TEST(ScriptLineTest, ReadsCapturesSavesAndRequests) {
-  const struct {
-    const char* line;
-    const char* capture;
-    const char* selector;
-    const char* saveTo;
-    const char* method;
-    const char* target;
-    const char* body;
-  } requests[] = {
-      {"GET /Sensors?connected", "", "", "", "GET", "/Sensors?connected", ""},
-      {"  put /Sensors/a/Mode {\"mode\": 1,  \"observerKey\": 0} ", "", "", "", "PUT",
-       "/Sensors/a/Mode", "{\"mode\": 1,  \"observerKey\": 0} "},
-      {"PUT\t/Sensors/a/Arm\ttrue\r", "", "", "", "PUT", "/Sensors/a/Arm", "true"},
-      {"sensor = POST /Sensors/33", "sensor", ".value", "", "POST", "/Sensors/33", ""},
-      {"  y=.value.XYZ.Y get /Sensors/$s/XYZ", "y", ".value.XYZ.Y", "", "GET", "/Sensors/$s/XYZ",
-       ""},
-      {"id_2 = .value.0.deviceID GET /Sensors?connected", "id_2", ".value.0.deviceID", "", "GET",
-       "/Sensors?connected", ""},
-      {"save out.csv POST /colour/export?format=csv {\"readings\": []}", "", "", "out.csv", "POST",
-       "/colour/export?format=csv", "{\"readings\": []}"},
-      {"PUT /Sensors/$s/Mode {\"a\" = 1}", "", "", "", "PUT", "/Sensors/$s/Mode", "{\"a\" = 1}"},
+  using Fields = std::vector<std::string>;  // capture, selector, save-to, method, target, body
+  const std::pair<const char*, Fields> requests[] = {
+      {"GET /Sensors?connected", {"", "", "", "GET", "/Sensors?connected", ""}},
+      {"  put /Sensors/a/Mode {\"mode\": 1,  \"observerKey\": 0} ",
+       {"", "", "", "PUT", "/Sensors/a/Mode", "{\"mode\": 1,  \"observerKey\": 0} "}},
+      {"PUT\t/Sensors/a/Arm\ttrue\r", {"", "", "", "PUT", "/Sensors/a/Arm", "true"}},
+      {"sensor = POST /Sensors/33", {"sensor", ".value", "", "POST", "/Sensors/33", ""}},
+      {"  y=.value.XYZ.Y get /Sensors/$s/XYZ",
+       {"y", ".value.XYZ.Y", "", "GET", "/Sensors/$s/XYZ", ""}},
+      {"id_2 = .value.0.deviceID GET /Sensors?connected",
+       {"id_2", ".value.0.deviceID", "", "GET", "/Sensors?connected", ""}},
+      {"save out.csv POST /colour/export?format=csv {\"readings\": []}",
+       {"", "", "out.csv", "POST", "/colour/export?format=csv", "{\"readings\": []}"}},
+      {"PUT /Sensors/$s/Mode {\"a\" = 1}", {"", "", "", "PUT", "/Sensors/$s/Mode", "{\"a\" = 1}"}},
   };
-  for (const auto& c : requests) {
-    const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(c.line);
-    EXPECT_TRUE(line.isRequest && line.error.empty()) << c.line << ": " << line.error;
-    EXPECT_EQ(line.capture, c.capture) << c.line;
-    EXPECT_EQ(line.selector, c.selector) << c.line;
-    EXPECT_EQ(line.saveTo, c.saveTo) << c.line;
-    EXPECT_EQ(line.method, c.method) << c.line;
-    EXPECT_EQ(line.target, c.target) << c.line;
-    EXPECT_EQ(line.body, c.body) << c.line;
+  for (const auto& [text, want] : requests) {
+    const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(text);
+    EXPECT_TRUE(line.isRequest && line.error.empty()) << text << ": " << line.error;
+    EXPECT_EQ(Fields({line.capture, line.selector, line.saveTo, line.method, line.target,
+                      line.body}),
+              want)
+        << text;
   }
   // Blank lines and comments are skipped; any other line that is no request is malformed.
   for (const char* skipped : {"", "   \t", "# GET /Sensors", "   # indented comment"}) {
