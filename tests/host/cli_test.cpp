@@ -9,7 +9,6 @@
 #include <lcms2.h>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -21,7 +20,6 @@
 #include <regex>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 extern char** environ;
@@ -35,15 +33,14 @@ std::string fileText(const fsys::path& path) {
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-// quilby-host as a child process, as a person or a script runs it: standard input from a file,
-// standard output on a pipe read while it runs, standard error in a file, in a directory of the
-// test's own, with variables added to the environment (a sanitizer's options pass on). A program
-// still running after 20 s is killed and the test fails.
+// quilby-host as a child process, as a person or a script runs it: standard input, output and
+// error in files of a directory of the test's own, with variables added to the environment (a
+// sanitizer's options pass on). A program still running after 20 s is killed and the test fails.
 class HostProgram {
  public:
   HostProgram(std::vector<std::string> arguments, const fsys::path& directory,
               std::vector<std::string> environment = {}, const std::string& input = "")
-      : errors_(directory / "stderr.txt") {
+      : out_(directory / "stdout.txt"), errors_(directory / "stderr.txt") {
     arguments.insert(arguments.begin(), QUILBY_HOST_PROGRAM);
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
@@ -54,45 +51,34 @@ class HostProgram {
     envp.push_back(nullptr);
     const fsys::path in = directory / "stdin.txt";
     std::ofstream(in) << input;
-    int out[2];
-    EXPECT_EQ(pipe(out), 0);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, out[0]);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors_.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    for (const auto& [fd, path] : {std::pair{STDOUT_FILENO, &out_}, {STDERR_FILENO, &errors_}}) {
+      posix_spawn_file_actions_addopen(&actions, fd, path->c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                       0644);
+    }
     posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
     EXPECT_EQ(posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), envp.data()), 0);
     posix_spawn_file_actions_destroy(&actions);
-    close(out[1]);
-    output_ = out[0];
   }
   ~HostProgram() {
     if (pid_ > 0) {
       kill(pid_, SIGKILL);
       waitpid(pid_, nullptr, 0);
     }
-    close(output_);
   }
   HostProgram(const HostProgram&) = delete;
   HostProgram& operator=(const HostProgram&) = delete;
 
-  // The next line of standard output with its newline; "" at its end.
-  std::string line() {
-    while (buffered_.find('\n') == std::string::npos && readMore()) {
+  // The first line of standard output, once there is one (within 20 s).
+  std::string firstLine() const {
+    std::string text = out();
+    for (int tenths = 0; text.find('\n') == std::string::npos && tenths < 200; ++tenths) {
+      usleep(100 * 1000);
+      text = out();
     }
-    const std::size_t end = buffered_.find('\n');
-    const std::string next = buffered_.substr(0, end == std::string::npos ? end : end + 1);
-    buffered_.erase(0, next.size());
-    return next;
-  }
-  // All that standard output still has, up to its end.
-  std::string rest() {
-    while (readMore()) {
-    }
-    return std::exchange(buffered_, "");
+    return text.substr(0, text.find('\n'));
   }
   // The exit status; -1 when it did not exit normally, -2 when it was still running after 20 s.
   int wait() {
@@ -111,24 +97,13 @@ class HostProgram {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   void signal(int number) { kill(pid_, number); }
+  std::string out() const { return fileText(out_); }
   std::string errors() const { return fileText(errors_); }
 
  private:
-  // False at the end of the output, or when nothing came for 20 s.
-  bool readMore() {
-    pollfd watch = {output_, POLLIN, 0};
-    char bytes[65536];
-    const ssize_t count = poll(&watch, 1, 20000) > 0 ? read(output_, bytes, sizeof bytes) : 0;
-    if (count > 0) buffered_.append(bytes, static_cast<std::size_t>(count));
-    return count > 0;
-  }
-
-  fsys::path errors_;
+  fsys::path out_, errors_;
   pid_t pid_ = -1;
-  int output_ = -1;
-  std::string buffered_;
 };
-
 
 std::vector<std::string> linesOf(const std::string& text) {
   std::vector<std::string> lines;
@@ -153,9 +128,8 @@ class CliTest : public testing::Test {
   Finished run(std::vector<std::string> arguments, const std::string& input = "",
                const std::vector<std::string>& environment = {}) {
     HostProgram program(std::move(arguments), scratch_, environment, input);
-    std::string out = program.rest();
     const int status = program.wait();
-    return {status, out, program.errors()};
+    return {status, program.out(), program.errors()};
   }
 
   fsys::path write(const std::string& name, const std::string& text) {
@@ -169,7 +143,7 @@ class CliTest : public testing::Test {
     Serving(std::vector<std::string> arguments, const fsys::path& directory, const fsys::path& mark)
         : HostProgram(arguments, directory, {"QUILBY_ECHO_TEARDOWN_MARK=" + mark.string()}) {
       const std::string prefix = "quilby-host: console at http://127.0.0.1:";
-      const std::string first = line();
+      const std::string first = firstLine();
       port = first.rfind(prefix, 0) == 0 ? std::stoi(first.substr(prefix.size())) : 0;
     }
     int port = 0;

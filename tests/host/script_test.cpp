@@ -12,9 +12,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -194,10 +194,8 @@ TEST_F(ScriptRunnerTest, SavesAnAnswerToAFile) {
       settings);
   EXPECT_EQ(outcome.succeeded, 1);
   EXPECT_EQ(outcome.failures, 2);
-  std::ifstream saved(file, std::ios::binary);
-  std::string header;
-  std::getline(saved, header);
-  EXPECT_EQ(header, "time,sensor,mode,corrected,X,Y,Z,x,y,u',v',CCT,Duv\r");
+  // What a saved file holds is read back in cli_test.cpp's documented script.
+  EXPECT_TRUE(std::filesystem::exists(file));
   const std::string out = out_.written();
   EXPECT_EQ(out.rfind("200 saved " + file.string() + " (", 0), 0u) << out;
   EXPECT_NE(out.find("\n400 {\"error\""), std::string::npos) << "a refusal is printed, not saved";
@@ -362,13 +360,11 @@ TEST(OptionsTest, MeasureReadsItsSensorAndReadings) {
   EXPECT_EQ(measure.monitorSerial, "QM7A0451");
   EXPECT_EQ(measure.monitorProduct, "QM-27-Studio-Lab");
   EXPECT_EQ(measure.count, 5);
-  ASSERT_EQ(measure.colours.size(), 4u);
-  EXPECT_EQ(measure.colours[1].name, "red");
-  EXPECT_EQ(measure.colours[1].red, 1);
-  EXPECT_EQ(measure.colours[1].green, 0);
-  EXPECT_EQ(measure.colours[2].name, "#ff8000");
-  EXPECT_NEAR(measure.colours[2].green, 128.0 / 255, 1e-12);
-  EXPECT_EQ(measure.colours[3].red, 0.5);
+  using Shown = std::tuple<std::string, double, double, double>;
+  std::vector<Shown> colours;
+  for (const auto& c : measure.colours) colours.emplace_back(c.name, c.red, c.green, c.blue);
+  EXPECT_EQ(colours, (std::vector<Shown>{{"white", 1, 1, 1}, {"red", 1, 0, 0},
+                                         {"#ff8000", 1, 128 / 255.0, 0}, {"grey", .5, .5, .5}}));
   EXPECT_EQ(measure.mode, 1);
   EXPECT_EQ(measure.observer, 1);
   EXPECT_TRUE(measure.raw);
