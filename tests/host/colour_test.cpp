@@ -12,7 +12,6 @@
 
 #include <cmath>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -66,11 +65,6 @@ const DeltaEPair kDeltaEPairs[] = {
     {2.0776, 0.0795, -1.1350, 0.9033, -0.0636, -0.5514, 0.9082},
 };
 
-void PrintTo(const DeltaEPair& pair, std::ostream* out) {
-  *out << "(" << pair.L1 << ", " << pair.a1 << ", " << pair.b1 << ") (" << pair.L2 << ", "
-       << pair.a2 << ", " << pair.b2 << ")";
-}
-
 class DeltaE2000Test : public testing::TestWithParam<DeltaEPair> {};
 
 TEST_P(DeltaE2000Test, MatchesThePublishedDifferenceBothWays) {
@@ -105,8 +99,6 @@ const Illuminant kIlluminants[] = {
     {"D75", 0.29902, 0.31485, 7504, NAN, NAN, NAN},
     {"F11", 0.38052, 0.37713, 4000, NAN, NAN, NAN},
 };
-
-void PrintTo(const Illuminant& illuminant, std::ostream* out) { *out << illuminant.name; }
 
 class IlluminantTest : public testing::TestWithParam<Illuminant> {};
 

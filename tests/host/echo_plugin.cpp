@@ -52,7 +52,6 @@ int echo(const char* entryPoint, const char* request, const char* parameters, co
   }
 
 ECHO_RESOURCE(Sensors)
-ECHO_RESOURCE(DeviceID)
 ECHO_RESOURCE(Monitors)
 ECHO_RESOURCE(SensorMode)
 

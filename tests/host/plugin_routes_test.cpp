@@ -28,17 +28,13 @@ class PluginRoutesTest : public quilby_test::RegistryTest {
     return frontend_->handle(method, target, body);
   }
 
-  // The colour monitor `serial` of the world shows, as "r g b".
+  // The colour monitor `serial` of the world shows, as compact JSON.
   std::string shown(const std::string& serial) {
     const cairnjson::Value world = parsed(request("GET", "/sim/world").body)["value"];
-    std::string text;
     for (const cairnjson::Value& entry : world["monitors"].elements()) {
-      if (entry["serial"].stringRef() != serial) continue;
-      for (const cairnjson::Value& channel : entry["shownColor"].elements()) {
-        text += (text.empty() ? "" : " ") + std::to_string(channel.toDouble(-1));
-      }
+      if (entry["serial"].stringRef() == serial) return quilby_test::compact(entry["shownColor"]);
     }
-    return text;
+    return "none";
   }
 
   quilbyhost::HostThread thread_;
@@ -68,11 +64,11 @@ TEST_F(PluginRoutesTest, ANewWorldClosesTheSensorsOfTheOldOne) {
   EXPECT_EQ(request("PUT", "/sim/monitors/QM7A0451/QM-27-Studio-Lab/shownColor", "[0, 0.5, 1]")
                 .status,
             200);
-  EXPECT_EQ(shown("QM7A0451"), "0.000000 0.500000 1.000000");
+  EXPECT_EQ(shown("QM7A0451"), "[0.0,0.5,1]");
   EXPECT_NE(handleOf(id), nullptr);
   EXPECT_EQ(request("POST", "/sim/reset").status, 200);
   EXPECT_EQ(handleOf(id), nullptr);
-  EXPECT_EQ(shown("QM7A0451"), "1.000000 1.000000 1.000000");
+  EXPECT_EQ(shown("QM7A0451"), "[1,1,1]");
   EXPECT_EQ(journal().size(), 0u) << "the closing of the old handles is not journaled";
 }
 
@@ -140,7 +136,7 @@ TEST_F(PluginRoutesTest, SimulatorRoutesRefuseWhatTheyCannotDo) {
     EXPECT_EQ(response.status, 404) << method << " " << target;
     EXPECT_EQ(parsed(response.body)["error"]["name"].stringRef(), "HostError");
   }
-  EXPECT_EQ(shown("QM4C0088"), "1.000000 1.000000 1.000000");
+  EXPECT_EQ(shown("QM4C0088"), "[1,1,1]");
 }
 
 }  // namespace
