@@ -163,9 +163,6 @@ TEST_F(ScriptRunnerTest, CapturesFeedLaterLinesAndFailuresAreCountedWithTheirLin
        "not a request",
        "gone = .value.missing GET /host/info"},
       settings);
-  EXPECT_EQ(outcome.requests, 9);
-  EXPECT_EQ(outcome.succeeded, 3);
-  EXPECT_EQ(outcome.failures, 6);
   EXPECT_EQ(quilbyhost::summaryText(outcome), "9 requests, 3 answered 2xx, 6 failed");
 
   const std::string out = out_.written();
@@ -192,8 +189,7 @@ TEST_F(ScriptRunnerTest, SavesAnAnswerToAFile) {
        "save " + file.string() + ".not POST /colour/export?format=xls {}",
        "save /nonexistent-directory/x.csv POST /colour/export?format=csv {\"readings\": [{\"XYZ\": [1, 2, 3]}]}"},
       settings);
-  EXPECT_EQ(outcome.succeeded, 1);
-  EXPECT_EQ(outcome.failures, 2);
+  EXPECT_EQ(quilbyhost::summaryText(outcome), "3 requests, 1 answered 2xx, 2 failed");
   // What a saved file holds is read back in cli_test.cpp's documented script.
   EXPECT_TRUE(std::filesystem::exists(file));
   const std::string out = out_.written();
