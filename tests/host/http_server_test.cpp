@@ -248,10 +248,9 @@ TEST_F(HttpServerTest, ServesTheConsoleAsModulesWithoutCachingAndNothingBesideIt
   fsys::create_directories(console_ / "js");
   for (const char* file : {"js/main.js", "style.css", "icon.svg"}) std::ofstream(console_ / file);
   startServer({});
-  const std::pair<const char*, const char*> files[] = {{"/", "text/html"},
-                                                       {"/js/main.js", "text/javascript"},
-                                                       {"/style.css", "text/css"},
-                                                       {"/icon.svg", "image/svg+xml"}};
+  const std::pair<const char*, const char*> files[] = {
+      {"/", "text/html"}, {"/js/main.js", "text/javascript"}, {"/style.css", "text/css"},
+      {"/icon.svg", "image/svg+xml"}};
   for (const auto& [path, type] : files) {
     const RawResponse response = exchange(std::string("GET ") + path);
     EXPECT_EQ(response.status, 200) << path;

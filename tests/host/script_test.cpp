@@ -216,9 +216,11 @@ TEST_F(ScriptRunnerTest, ShellCommandsListVariablesAndQuit) {
   EXPECT_EQ(run({"vars"}, fileSettings).failures, 1);
 }
 
-TEST(LineReaderTest, SplitsLinesAcrossReadsAndKeepsAnUnfinishedLastLine) {
-  int fds[2];
+// A line may come in pieces, the last one without its newline; a wake ends a read that waits.
+TEST(LineReaderTest, SplitsLinesAcrossReadsKeepsAnUnfinishedLastLineAndWakes) {
+  int fds[2], idle[2];
   ASSERT_EQ(pipe(fds), 0);
+  ASSERT_EQ(pipe(idle), 0);
   quilbyhost::LineReader reader(fds[0]);
   const auto send = [&fds](const std::string& text) {
     ASSERT_EQ(write(fds[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
@@ -234,22 +236,15 @@ TEST(LineReaderTest, SplitsLinesAcrossReadsAndKeepsAnUnfinishedLastLine) {
     EXPECT_EQ(line, want);
   }
   EXPECT_FALSE(reader.next(line));
-  close(fds[0]);
-}
 
-TEST(LineReaderTest, WakeEndsABlockedRead) {
-  int fds[2];
-  ASSERT_EQ(pipe(fds), 0);
-  quilbyhost::LineReader reader(fds[0]);
-  std::thread waker([&reader] {
+  quilbyhost::LineReader waiting(idle[0]);
+  std::thread waker([&waiting] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    reader.wake();
+    waiting.wake();
   });
-  std::string line;
-  EXPECT_FALSE(reader.next(line));
+  EXPECT_FALSE(waiting.next(line));
   waker.join();
-  close(fds[0]);
-  close(fds[1]);
+  for (const int fd : {fds[0], idle[0], idle[1]}) close(fd);
 }
 
 using quilbyhost::HostOptions;
@@ -315,7 +310,7 @@ TEST(OptionsTest, SaysWhatIsWrong) {
       {{"--port", "65536"}, "--port"},
       {{"--port", "-1"}, "--port"},
       {{"--port", "80a"}, "--port"},
-      {{"serve", "extra"}, ""},
+      {{"serve", "extra"}, "unexpected argument \"extra\""},
       {{"--quiet=yes"}, "--quiet takes no value"},
       {{"run"}, "run needs the file of requests to run"},
       {{"run", "--quiet"}, "run needs the file of requests to run"},
@@ -342,7 +337,6 @@ TEST(OptionsTest, SaysWhatIsWrong) {
     EXPECT_FALSE(quilbyhost::parseOptions(c.arguments, kDefaults, options, error))
         << c.arguments.front();
     EXPECT_NE(error.find(c.error), std::string::npos) << error;
-    EXPECT_FALSE(error.empty()) << c.arguments.front();
   }
 }
 
