@@ -166,14 +166,11 @@ It8 loadCgats(const fsys::path& path) {
 
 // The script under the marker line of docs/cli.md, as the page shows it.
 std::string documentedScript() {
+  const std::regex block(R"(<!-- tests/host/cli_test.cpp runs the script below[^\n]*\n```text\n)"
+                         R"(([\s\S]*?\n)```)");
+  std::smatch found;
   const std::string page = fileText(QUILBY_CLI_DOC);
-  const std::string marker = "<!-- tests/host/cli_test.cpp runs the script below";
-  const std::size_t at = page.find(marker);
-  if (at == std::string::npos) return "";
-  const std::size_t start = page.find("```text\n", at);
-  const std::size_t end = page.find("\n```", start + 8);
-  if (start == std::string::npos || end == std::string::npos) return "";
-  return page.substr(start + 8, end - start - 8 + 1);
+  return std::regex_search(page, found, block) ? found[1].str() : "";
 }
 
 TEST_F(CliTest, TheDocumentedMeasuringScriptKeepsItsReadingsAsCgats) {

@@ -201,19 +201,14 @@ TEST_F(ScriptRunnerTest, SavesAnAnswerToAFile) {
   std::filesystem::remove(file);
 }
 
-TEST_F(ScriptRunnerTest, ShellCommandsListVariablesAndQuit) {
+// That quit ends a shell is cli_test.cpp's; in a file, the shell's words are no requests.
+TEST_F(ScriptRunnerTest, ShellCommandsHelpAndListVariables) {
   quilbyhost::ScriptSettings settings;
   settings.shellCommands = true;
-  const quilbyhost::ScriptOutcome outcome =
-      run({"help", "a = .value.architecture GET /host/info", " vars ", "quit", "GET /host/info"},
-          settings);
-  EXPECT_EQ(outcome.requests, 1) << "nothing after quit runs";
-  const std::string out = out_.written();
-  EXPECT_NE(out.find("A line is a request"), std::string::npos);
-  EXPECT_NE(out.find("\na = x86_64\na_time = 20"), std::string::npos) << out;
-  // In a file, the shell's words are no requests.
-  quilbyhost::ScriptSettings fileSettings;
-  EXPECT_EQ(run({"vars"}, fileSettings).failures, 1);
+  run({"help", "a = .value.architecture GET /host/info", " vars "}, settings);
+  EXPECT_NE(out_.written().find("A line is a request"), std::string::npos);
+  EXPECT_NE(out_.written().find("\na = x86_64\na_time = 20"), std::string::npos) << out_.written();
+  EXPECT_EQ(run({"vars"}, quilbyhost::ScriptSettings()).failures, 1);
 }
 
 // A line may come in pieces, the last one without its newline; a wake ends a read that waits.
@@ -379,7 +374,6 @@ TEST(OptionsTest, VersionAndHelpWinOverEverythingElseAndHelpNamesEveryFlag) {
   EXPECT_EQ(parsed({"run", "x.txt", "--version"}).mode, Mode::Version);
   // A measure without its sensor is no mistake when only help is wanted.
   EXPECT_EQ(parsed({"measure", "--help"}).mode, Mode::Help);
-  EXPECT_EQ(parsed({"serve", "--help"}).mode, Mode::Help);
   EXPECT_EQ(parsed({"help"}).mode, Mode::Help);
   EXPECT_EQ(quilbyhost::versionText(), std::string("quilby-host ") + QUILBY_HOST_VERSION);
   const std::string usage = quilbyhost::usageText(kDefaults);
