@@ -5,7 +5,6 @@
 #include "support/json_helpers.h"
 
 #include <gtest/gtest.h>
-#include <lcms2.h>
 
 #include <string>
 
