@@ -65,21 +65,16 @@ const DeltaEPair kDeltaEPairs[] = {
     {2.0776, 0.0795, -1.1350, 0.9033, -0.0636, -0.5514, 0.9082},
 };
 
-class DeltaE2000Test : public testing::TestWithParam<DeltaEPair> {};
-
-TEST_P(DeltaE2000Test, MatchesThePublishedDifferenceBothWays) {
-  const DeltaEPair& pair = GetParam();
-  const quilbycolour::Lab first{pair.L1, pair.a1, pair.b1};
-  const quilbycolour::Lab second{pair.L2, pair.a2, pair.b2};
-  // Published to four decimals.
-  EXPECT_NEAR(quilbycolour::deltaE2000(first, second), pair.deltaE, 1e-4);
-  EXPECT_NEAR(quilbycolour::deltaE2000(second, first), pair.deltaE, 1e-4);
+TEST(DeltaE2000Test, MatchesThePublishedDifferencesBothWays) {
+  for (const DeltaEPair& pair : kDeltaEPairs) {
+    const quilbycolour::Lab first{pair.L1, pair.a1, pair.b1};
+    const quilbycolour::Lab second{pair.L2, pair.a2, pair.b2};
+    SCOPED_TRACE("pair " + std::to_string(&pair - kDeltaEPairs + 1));
+    // Published to four decimals.
+    EXPECT_NEAR(quilbycolour::deltaE2000(first, second), pair.deltaE, 1e-4);
+    EXPECT_NEAR(quilbycolour::deltaE2000(second, first), pair.deltaE, 1e-4);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(PublishedPairs, DeltaE2000Test, testing::ValuesIn(kDeltaEPairs),
-                         [](const testing::TestParamInfo<DeltaEPair>& info) {
-                           return "Pair" + std::to_string(info.index + 1);
-                         });
 
 struct Illuminant {
   const char* name;
@@ -100,37 +95,31 @@ const Illuminant kIlluminants[] = {
     {"F11", 0.38052, 0.37713, 4000, NAN, NAN, NAN},
 };
 
-class IlluminantTest : public testing::TestWithParam<Illuminant> {};
-
-TEST_P(IlluminantTest, HasItsChromaticityAndColourTemperature) {
-  const Illuminant& illuminant = GetParam();
-  // Any luminance: the chromaticity does not depend on it.
-  const Xyz reading = fromXyY(illuminant.x, illuminant.y, 160.0);
-  const auto xy = quilbycolour::chromaticityXy(reading);
-  ASSERT_TRUE(xy);
-  EXPECT_NEAR(xy->first, illuminant.x, 1e-9);
-  EXPECT_NEAR(xy->second, illuminant.y, 1e-9);
-  const auto uv = quilbycolour::chromaticityUv(reading);
-  ASSERT_TRUE(uv);
-  if (!std::isnan(illuminant.u)) {
-    // Published to four decimals.
-    EXPECT_NEAR(uv->first, illuminant.u, 5e-5);
-    EXPECT_NEAR(uv->second, illuminant.v, 5e-5);
-  }
-
-  const auto temperature = quilbycolour::colourTemperature(reading);
-  ASSERT_TRUE(temperature);
-  // Robertson's interpolation lands within 2.5 K of the published values here.
-  EXPECT_NEAR(temperature->kelvin, illuminant.kelvin, 3.0);
-  if (!std::isnan(illuminant.duv)) {
-    EXPECT_NEAR(temperature->duv, illuminant.duv, 2e-4);
+TEST(IlluminantTest, HaveTheirChromaticitiesAndColourTemperatures) {
+  for (const Illuminant& illuminant : kIlluminants) {
+    SCOPED_TRACE(illuminant.name);
+    // Any luminance: the chromaticity does not depend on it.
+    const Xyz reading = fromXyY(illuminant.x, illuminant.y, 160.0);
+    const auto xy = quilbycolour::chromaticityXy(reading);
+    ASSERT_TRUE(xy);
+    EXPECT_NEAR(xy->first, illuminant.x, 1e-9);
+    EXPECT_NEAR(xy->second, illuminant.y, 1e-9);
+    const auto uv = quilbycolour::chromaticityUv(reading);
+    ASSERT_TRUE(uv);
+    if (!std::isnan(illuminant.u)) {
+      // Published to four decimals.
+      EXPECT_NEAR(uv->first, illuminant.u, 5e-5);
+      EXPECT_NEAR(uv->second, illuminant.v, 5e-5);
+    }
+    const auto temperature = quilbycolour::colourTemperature(reading);
+    ASSERT_TRUE(temperature);
+    // Robertson's interpolation lands within 2.5 K of the published values here.
+    EXPECT_NEAR(temperature->kelvin, illuminant.kelvin, 3.0);
+    if (!std::isnan(illuminant.duv)) {
+      EXPECT_NEAR(temperature->duv, illuminant.duv, 2e-4);
+    }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cie15, IlluminantTest, testing::ValuesIn(kIlluminants),
-                         [](const testing::TestParamInfo<Illuminant>& info) {
-                           return info.param.name;
-                         });
 
 TEST(ColorimetryTest, HasNoColourTemperatureFarFromTheLocusOrOutsideItsRange) {
   const struct {

@@ -13,6 +13,7 @@
 #include <set>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -108,35 +109,28 @@ TEST(RestRouteTest, QueryBecomesAnObjectOfStringsAndNulls) {
 }
 
 TEST(BridgeRouteTest, EachMemberGivesOneOfTheFourTexts) {
-  const struct {
-    const char* body;
-    const char* request;
-    const char* parameters;
-    const char* query;
-    const char* data;
-  } cases[] = {
+  using Texts = std::vector<std::string>;  // request, parameters, query, data
+  const std::pair<const char*, Texts> cases[] = {
       // Values are serialized compactly.
       {R"({"request": {"method": "PUT"}, "parameters": {"id": "a"}, "query": {"supports": null},
            "data": {"mode": 1, "observerKey": 0}})",
-       R"({"method":"PUT"})", R"({"id":"a"})", R"({"supports":null})",
-       R"({"mode":1,"observerKey":0})"},
+       {R"({"method":"PUT"})", R"({"id":"a"})", R"({"supports":null})",
+        R"({"mode":1,"observerKey":0})"}},
       // Strings pass as their text, JSON or not.
       {R"({"request": "{\"method\":\"get\"}", "data": "{ \"mode\" : 1 } trailing"})",
-       R"({"method":"get"})", "", "", R"({ "mode" : 1 } trailing)"},
-      {R"({"data": "abc", "parameters": "not json"})", "", "not json", "", "abc"},
+       {R"({"method":"get"})", "", "", R"({ "mode" : 1 } trailing)"}},
+      {R"({"data": "abc", "parameters": "not json"})", {"", "not json", "", "abc"}},
       // Absent and null are empty; bare numbers and booleans are their text.
-      {R"({"query": null})", "", "", "", ""},
-      {R"({"data": 7, "query": true})", "", "", "true", "7"},
+      {R"({"query": null})", {"", "", "", ""}},
+      {R"({"data": 7, "query": true})", {"", "", "true", "7"}},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.body);
-    const RouteMatch match = mapBridgeRequest("SensorMode", c.body);
-    ASSERT_TRUE(match.ok()) << match.error.message;
+  for (const auto& [body, texts] : cases) {
+    const RouteMatch match = mapBridgeRequest("SensorMode", body);
+    ASSERT_TRUE(match.ok()) << body << ": " << match.error.message;
     EXPECT_EQ(match.call.entryPoint, "SensorMode");
-    EXPECT_EQ(match.call.request, c.request);
-    EXPECT_EQ(match.call.parameters, c.parameters);
-    EXPECT_EQ(match.call.query, c.query);
-    EXPECT_EQ(match.call.data, c.data);
+    EXPECT_EQ(Texts({match.call.request, match.call.parameters, match.call.query, match.call.data}),
+              texts)
+        << body;
   }
 }
 
