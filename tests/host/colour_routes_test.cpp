@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -97,11 +98,7 @@ TEST_F(ColourRoutesTest, RefusesMalformedBodiesNamingTheProblem) {
   std::string many = "{\"readings\": [[1, 1, 1]";
   for (int i = 0; i < 10000; ++i) many += ", [1, 1, 1]";
   many += "]}";
-  const struct {
-    const char* route;
-    std::string body;
-    const char* message;
-  } cases[] = {
+  const std::tuple<const char*, std::string, const char*> cases[] = {
       {"derive", "not json", "The body must be a JSON object"},
       {"derive", "[[1, 2, 3]]", "The body must be a JSON object"},
       {"derive", "{}", "readings must be an array"},
@@ -128,12 +125,12 @@ TEST_F(ColourRoutesTest, RefusesMalformedBodiesNamingTheProblem) {
       {"export", R"({"readings": [{"XYZ": [1, 2, 3]}]})", "The format is missing"},
       {"export?format=xls", R"({"readings": [{"XYZ": [1, 2, 3]}]})", "format must be csv or cgats"},
   };
-  for (const auto& c : cases) {
-    const HostResponse response = post(std::string("/colour/") + c.route, c.body);
-    EXPECT_EQ(response.status, 400) << c.route << " " << c.body.substr(0, 80);
+  for (const auto& [route, body, message] : cases) {
+    const HostResponse response = post(std::string("/colour/") + route, body);
+    EXPECT_EQ(response.status, 400) << route << " " << body.substr(0, 80);
     const cairnjson::Value envelope = parsed(response.body);
     EXPECT_EQ(envelope["error"]["name"].stringRef(), "HostError");
-    EXPECT_NE(envelope["error"]["message"].stringRef().find(c.message), std::string::npos)
+    EXPECT_NE(envelope["error"]["message"].stringRef().find(message), std::string::npos)
         << envelope["error"]["message"].stringRef();
     EXPECT_TRUE(envelope["value"].isNull());
   }
@@ -160,22 +157,17 @@ TEST_F(ColourRoutesTest, ExportAnswersTheFileItself) {
 
 // The host's own route families answer for every path under them.
 TEST_F(ColourRoutesTest, HostRouteFamiliesAnswerForWhatTheyLack) {
-  const struct {
-    const char* method;
-    const char* target;
-    int status;
-    const char* message;
-  } cases[] = {
+  const std::tuple<const char*, const char*, int, const char*> cases[] = {
       {"GET", "/colour/derive", 405, "The colour routes take POST only."},
       {"POST", "/colour/nothing", 404, "No colour route POST /colour/nothing."},
       {"POST", "/host/info", 405, "The host routes take GET only."},
       {"GET", "/sim/world", 404, "No simulator is loaded"},
       {"PATCH", "/sim", 404, "No simulator is loaded"},
   };
-  for (const auto& c : cases) {
-    const HostResponse response = frontend_.handle(c.method, c.target, "{}");
-    EXPECT_EQ(response.status, c.status) << c.method << " " << c.target;
-    EXPECT_NE(parsed(response.body)["error"]["message"].stringRef().find(c.message),
+  for (const auto& [method, target, status, message] : cases) {
+    const HostResponse response = frontend_.handle(method, target, "{}");
+    EXPECT_EQ(response.status, status) << method << " " << target;
+    EXPECT_NE(parsed(response.body)["error"]["message"].stringRef().find(message),
               std::string::npos)
         << response.body;
   }

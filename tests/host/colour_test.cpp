@@ -13,6 +13,7 @@
 #include <cmath>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -122,10 +123,7 @@ TEST(IlluminantTest, HaveTheirChromaticitiesAndColourTemperatures) {
 }
 
 TEST(ColorimetryTest, HasNoColourTemperatureFarFromTheLocusOrOutsideItsRange) {
-  const struct {
-    const char* what;
-    Xyz reading;
-  } cases[] = {
+  const std::tuple<const char*, Xyz> cases[] = {
       {"no light", {0, 0, 0}},
       {"sRGB red, outside the isotherms", fromXyY(0.64, 0.33, 20)},
       {"sRGB blue, outside the isotherms", fromXyY(0.15, 0.06, 10)},
@@ -134,8 +132,8 @@ TEST(ColorimetryTest, HasNoColourTemperatureFarFromTheLocusOrOutsideItsRange) {
       {"blue sky, above 15000 K", fromXyY(0.24, 0.24, 1)},
       {"pink, 0.053 below the locus", fromXyY(0.34, 0.26, 1)},
   };
-  for (const auto& c : cases) {
-    EXPECT_FALSE(quilbycolour::colourTemperature(c.reading)) << c.what;
+  for (const auto& [what, reading] : cases) {
+    EXPECT_FALSE(quilbycolour::colourTemperature(reading)) << what;
   }
   // Just inside: 0.02 below the locus near 3000 K.
   const auto pinkish = quilbycolour::colourTemperature(fromXyY(0.42, 0.36, 1));
@@ -183,20 +181,15 @@ TEST(ColorimetryTest, StatisticsOfASeries) {
 }
 
 TEST(NumberTextTest, FixedDecimalsWithoutNegativeZero) {
-  const struct {
-    double value;
-    int decimals;
-    const char* text;
-    const char* signedText;
-  } cases[] = {
+  const std::tuple<double, int, const char*, const char*> cases[] = {
       {6502.39, 0, "6502", "+6502"},        {0.312721, 4, "0.3127", "+0.3127"},
       {-0.00004, 4, "0.0000", "0.0000"},    {-0.0011, 4, "-0.0011", "-0.0011"},
       {1796.5, 2, "1796.50", "+1796.50"},   {1e20, 1, "100000000000000000000.0", "+100000000000000000000.0"},
       {0.1 + 0.2, 2, "0.30", "+0.30"},      {NAN, 2, "nan", "nan"},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(quilbycolour::fixedText(c.value, c.decimals), c.text) << c.value;
-    EXPECT_EQ(quilbycolour::signedFixedText(c.value, c.decimals), c.signedText) << c.value;
+  for (const auto& [value, decimals, text, signedText] : cases) {
+    EXPECT_EQ(quilbycolour::fixedText(value, decimals), text) << value;
+    EXPECT_EQ(quilbycolour::signedFixedText(value, decimals), signedText) << value;
   }
 }
 

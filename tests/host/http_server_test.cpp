@@ -25,6 +25,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -266,34 +267,28 @@ TEST_F(HttpServerTest, ServesTheConsoleAsModulesWithoutCachingAndNothingBesideIt
 
 TEST_F(HttpServerTest, RefusesABodyPastItsRouteLimitWhateverItsEncoding) {
   startServer({.worldBodyBytes = 4 * kMiB});
-  const struct {
-    const char* name;
-    const char* route;
-    std::size_t size;
-    bool chunked;
-    int status;
-  } cases[] = {
+  const std::tuple<const char*, const char*, std::size_t, bool, int> cases[] = {
       {"announced too large", "POST /bridge/SensorsName", 64 * kMiB, false, 413},
       {"chunked too large", "POST /bridge/SensorsName", 64 * kMiB, true, 413},
       {"chunked within the limit", "PUT /Sensors/a/Mode", kMiB / 2, true, 200},
       {"a world, past the plug-in limit", "PUT /sim/world", 2 * kMiB, false, 404},
       {"a world too large", "PUT /sim/world", 64 * kMiB, true, 413},
   };
-  for (const auto& c : cases) {
+  for (const auto& [name, route, size, chunked, status] : cases) {
     RawConnection connection(port());
-    const std::string head = std::string(c.route) + " HTTP/1.1\r\n" + hostHeader() +
-                             (c.chunked ? "Transfer-Encoding: chunked\r\n"
-                                        : "Content-Length: " + std::to_string(c.size) + "\r\n") +
+    const std::string head = std::string(route) + " HTTP/1.1\r\n" + hostHeader() +
+                             (chunked ? "Transfer-Encoding: chunked\r\n"
+                                      : "Content-Length: " + std::to_string(size) + "\r\n") +
                              "\r\n";
-    ASSERT_TRUE(connection.send(head)) << c.name;
-    const SentBody sent = sendBody(connection, c.size, c.chunked);
+    ASSERT_TRUE(connection.send(head)) << name;
+    const SentBody sent = sendBody(connection, size, chunked);
     const RawResponse response = connection.response();
-    EXPECT_EQ(response.status, c.status) << c.name;
+    EXPECT_EQ(response.status, status) << name;
     // A refused body is not read to its end; an accepted one reaches its route whole.
-    EXPECT_EQ(sent.whole, c.status != 413) << c.name << ": " << sent.bytes << " bytes sent";
-    if (c.status == 413) {
-      EXPECT_EQ(parsed(response.body)["error"]["name"].stringRef(), "HostError") << c.name;
-      EXPECT_TRUE(connection.closedWithin(2s)) << c.name;
+    EXPECT_EQ(sent.whole, status != 413) << name << ": " << sent.bytes << " bytes sent";
+    if (status == 413) {
+      EXPECT_EQ(parsed(response.body)["error"]["name"].stringRef(), "HostError") << name;
+      EXPECT_TRUE(connection.closedWithin(2s)) << name;
     }
   }
 }
@@ -312,24 +307,20 @@ TEST_F(HttpServerTest, BoundsTheNumberAndSizeOfHeaders) {
   startServer({});
   std::string flood;
   for (int line = 0; line < 10000; ++line) flood += "X-Filler-" + std::to_string(line) + ": 1\r\n";
-  const struct {
-    const char* name;
-    std::string headers;
-    bool accepted;
-  } cases[] = {
+  const std::tuple<const char*, std::string, bool> cases[] = {
       {"10,000 header lines", flood, false},
       {"one header of 100 KiB", "Cookie: " + std::string(100 * 1024, 'c') + "\r\n", false},
       {"a 16 KiB cookie", "Cookie: " + std::string(16 * 1024, 'c') + "\r\n", true},
   };
-  for (const auto& c : cases) {
+  for (const auto& [name, headers, accepted] : cases) {
     RawConnection connection(port());
     // The server may stop reading and answer before the head is sent in full.
-    connection.send("GET /Sensors HTTP/1.1\r\n" + hostHeader() + c.headers + "\r\n");
+    connection.send("GET /Sensors HTTP/1.1\r\n" + hostHeader() + headers + "\r\n");
     const int status = connection.response().status;
-    if (c.accepted) {
-      EXPECT_EQ(status, 200) << c.name;
+    if (accepted) {
+      EXPECT_EQ(status, 200) << name;
     } else {
-      EXPECT_TRUE(status == 431 || status == 400) << c.name << ": " << status;
+      EXPECT_TRUE(status == 431 || status == 400) << name << ": " << status;
     }
   }
 }
@@ -338,11 +329,7 @@ TEST_F(HttpServerTest, RefusesRepeatedHostOrOriginHeaders) {
   startServer({});
   const std::string host = hostHeader();
   const std::string origin = "Origin: http://127.0.0.1:" + std::to_string(port()) + "\r\n";
-  const struct {
-    const char* name;
-    std::string headers;
-    int status;
-  } cases[] = {
+  const std::tuple<const char*, std::string, int> cases[] = {
       {"own Host and Origin", host + origin, 200},
       {"Host twice", host + host, 400},
       {"Host twice in other cases", host + "host: attacker.example\r\n", 400},
@@ -350,15 +337,15 @@ TEST_F(HttpServerTest, RefusesRepeatedHostOrOriginHeaders) {
       {"empty Origin", host + "Origin: \r\n", 400},
       {"another site", host + "Origin: http://attacker.example\r\n", 403},
   };
-  for (const auto& c : cases) {
+  for (const auto& [name, headers, status] : cases) {
     for (const char* target : {"/Sensors", "/"}) {
       RawConnection connection(port());
-      ASSERT_TRUE(connection.send(std::string("GET ") + target + " HTTP/1.1\r\n" + c.headers +
-                                  "\r\n"));
+      ASSERT_TRUE(
+          connection.send(std::string("GET ") + target + " HTTP/1.1\r\n" + headers + "\r\n"));
       const RawResponse response = connection.response();
-      EXPECT_EQ(response.status, c.status) << c.name << " " << target;
-      if (c.status != 200) {
-        EXPECT_EQ(parsed(response.body)["error"]["name"].stringRef(), "HostError") << c.name;
+      EXPECT_EQ(response.status, status) << name << " " << target;
+      if (status != 200) {
+        EXPECT_EQ(parsed(response.body)["error"]["name"].stringRef(), "HostError") << name;
       }
     }
   }

@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -95,13 +96,8 @@ TEST_F(PluginRoutesTest, JournalGivesTheLastCalls) {
 // under /sim have no route.
 TEST_F(PluginRoutesTest, SimulatorRoutesRefuseWhatTheyCannotDo) {
   const std::string office = "/sim/monitors/QM4C0088/QM-24-Office/";
-  const struct {
-    const char* method;
-    std::string target;
-    const char* body;
-    int status;
-    const char* message;  // part of the error's message; its name is SimulatorError
-  } cases[] = {
+  // Each refusal's status and part of its message; the error's name is SimulatorError.
+  const std::tuple<const char*, std::string, const char*, int, const char*> cases[] = {
       {"PUT", office + "shownColor", "[1, 0.5]", 400, "[red, green, blue], each from 0 to 1"},
       {"PUT", office + "shownColor", "[1, 0.5, 1.5]", 400, "each from 0 to 1"},
       {"PUT", office + "shownColor", R"(["1", 0, 0])", 400, "each from 0 to 1"},
@@ -115,12 +111,12 @@ TEST_F(PluginRoutesTest, SimulatorRoutesRefuseWhatTheyCannotDo) {
       {"POST", "/sim/failures", R"({"function": "MDOpen", "count": -1})", 400, "count must be"},
       {"POST", "/sim/failures", "MDOpen", 400, "The body must be"},
   };
-  for (const auto& c : cases) {
-    const HostResponse response = request(c.method, c.target, c.body);
-    EXPECT_EQ(response.status, c.status) << c.target << " " << c.body;
+  for (const auto& [method, target, body, status, message] : cases) {
+    const HostResponse response = request(method, target, body);
+    EXPECT_EQ(response.status, status) << target << " " << body;
     const cairnjson::Value error = parsed(response.body)["error"];
-    EXPECT_EQ(error["name"].stringRef(), "SimulatorError") << c.target << " " << c.body;
-    EXPECT_NE(error["message"].stringRef().find(c.message), std::string::npos) << response.body;
+    EXPECT_EQ(error["name"].stringRef(), "SimulatorError") << target << " " << body;
+    EXPECT_NE(error["message"].stringRef().find(message), std::string::npos) << response.body;
   }
   const std::pair<const char*, const char*> unrouted[] = {
       {"GET", "/sim"},

@@ -136,12 +136,7 @@ TEST(BridgeRouteTest, EachMemberGivesOneOfTheFourTexts) {
 
 // A REST route by method and path, or a bridge route by entry point and body.
 TEST(RouteTest, RefusesWhatIsNotACallOfAnEntryPoint) {
-  const struct {
-    bool bridge;
-    const char* first;
-    const char* second;
-    int status;
-  } cases[] = {
+  const std::tuple<bool, const char*, const char*, int> cases[] = {
       {false, "GET", "/", 404},
       {false, "GET", "/Sensors/a/Nope", 404},
       {false, "GET", "/sensors", 404},
@@ -159,11 +154,11 @@ TEST(RouteTest, RefusesWhatIsNotACallOfAnEntryPoint) {
       {true, "SensorMode", "not json", 400},
       {true, "SensorMode", R"({"body": "x"})", 400},
   };
-  for (const auto& c : cases) {
+  for (const auto& [bridge, first, second, status] : cases) {
     const RouteMatch match =
-        c.bridge ? mapBridgeRequest(c.first, c.second) : mapRestRequest(c.first, c.second, "");
-    EXPECT_EQ(match.error.status, c.status) << c.first << " " << c.second;
-    EXPECT_FALSE(match.error.message.empty()) << c.first << " " << c.second;
+        bridge ? mapBridgeRequest(first, second) : mapRestRequest(first, second, "");
+    EXPECT_EQ(match.error.status, status) << first << " " << second;
+    EXPECT_FALSE(match.error.message.empty()) << first << " " << second;
   }
 }
 
@@ -174,11 +169,8 @@ std::optional<std::string> header(const char* value) {
 }
 
 TEST(AccessPolicyTest, AcceptsOnlyItsOwnAddressAndPages) {
-  const struct {
-    const char* host;  // null: no such header
-    const char* origin;
-    bool allowed;
-  } cases[] = {
+  // Host and Origin (null: not sent), and whether they are allowed.
+  const std::tuple<const char*, const char*, bool> cases[] = {
       {"127.0.0.1:8771", nullptr, true},
       {"localhost:8771", nullptr, true},
       {"LocalHost:8771", nullptr, true},
@@ -203,10 +195,10 @@ TEST(AccessPolicyTest, AcceptsOnlyItsOwnAddressAndPages) {
       {"127.0.0.1:8771", "http://127.0.0.1:8771/x", false},
   };
   const AccessPolicy policy("127.0.0.1", 8771, {"DevBox.lan"});
-  for (const auto& c : cases) {
-    const std::optional<std::string> refusal = policy.refusal(header(c.host), header(c.origin));
-    EXPECT_EQ(!refusal, c.allowed) << (c.host ? c.host : "(no Host)") << " "
-                                   << (c.origin ? c.origin : "(no Origin)");
+  for (const auto& [host, origin, allowed] : cases) {
+    const std::optional<std::string> refusal = policy.refusal(header(host), header(origin));
+    EXPECT_EQ(!refusal, allowed) << (host ? host : "(no Host)") << " "
+                                 << (origin ? origin : "(no Origin)");
     EXPECT_FALSE(refusal.value_or("allowed").empty());
   }
 }

@@ -60,11 +60,7 @@ TEST(ScriptLineTest, ReadsCapturesSavesAndRequests) {
 // Each case substitutes to `want`, or is refused with an error starting with it.
 TEST(ScriptVariablesTest, SubstitutesNamesAndKeepsOtherDollars) {
   const quilbyhost::ScriptVariables variables = {{"s", "5f0c"}, {"s2", "X"}, {"white", "{\"X\":1}"}};
-  const struct {
-    const char* text;
-    bool substituted;
-    const char* want;
-  } cases[] = {
+  const std::tuple<const char*, bool, const char*> cases[] = {
       {"/Sensors/$s/XYZ", true, "/Sensors/5f0c/XYZ"},
       {"${s}2 $s2", true, "5f0c2 X"},
       {"{\"XYZ\": $white}", true, "{\"XYZ\": {\"X\":1}}"},
@@ -74,13 +70,13 @@ TEST(ScriptVariablesTest, SubstitutesNamesAndKeepsOtherDollars) {
       {"${s", false, "unterminated ${"},
       {"${}", false, "unknown variable $"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [text, substituted, want] : cases) {
     std::string result = "unchanged";
     std::string error;
-    EXPECT_EQ(quilbyhost::substituteVariables(c.text, variables, result, error), c.substituted)
-        << c.text << error;
-    EXPECT_EQ(result, c.substituted ? c.want : "unchanged") << c.text;
-    EXPECT_EQ(error.rfind(c.want, 0), c.substituted ? std::string::npos : 0u) << error;
+    EXPECT_EQ(quilbyhost::substituteVariables(text, variables, result, error), substituted)
+        << text << error;
+    EXPECT_EQ(result, substituted ? want : "unchanged") << text;
+    EXPECT_EQ(error.rfind(want, 0), substituted ? std::string::npos : 0u) << error;
   }
 }
 
@@ -88,11 +84,7 @@ TEST(ScriptVariablesTest, SubstitutesNamesAndKeepsOtherDollars) {
 TEST(ScriptVariablesTest, SelectsFromTheAnswer) {
   const std::string answer =
       R"({"error":null,"value":{"XYZ":{"X":152.5,"Y":160},"list":[{"deviceID":33}],"name":"QM","on":true,"none":null}})";
-  const struct {
-    const char* selector;
-    bool selected;
-    const char* want;
-  } cases[] = {
+  const std::tuple<const char*, bool, const char*> cases[] = {
       {".value.name", true, "QM"},
       {".value.XYZ.Y", true, "160"},
       {".value.XYZ", true, R"({"X":152.5,"Y":160})"},
@@ -104,12 +96,12 @@ TEST(ScriptVariablesTest, SelectsFromTheAnswer) {
       {".value.none", false, "the answer's .value.none is null"},
       {".error", false, "the answer's .error is null"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [selector, selected, want] : cases) {
     std::string text;
     std::string error;
-    EXPECT_EQ(quilbyhost::selectFromAnswer(answer, c.selector, text, error), c.selected)
-        << c.selector << error;
-    EXPECT_EQ(c.selected ? text : error, c.want) << c.selector;
+    EXPECT_EQ(quilbyhost::selectFromAnswer(answer, selector, text, error), selected)
+        << selector << error;
+    EXPECT_EQ(selected ? text : error, want) << selector;
   }
   std::string text;
   std::string error;
@@ -293,10 +285,7 @@ TEST(OptionsTest, EveryFlagSetsItsSetting) {
 
 // The sentence each mistake gets: an unknown flag is never said to need a value.
 TEST(OptionsTest, SaysWhatIsWrong) {
-  const struct {
-    std::vector<std::string> arguments;
-    const char* error;
-  } cases[] = {
+  const std::tuple<std::vector<std::string>, const char*> cases[] = {
       {{"--foo"}, "unknown option --foo"},
       {{"shell", "--foo", "bar"}, "unknown option --foo"},
       {{"--colour=red"}, "unknown option --colour"},
@@ -325,12 +314,12 @@ TEST(OptionsTest, SaysWhatIsWrong) {
       {{"measure", "--device-id", "33", "--observer", "5"}, "--observer needs 2 or 10"},
       {{"measure", "--individual-id", "00c300000000zz2a"}, "--individual-id needs"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [arguments, message] : cases) {
     HostOptions options;
     std::string error;
-    EXPECT_FALSE(quilbyhost::parseOptions(c.arguments, kDefaults, options, error))
-        << c.arguments.front();
-    EXPECT_NE(error.find(c.error), std::string::npos) << error;
+    EXPECT_FALSE(quilbyhost::parseOptions(arguments, kDefaults, options, error))
+        << arguments.front();
+    EXPECT_NE(error.find(message), std::string::npos) << error;
   }
 }
 
