@@ -20,6 +20,7 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 extern char** environ;
@@ -208,12 +209,9 @@ TEST_F(CliTest, SaysWhatWentWrongAndExitsWithIt) {
   write("session.txt", "GET /Sensors?connected\nPUT /Sensors/a/Mode {\"mode\": 1}\n");
   write("failing.txt", "GET /Nowhere\n");
   const std::string answer = "200 \\{[^\n]*\n";
-  const struct {
-    const char* command;  // its words, separated by spaces
-    const char* input;
-    int status;
-    testing::Matcher<const std::string&> out, errors;
-  } cases[] = {
+  using Output = testing::Matcher<const std::string&>;
+  // The command's words separated by spaces, its input, and what it exits with and writes.
+  const std::tuple<const char*, const char*, int, Output, Output> cases[] = {
       // Quiet leaves only the answers and the failures.
       {"run session.txt --quiet", "", 0, testing::MatchesRegex(answer + answer), StrEq("")},
       {"run failing.txt -q", "", 1, testing::_,
@@ -236,14 +234,14 @@ TEST_F(CliTest, SaysWhatWentWrongAndExitsWithIt) {
       {"shell", "GET /Sensors\n", 0, testing::MatchesRegex(answer),
        HasSubstr("quilby-host: 1 request, 1 answered 2xx, 0 failed\n")},
   };
-  for (const auto& c : cases) {
-    std::istringstream words(c.command);
+  for (const auto& [command, input, status, out, errors] : cases) {
+    std::istringstream words(command);
     std::vector<std::string> arguments(std::istream_iterator<std::string>(words), {});
     arguments.insert(arguments.end(), {"--exports", QUILBY_ECHO_EXPORTS_DIR});
-    const Finished finished = run(arguments, c.input);
-    EXPECT_EQ(finished.status, c.status) << c.command;
-    EXPECT_THAT(finished.out, c.out) << c.command;
-    EXPECT_THAT(finished.errors, c.errors) << c.command;
+    const Finished finished = run(arguments, input);
+    EXPECT_EQ(finished.status, status) << command;
+    EXPECT_THAT(finished.out, out) << command;
+    EXPECT_THAT(finished.errors, errors) << command;
   }
 }
 

@@ -62,9 +62,8 @@ TEST_F(PluginRoutesTest, InjectedFailuresReachThePlugInsAnswer) {
 
 TEST_F(PluginRoutesTest, ANewWorldClosesTheSensorsOfTheOldOne) {
   const std::string id = parsed(request("POST", "/Sensors/33").body)["value"].toString("");
-  EXPECT_EQ(request("PUT", "/sim/monitors/QM7A0451/QM-27-Studio-Lab/shownColor", "[0, 0.5, 1]")
-                .status,
-            200);
+  const std::string studio = "/sim/monitors/QM7A0451/QM-27-Studio-Lab/shownColor";
+  EXPECT_EQ(request("PUT", studio, "[0, 0.5, 1]").status, 200);
   EXPECT_EQ(shown("QM7A0451"), "[0.0,0.5,1]");
   EXPECT_NE(handleOf(id), nullptr);
   EXPECT_EQ(request("POST", "/sim/reset").status, 200);

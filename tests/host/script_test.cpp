@@ -174,12 +174,11 @@ TEST_F(ScriptRunnerTest, CapturesFeedLaterLinesAndFailuresAreCountedWithTheirLin
 TEST_F(ScriptRunnerTest, SavesAnAnswerToAFile) {
   const std::filesystem::path file =
       std::filesystem::temp_directory_path() / ("quilby-save-" + std::to_string(getpid()) + ".csv");
-  quilbyhost::ScriptSettings settings;
   const quilbyhost::ScriptOutcome outcome = run(
       {"save " + file.string() + " POST /colour/export?format=csv {\"readings\": [{\"XYZ\": [1, 2, 3]}]}",
        "save " + file.string() + ".not POST /colour/export?format=xls {}",
        "save /nonexistent-directory/x.csv POST /colour/export?format=csv {\"readings\": [{\"XYZ\": [1, 2, 3]}]}"},
-      settings);
+      {});
   EXPECT_EQ(quilbyhost::summaryText(outcome), "3 requests, 1 answered 2xx, 2 failed");
   // What a saved file holds is read back in cli_test.cpp's documented script.
   EXPECT_TRUE(std::filesystem::exists(file));
