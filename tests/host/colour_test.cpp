@@ -114,7 +114,7 @@ TEST(IlluminantTest, HaveTheirChromaticitiesAndColourTemperatures) {
     }
     const auto temperature = quilbycolour::colourTemperature(reading);
     ASSERT_TRUE(temperature);
-    // Robertson's interpolation lands within 2.5 K of the published values here.
+    // Interpolating between the isotherms lands within 2.5 K of the published values here.
     EXPECT_NEAR(temperature->kelvin, illuminant.kelvin, 3.0);
     if (!std::isnan(illuminant.duv)) {
       EXPECT_NEAR(temperature->duv, illuminant.duv, 2e-4);
