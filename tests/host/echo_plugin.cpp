@@ -15,16 +15,9 @@ std::string quoted(const char* text) {
   std::string out = "\"";
   for (const char* c = text; *c != '\0'; ++c) {
     const auto byte = static_cast<unsigned char>(*c);
-    if (byte == '"' || byte == '\\') {
-      out += '\\';
-      out += *c;
-    } else if (byte < 0x20) {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\u%04x", byte);
-      out += escape;
-    } else {
-      out += *c;
-    }
+    char escape[8];
+    std::snprintf(escape, sizeof escape, "\\u%04x", byte);
+    out += byte == '"' || byte == '\\' || byte < 0x20 ? escape : std::string(1, *c);
   }
   return out + "\"";
 }
@@ -52,7 +45,6 @@ int echo(const char* entryPoint, const char* request, const char* parameters, co
   }
 
 ECHO_RESOURCE(Sensors)
-ECHO_RESOURCE(DeviceID)
 ECHO_RESOURCE(Monitors)
 ECHO_RESOURCE(SensorMode)
 

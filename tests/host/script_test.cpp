@@ -12,45 +12,37 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace {
 
 TEST(ScriptLineTest, ReadsCapturesSavesAndRequests) {
-  const struct {
-    const char* line;
-    const char* capture;
-    const char* selector;
-    const char* saveTo;
-    const char* method;
-    const char* target;
-    const char* body;
-  } requests[] = {
-      {"GET /Sensors?connected", "", "", "", "GET", "/Sensors?connected", ""},
-      {"  put /Sensors/a/Mode {\"mode\": 1,  \"observerKey\": 0} ", "", "", "", "PUT",
-       "/Sensors/a/Mode", "{\"mode\": 1,  \"observerKey\": 0} "},
-      {"PUT\t/Sensors/a/Arm\ttrue\r", "", "", "", "PUT", "/Sensors/a/Arm", "true"},
-      {"sensor = POST /Sensors/33", "sensor", ".value", "", "POST", "/Sensors/33", ""},
-      {"  y=.value.XYZ.Y get /Sensors/$s/XYZ", "y", ".value.XYZ.Y", "", "GET", "/Sensors/$s/XYZ",
-       ""},
-      {"id_2 = .value.0.deviceID GET /Sensors?connected", "id_2", ".value.0.deviceID", "", "GET",
-       "/Sensors?connected", ""},
-      {"save out.csv POST /colour/export?format=csv {\"readings\": []}", "", "", "out.csv", "POST",
-       "/colour/export?format=csv", "{\"readings\": []}"},
-      {"PUT /Sensors/$s/Mode {\"a\" = 1}", "", "", "", "PUT", "/Sensors/$s/Mode", "{\"a\" = 1}"},
+  using Fields = std::vector<std::string>;  // capture, selector, save-to, method, target, body
+  const std::pair<const char*, Fields> requests[] = {
+      {"GET /Sensors?connected", {"", "", "", "GET", "/Sensors?connected", ""}},
+      {"  put /Sensors/a/Mode {\"mode\": 1,  \"observerKey\": 0} ",
+       {"", "", "", "PUT", "/Sensors/a/Mode", "{\"mode\": 1,  \"observerKey\": 0} "}},
+      {"PUT\t/Sensors/a/Arm\ttrue\r", {"", "", "", "PUT", "/Sensors/a/Arm", "true"}},
+      {"sensor = POST /Sensors/33", {"sensor", ".value", "", "POST", "/Sensors/33", ""}},
+      {"  y=.value.XYZ.Y get /Sensors/$s/XYZ",
+       {"y", ".value.XYZ.Y", "", "GET", "/Sensors/$s/XYZ", ""}},
+      {"id_2 = .value.0.deviceID GET /Sensors?connected",
+       {"id_2", ".value.0.deviceID", "", "GET", "/Sensors?connected", ""}},
+      {"save out.csv POST /colour/export?format=csv {\"readings\": []}",
+       {"", "", "out.csv", "POST", "/colour/export?format=csv", "{\"readings\": []}"}},
+      {"PUT /Sensors/$s/Mode {\"a\" = 1}", {"", "", "", "PUT", "/Sensors/$s/Mode", "{\"a\" = 1}"}},
   };
-  for (const auto& c : requests) {
-    const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(c.line);
-    EXPECT_TRUE(line.isRequest && line.error.empty()) << c.line << ": " << line.error;
-    EXPECT_EQ(line.capture, c.capture) << c.line;
-    EXPECT_EQ(line.selector, c.selector) << c.line;
-    EXPECT_EQ(line.saveTo, c.saveTo) << c.line;
-    EXPECT_EQ(line.method, c.method) << c.line;
-    EXPECT_EQ(line.target, c.target) << c.line;
-    EXPECT_EQ(line.body, c.body) << c.line;
+  for (const auto& [text, want] : requests) {
+    const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(text);
+    EXPECT_TRUE(line.isRequest && line.error.empty()) << text << ": " << line.error;
+    EXPECT_EQ(Fields({line.capture, line.selector, line.saveTo, line.method, line.target,
+                      line.body}),
+              want)
+        << text;
   }
   // Blank lines and comments are skipped; any other line that is no request is malformed.
   for (const char* skipped : {"", "   \t", "# GET /Sensors", "   # indented comment"}) {
@@ -61,19 +53,14 @@ TEST(ScriptLineTest, ReadsCapturesSavesAndRequests) {
        {"GET", "GET Sensors", "x =", "x = GET", "x = .value", "x = .value..Y GET /a",
         "x = . GET /a", "x = .value. GET /a", "save out.csv", "save out.csv GET"}) {
     const quilbyhost::ScriptLine line = quilbyhost::parseScriptLine(malformed);
-    EXPECT_FALSE(line.isRequest) << malformed;
-    EXPECT_FALSE(line.error.empty()) << malformed;
+    EXPECT_TRUE(!line.isRequest && !line.error.empty()) << malformed;
   }
 }
 
 // Each case substitutes to `want`, or is refused with an error starting with it.
 TEST(ScriptVariablesTest, SubstitutesNamesAndKeepsOtherDollars) {
   const quilbyhost::ScriptVariables variables = {{"s", "5f0c"}, {"s2", "X"}, {"white", "{\"X\":1}"}};
-  const struct {
-    const char* text;
-    bool substituted;
-    const char* want;
-  } cases[] = {
+  const std::tuple<const char*, bool, const char*> cases[] = {
       {"/Sensors/$s/XYZ", true, "/Sensors/5f0c/XYZ"},
       {"${s}2 $s2", true, "5f0c2 X"},
       {"{\"XYZ\": $white}", true, "{\"XYZ\": {\"X\":1}}"},
@@ -83,13 +70,13 @@ TEST(ScriptVariablesTest, SubstitutesNamesAndKeepsOtherDollars) {
       {"${s", false, "unterminated ${"},
       {"${}", false, "unknown variable $"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [text, substituted, want] : cases) {
     std::string result = "unchanged";
     std::string error;
-    EXPECT_EQ(quilbyhost::substituteVariables(c.text, variables, result, error), c.substituted)
-        << c.text << error;
-    EXPECT_EQ(result, c.substituted ? c.want : "unchanged") << c.text;
-    EXPECT_EQ(error.rfind(c.want, 0), c.substituted ? std::string::npos : 0u) << error;
+    EXPECT_EQ(quilbyhost::substituteVariables(text, variables, result, error), substituted)
+        << text << error;
+    EXPECT_EQ(result, substituted ? want : "unchanged") << text;
+    EXPECT_EQ(error.rfind(want, 0), substituted ? std::string::npos : 0u) << error;
   }
 }
 
@@ -97,11 +84,7 @@ TEST(ScriptVariablesTest, SubstitutesNamesAndKeepsOtherDollars) {
 TEST(ScriptVariablesTest, SelectsFromTheAnswer) {
   const std::string answer =
       R"({"error":null,"value":{"XYZ":{"X":152.5,"Y":160},"list":[{"deviceID":33}],"name":"QM","on":true,"none":null}})";
-  const struct {
-    const char* selector;
-    bool selected;
-    const char* want;
-  } cases[] = {
+  const std::tuple<const char*, bool, const char*> cases[] = {
       {".value.name", true, "QM"},
       {".value.XYZ.Y", true, "160"},
       {".value.XYZ", true, R"({"X":152.5,"Y":160})"},
@@ -113,12 +96,12 @@ TEST(ScriptVariablesTest, SelectsFromTheAnswer) {
       {".value.none", false, "the answer's .value.none is null"},
       {".error", false, "the answer's .error is null"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [selector, selected, want] : cases) {
     std::string text;
     std::string error;
-    EXPECT_EQ(quilbyhost::selectFromAnswer(answer, c.selector, text, error), c.selected)
-        << c.selector << error;
-    EXPECT_EQ(c.selected ? text : error, c.want) << c.selector;
+    EXPECT_EQ(quilbyhost::selectFromAnswer(answer, selector, text, error), selected)
+        << selector << error;
+    EXPECT_EQ(selected ? text : error, want) << selector;
   }
   std::string text;
   std::string error;
@@ -171,9 +154,6 @@ TEST_F(ScriptRunnerTest, CapturesFeedLaterLinesAndFailuresAreCountedWithTheirLin
        "not a request",
        "gone = .value.missing GET /host/info"},
       settings);
-  EXPECT_EQ(outcome.requests, 9);
-  EXPECT_EQ(outcome.succeeded, 3);
-  EXPECT_EQ(outcome.failures, 6);
   EXPECT_EQ(quilbyhost::summaryText(outcome), "9 requests, 3 answered 2xx, 6 failed");
 
   const std::string out = out_.written();
@@ -194,18 +174,14 @@ TEST_F(ScriptRunnerTest, CapturesFeedLaterLinesAndFailuresAreCountedWithTheirLin
 TEST_F(ScriptRunnerTest, SavesAnAnswerToAFile) {
   const std::filesystem::path file =
       std::filesystem::temp_directory_path() / ("quilby-save-" + std::to_string(getpid()) + ".csv");
-  quilbyhost::ScriptSettings settings;
   const quilbyhost::ScriptOutcome outcome = run(
       {"save " + file.string() + " POST /colour/export?format=csv {\"readings\": [{\"XYZ\": [1, 2, 3]}]}",
        "save " + file.string() + ".not POST /colour/export?format=xls {}",
        "save /nonexistent-directory/x.csv POST /colour/export?format=csv {\"readings\": [{\"XYZ\": [1, 2, 3]}]}"},
-      settings);
-  EXPECT_EQ(outcome.succeeded, 1);
-  EXPECT_EQ(outcome.failures, 2);
-  std::ifstream saved(file, std::ios::binary);
-  std::string header;
-  std::getline(saved, header);
-  EXPECT_EQ(header, "time,sensor,mode,corrected,X,Y,Z,x,y,u',v',CCT,Duv\r");
+      {});
+  EXPECT_EQ(quilbyhost::summaryText(outcome), "3 requests, 1 answered 2xx, 2 failed");
+  // What a saved file holds is read back in cli_test.cpp's documented script.
+  EXPECT_TRUE(std::filesystem::exists(file));
   const std::string out = out_.written();
   EXPECT_EQ(out.rfind("200 saved " + file.string() + " (", 0), 0u) << out;
   EXPECT_NE(out.find("\n400 {\"error\""), std::string::npos) << "a refusal is printed, not saved";
@@ -215,24 +191,21 @@ TEST_F(ScriptRunnerTest, SavesAnAnswerToAFile) {
   std::filesystem::remove(file);
 }
 
-TEST_F(ScriptRunnerTest, ShellCommandsListVariablesAndQuit) {
+// That quit ends a shell is cli_test.cpp's; in a file, the shell's words are no requests.
+TEST_F(ScriptRunnerTest, ShellCommandsHelpAndListVariables) {
   quilbyhost::ScriptSettings settings;
   settings.shellCommands = true;
-  const quilbyhost::ScriptOutcome outcome =
-      run({"help", "a = .value.architecture GET /host/info", " vars ", "quit", "GET /host/info"},
-          settings);
-  EXPECT_EQ(outcome.requests, 1) << "nothing after quit runs";
-  const std::string out = out_.written();
-  EXPECT_NE(out.find("A line is a request"), std::string::npos);
-  EXPECT_NE(out.find("\na = x86_64\na_time = 20"), std::string::npos) << out;
-  // In a file, the shell's words are no requests.
-  quilbyhost::ScriptSettings fileSettings;
-  EXPECT_EQ(run({"vars"}, fileSettings).failures, 1);
+  run({"help", "a = .value.architecture GET /host/info", " vars "}, settings);
+  EXPECT_NE(out_.written().find("A line is a request"), std::string::npos);
+  EXPECT_NE(out_.written().find("\na = x86_64\na_time = 20"), std::string::npos) << out_.written();
+  EXPECT_EQ(run({"vars"}, quilbyhost::ScriptSettings()).failures, 1);
 }
 
-TEST(LineReaderTest, SplitsLinesAcrossReadsAndKeepsAnUnfinishedLastLine) {
-  int fds[2];
+// A line may come in pieces, the last one without its newline; a wake ends a read that waits.
+TEST(LineReaderTest, SplitsLinesAcrossReadsKeepsAnUnfinishedLastLineAndWakes) {
+  int fds[2], idle[2];
   ASSERT_EQ(pipe(fds), 0);
+  ASSERT_EQ(pipe(idle), 0);
   quilbyhost::LineReader reader(fds[0]);
   const auto send = [&fds](const std::string& text) {
     ASSERT_EQ(write(fds[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
@@ -248,22 +221,15 @@ TEST(LineReaderTest, SplitsLinesAcrossReadsAndKeepsAnUnfinishedLastLine) {
     EXPECT_EQ(line, want);
   }
   EXPECT_FALSE(reader.next(line));
-  close(fds[0]);
-}
 
-TEST(LineReaderTest, WakeEndsABlockedRead) {
-  int fds[2];
-  ASSERT_EQ(pipe(fds), 0);
-  quilbyhost::LineReader reader(fds[0]);
-  std::thread waker([&reader] {
+  quilbyhost::LineReader waiting(idle[0]);
+  std::thread waker([&waiting] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    reader.wake();
+    waiting.wake();
   });
-  std::string line;
-  EXPECT_FALSE(reader.next(line));
+  EXPECT_FALSE(waiting.next(line));
   waker.join();
-  close(fds[0]);
-  close(fds[1]);
+  for (const int fd : {fds[0], idle[0], idle[1]}) close(fd);
 }
 
 using quilbyhost::HostOptions;
@@ -318,10 +284,7 @@ TEST(OptionsTest, EveryFlagSetsItsSetting) {
 
 // The sentence each mistake gets: an unknown flag is never said to need a value.
 TEST(OptionsTest, SaysWhatIsWrong) {
-  const struct {
-    std::vector<std::string> arguments;
-    const char* error;
-  } cases[] = {
+  const std::tuple<std::vector<std::string>, const char*> cases[] = {
       {{"--foo"}, "unknown option --foo"},
       {{"shell", "--foo", "bar"}, "unknown option --foo"},
       {{"--colour=red"}, "unknown option --colour"},
@@ -329,7 +292,7 @@ TEST(OptionsTest, SaysWhatIsWrong) {
       {{"--port", "65536"}, "--port"},
       {{"--port", "-1"}, "--port"},
       {{"--port", "80a"}, "--port"},
-      {{"serve", "extra"}, ""},
+      {{"serve", "extra"}, "unexpected argument \"extra\""},
       {{"--quiet=yes"}, "--quiet takes no value"},
       {{"run"}, "run needs the file of requests to run"},
       {{"run", "--quiet"}, "run needs the file of requests to run"},
@@ -350,13 +313,12 @@ TEST(OptionsTest, SaysWhatIsWrong) {
       {{"measure", "--device-id", "33", "--observer", "5"}, "--observer needs 2 or 10"},
       {{"measure", "--individual-id", "00c300000000zz2a"}, "--individual-id needs"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [arguments, message] : cases) {
     HostOptions options;
     std::string error;
-    EXPECT_FALSE(quilbyhost::parseOptions(c.arguments, kDefaults, options, error))
-        << c.arguments.front();
-    EXPECT_NE(error.find(c.error), std::string::npos) << error;
-    EXPECT_FALSE(error.empty()) << c.arguments.front();
+    EXPECT_FALSE(quilbyhost::parseOptions(arguments, kDefaults, options, error))
+        << arguments.front();
+    EXPECT_NE(error.find(message), std::string::npos) << error;
   }
 }
 
@@ -370,13 +332,11 @@ TEST(OptionsTest, MeasureReadsItsSensorAndReadings) {
   EXPECT_EQ(measure.monitorSerial, "QM7A0451");
   EXPECT_EQ(measure.monitorProduct, "QM-27-Studio-Lab");
   EXPECT_EQ(measure.count, 5);
-  ASSERT_EQ(measure.colours.size(), 4u);
-  EXPECT_EQ(measure.colours[1].name, "red");
-  EXPECT_EQ(measure.colours[1].red, 1);
-  EXPECT_EQ(measure.colours[1].green, 0);
-  EXPECT_EQ(measure.colours[2].name, "#ff8000");
-  EXPECT_NEAR(measure.colours[2].green, 128.0 / 255, 1e-12);
-  EXPECT_EQ(measure.colours[3].red, 0.5);
+  using Shown = std::tuple<std::string, double, double, double>;
+  std::vector<Shown> colours;
+  for (const auto& c : measure.colours) colours.emplace_back(c.name, c.red, c.green, c.blue);
+  EXPECT_EQ(colours, (std::vector<Shown>{{"white", 1, 1, 1}, {"red", 1, 0, 0},
+                                         {"#ff8000", 1, 128 / 255.0, 0}, {"grey", .5, .5, .5}}));
   EXPECT_EQ(measure.mode, 1);
   EXPECT_EQ(measure.observer, 1);
   EXPECT_TRUE(measure.raw);
@@ -401,7 +361,6 @@ TEST(OptionsTest, VersionAndHelpWinOverEverythingElseAndHelpNamesEveryFlag) {
   EXPECT_EQ(parsed({"run", "x.txt", "--version"}).mode, Mode::Version);
   // A measure without its sensor is no mistake when only help is wanted.
   EXPECT_EQ(parsed({"measure", "--help"}).mode, Mode::Help);
-  EXPECT_EQ(parsed({"serve", "--help"}).mode, Mode::Help);
   EXPECT_EQ(parsed({"help"}).mode, Mode::Help);
   EXPECT_EQ(quilbyhost::versionText(), std::string("quilby-host ") + QUILBY_HOST_VERSION);
   const std::string usage = quilbyhost::usageText(kDefaults);
