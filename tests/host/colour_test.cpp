@@ -85,8 +85,8 @@ struct Illuminant {
   double duv, u, v;
 };
 
-// CIE 15:2004 (2-degree observer); Duv as Ohno lists it ("Practical Use and Calculation of CCT
-// and Duv", LEUKOS 10(1), 2014): A lies on the locus, the daylights above it.
+// CIE 15:2004 (2-degree observer); Duv as published with the practical CCT and Duv method
+// (LEUKOS 10(1), 2014): A lies on the locus, the daylights above it.
 const Illuminant kIlluminants[] = {
     {"A", 0.44757, 0.40745, 2856, 0.0, 0.2560, 0.5243},
     {"D50", 0.34567, 0.35850, 5003, 0.0033, NAN, NAN},
