@@ -80,7 +80,7 @@ TEST_F(SensorHandleInterfaceTest, RemoveSensorForgetsTheIdentifierWithoutClosing
   EXPECT_EQ(functions.removeSensor(handle), EMERR_NOT_REGISTERED);
   // The caller owns the sensor now: neither the removal nor the teardown closes it; the teardown
   // closes the rest.
-  unloadPlugin(true);
+  unloadPlugin();
   EXPECT_EQ(handleArguments("MDClose"), std::vector<std::string>{journalForm(kept)});
 }
 
@@ -105,7 +105,7 @@ TEST_F(SensorHandleInterfaceTest, PreUpdateAndUpdateReopenBuiltInSensorsUnderThe
   EXPECT_EQ(handlesOf({failing, other}), (std::vector<std::string>{old[0], "null"}));
   EXPECT_EQ(handlesOf(untouched), untouchedHandles);
   // Closed in place: still listed, but not found by the per-sensor resources.
-  EXPECT_EQ(openedIdentifiers().size(), 5u);
+  EXPECT_EQ(call("Sensors", "GET").value.size(), 5u);
   EXPECT_EQ(answer("SensorXYZ", "GET", named(other)), kNotFound);
 
   clearJournal();

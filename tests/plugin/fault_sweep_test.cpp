@@ -256,13 +256,13 @@ TEST_F(FaultSweepTest, LifecycleFunctionsFailingLeaveAWorkingPlugin) {
     for (const EmError failure : kFailures) {
       const std::string context = function + " failing with " + std::to_string(failure);
       QuilbySimFailNext(function.c_str(), 1000000, failure);
-      unloadPlugin(true);
-      loadPlugin(exportsDirectory(), true);
+      unloadPlugin();
+      loadPlugin();
       expectWellFormed(call("Sensors", "GET"), context);
       QuilbySimClearFailures();
       clearJournal();
-      unloadPlugin(true);
-      loadPlugin(exportsDirectory(), true);
+      unloadPlugin();
+      loadPlugin();
       functions = SensorHandleFunctions();
       EXPECT_FALSE(calls(function).empty()) << context;
       EXPECT_EQ(answer("Sensors", "GET"), ok("[]")) << context;

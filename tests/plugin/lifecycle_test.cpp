@@ -22,7 +22,7 @@ class LifecycleTest : public PluginTest {
   // Starts from an unloaded plug-in, so each test controls what Setup sees.
   void SetUp() override {
     PluginTest::SetUp();
-    unloadPlugin(true);
+    unloadPlugin();
     clearJournal();
   }
 
@@ -51,8 +51,8 @@ TEST_F(LifecycleTest, SubprocessRunsWhileDidJsonListsADeviceNeedingIt) {
     std::filesystem::remove(webDirectory() / "did.json");
     if (row.didJson) writeDidJson(row.didJson);
     clearJournal();
-    loadPlugin(exportsDirectory(), true);
-    unloadPlugin(true);
+    loadPlugin();
+    unloadPlugin();
     const auto asked = calls("MDSupportsSubprocess");
     ASSERT_EQ(asked.size(), 2u) << context;
     EXPECT_EQ(quilby_test::compact(asked[0]["arguments"]), row.asked) << context;
@@ -67,7 +67,7 @@ TEST_F(LifecycleTest, SubprocessIsLaunchedFromTheRegistryUnderTheApplicationsNam
   writeDidJson("[48]");
   settings().applicationName = "Color Tool Pro";
   settings().registryPath = registryDirectory().string() + "/";
-  loadPlugin(exportsDirectory(), true);
+  loadPlugin();
   EXPECT_EQ(quilby_test::compact(calls("MDInitDeviceLibrariesDirectoryPath").at(0)["arguments"]),
             quilby_test::jsonStrings({exportsDirectory().string()}));
   EXPECT_EQ(quilby_test::compact(calls("MDLaunchSubprocess").at(0)["arguments"]),
@@ -79,8 +79,8 @@ TEST_F(LifecycleTest, SubprocessIsLaunchedFromTheRegistryUnderTheApplicationsNam
 TEST_F(LifecycleTest, FailedLaunchIsLoggedAndTearDownStillQuits) {
   writeDidJson("[48]");
   QuilbySimFailNext("MDLaunchSubprocess", 1, EMERR_FAILED);
-  loadPlugin(exportsDirectory(), true);
-  unloadPlugin(true);
+  loadPlugin();
+  unloadPlugin();
   // The decision is made again from the file: the quit is attempted (and fails silently, since
   // nothing runs).
   EXPECT_EQ(calls("MDQuitSubprocess").size(), 1u);
@@ -100,11 +100,11 @@ TEST_F(LifecycleTest, UnloadedPluginLeavesTheProcess) {
         &found);
     return found;
   };
-  loadPlugin(exportsDirectory(), true);
+  loadPlugin();
   // A request exercises every part that keeps state (parser, log, loaders).
   EXPECT_EQ(call("DeviceID", "PUT", "", "", R"({"a":[1,2]})").status, 405);
   EXPECT_TRUE(pluginIsLoaded());
-  unloadPlugin(true);
+  unloadPlugin();
   EXPECT_FALSE(pluginIsLoaded()) << "the host could not unload the plug-in";
 }
 

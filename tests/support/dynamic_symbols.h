@@ -1,5 +1,5 @@
 // What a shared library shows the dynamic loader, as binutils reads it: the symbols it defines or
-// needs, and its dynamic section.
+// needs.
 #ifndef QUILBY_TESTS_SUPPORT_DYNAMIC_SYMBOLS_H
 #define QUILBY_TESTS_SUPPORT_DYNAMIC_SYMBOLS_H
 
@@ -36,11 +36,6 @@ inline std::set<std::string> dynamicSymbols(const std::string& library, const st
     names.insert(name.substr(0, name.find('@')));
   }
   return names;
-}
-
-// `readelf -d`: one line per entry, e.g. "(NEEDED) Shared library: [libquilbysim.so]".
-inline std::string dynamicSection(const std::string& library) {
-  return outputOf("readelf -d " + library);
 }
 
 }  // namespace quilby_test

@@ -68,29 +68,30 @@ class PluginTest : public testing::Test {
     settings_.registryPath = registry_.string();
     settings_.architecture = "x86_64";
     settings_.applicationName = "Quilby Tests";
-    loadPlugin(exportsDirectory(), true);
+    loadPlugin();
     clearJournal();
   }
   // Calls TearDown and unloads the plug-in (unless a test already did).
   void TearDown() override {
-    if (loaded_) unloadPlugin(true);
+    if (loaded_) unloadPlugin();
     std::filesystem::remove_all(scratch_);
   }
 
-  // Loads the plug-in from `directory` (default: the build's exports directory) with the
-  // current settings; the test fails when it cannot be loaded.
-  void loadPlugin(const std::filesystem::path& directory, bool callSetup) {
+  // Loads the plug-in from `directory` with the current settings and calls Setup; the test fails
+  // when it cannot be loaded.
+  void loadPlugin(const std::filesystem::path& directory = exportsDirectory()) {
     settings_.exportsPath = directory.string();
     quilbyhost::PluginHost& host = quilbyhost::PluginHost::Instance();
     host.configure(settings_);
     std::string error;
     ASSERT_TRUE(host.load((directory / "libquilby.so").string(), error)) << error;
     loaded_ = true;
-    if (callSetup) host.setUp();
+    host.setUp();
   }
-  void unloadPlugin(bool callTearDown) {
+  // Calls TearDown and unloads the plug-in.
+  void unloadPlugin() {
     quilbyhost::PluginHost& host = quilbyhost::PluginHost::Instance();
-    if (callTearDown) host.tearDown();
+    host.tearDown();
     host.unload();
     loaded_ = false;
   }

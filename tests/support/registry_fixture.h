@@ -130,9 +130,6 @@ class RegistryTest : public PluginTest {
     return handles;
   }
 
-  // The identifiers the page lists (Sensors GET).
-  cairnjson::Value openedIdentifiers() { return call("Sensors", "GET").value; }
-
   // The handle arguments of every journaled call of `function`, in order.
   std::vector<std::string> handleArguments(const std::string& function) {
     std::vector<std::string> handles;
@@ -179,7 +176,7 @@ class RegistryTest : public PluginTest {
   void reloadWith(const std::string& variant, const std::string& missing = "") {
     namespace fsys = std::filesystem;
     const fsys::path variants = QUILBY_TEST_VARIANT_EXPORTS_DIR;
-    unloadPlugin(true);
+    unloadPlugin();
     fsys::remove_all(links_);
     // A fresh path each time: the dynamic loader remembers the names a resident library was
     // opened under, so reusing one could hand back a library of an earlier mix.
@@ -195,7 +192,7 @@ class RegistryTest : public PluginTest {
         fsys::create_symlink(fromVariants ? variants / name : file.path(), links_ / name);
       }
     }
-    loadPlugin(links_, true);
+    loadPlugin(links_);
     functions = SensorHandleFunctions();
     clearJournal();
   }
