@@ -162,12 +162,6 @@ class RegistryStressTest : public RegistryTest {
     return false;
   }
 
-  // Waits until takeOverWorker has finished any take-over: afterwards, with no DELETE under way,
-  // it calls no device function.
-  void awaitTakeOversDone() const {
-    while (takingOver_.load() != 0) std::this_thread::yield();
-  }
-
   struct TakingOver {
     explicit TakingOver(std::atomic<int>& count) : count_(count) { ++count_; }
     ~TakingOver() { --count_; }
@@ -339,7 +333,9 @@ TEST_F(RegistryStressTest, PagesDeleteNeverClosesASensorAnotherComponentTookOver
   for (; rounds < kMaxDeleteRounds && Clock::now() < end; ++rounds) {
     EXPECT_TRUE(deleteWhileTakenOver(openMonitor(kStudioSerial, kStudioProduct)));
     if (rounds % kDeleteRoundsPerAudit == kDeleteRoundsPerAudit - 1) {
-      awaitTakeOversDone();
+      // Once takeOverWorker has finished any take-over, with no DELETE under way, it calls no
+      // device function.
+      while (takingOver_.load() != 0) std::this_thread::yield();
       auditJournal();
     }
   }

@@ -263,7 +263,6 @@ TEST_F(FaultSweepTest, LifecycleFunctionsFailingLeaveAWorkingPlugin) {
       clearJournal();
       unloadPlugin();
       loadPlugin();
-      functions = SensorHandleFunctions();
       EXPECT_FALSE(calls(function).empty()) << context;
       EXPECT_EQ(answer("Sensors", "GET"), ok("[]")) << context;
     }

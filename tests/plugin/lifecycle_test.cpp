@@ -2,13 +2,8 @@
 // subprocess when the devices listed in the web page's "did.json" want it.
 #include "support/plugin_fixture.h"
 
-#include "quilby/device_types.h"
-#include "quilby_sim/control.h"
-#include "support/json_helpers.h"
-
 #include <link.h>
 
-#include <filesystem>
 #include <fstream>
 #include <string>
 
