@@ -124,11 +124,10 @@ TEST_F(SensorHandleInterfaceTest, PreUpdateAndUpdateReopenBuiltInSensorsUnderThe
   EXPECT_TRUE(calls("MDClose").empty());
 }
 
-// Monitors without a HID handle (none known, no such monitor, no serial, a failure injected, or
+// Monitors without a HID handle (none known, no serial, a failure injected, or
 // a success without one), the status injected into EmCtrlGetHIDHandle first (0 for none).
 TEST_F(SensorHandleInterfaceTest, WithoutAHIDHandleBothUpdatesReturnTheLibrarysStatus) {
   const std::pair<const char*, EmError> rows[] = {{kUnlinkedSerial, 0},
-                                                  {"NOPE", 0},
                                                   {nullptr, 0},
                                                   {kStudioSerial, EMERR_TIMED_OUT},
                                                   {kStudioSerial, EMERR_UNCONFIRMED}};
