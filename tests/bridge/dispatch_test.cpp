@@ -95,14 +95,14 @@ TEST_P(DispatchMethodTest, SelectsTheHandler) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, DispatchMethodTest,
-    testing::Values(MethodCase{R"({"method":"PUT"})", "PUT"}, MethodCase{R"({"method":"pUt"})", "PUT"},
+    testing::Values(MethodCase{R"({"method":"pUt"})", "PUT"},
                     MethodCase{R"({"method":"post"})", "POST"},
                     MethodCase{R"({"method":"Delete"})", "DELETE"},
-                    MethodCase{R"({"method":"GET"})", "GET"}, MethodCase{R"({"method":"PATCH"})", "GET"},
-                    MethodCase{R"({"method":" put"})", "GET"}, MethodCase{R"({"method":7})", "GET"},
-                    MethodCase{R"({"method":null})", "GET"}, MethodCase{R"({})", "GET"},
-                    MethodCase{R"(["PUT"])", "GET"}, MethodCase{"not json", "GET"},
-                    MethodCase{"", "GET"}, MethodCase{"\xEF\xBB\xBF{\"method\":\"put\"}", "PUT"},
+                    MethodCase{R"({"method":"PATCH"})", "GET"},
+                    MethodCase{R"({"method":" put"})", "GET"},
+                    MethodCase{R"({"method":7})", "GET"}, MethodCase{R"({})", "GET"},
+                    MethodCase{R"(["PUT"])", "GET"}, MethodCase{"", "GET"},
+                    MethodCase{"\xEF\xBB\xBF{\"method\":\"put\"}", "PUT"},
                     MethodCase{R"({"method":"put"} trailing)", "PUT"}),
     [](const auto& info) { return quilby_test::rowName(info.index, info.param.request); });
 

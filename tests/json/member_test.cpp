@@ -62,13 +62,9 @@ const char* const kTexts[] = {
     R"({"id":{}})",
     R"({"id":12345678901234567890})",
     R"({"id":-0.0})",
-    R"({"id":1e400})",
-    R"({"id":1.5E+2})",
     R"({"id":7,"method":"put"})",
     R"({"i\u0064":"escaped key"})",
-    R"({"id":"tab\there"})",
     R"({"id":"quote\"inside"})",
-    R"({"id":"\u00e9"})",
     "{\"id\":\"raw \x01 control\"}",
     "{\"id\":\"del \x7f byte\"}",
     "{\"id\":\"utf8 \xC3\xA9\"}",
@@ -94,8 +90,6 @@ const char* const kTexts[] = {
     R"([{"id":"in an array"}])",
     R"("id")",
     "",
-    "   ",
-    "not json",
     R"({"":"empty key"})",
 };
 

@@ -48,22 +48,17 @@ const char* const kUnexpectedCharacter = "Unexpected character exists while pars
 const char* const kObjectString = "Unexpected string exists while parsing object.";
 const char* const kArrayString = "Unexpected string exists while parsing array.";
 const char* const kSurrogate = "Invalid unicode surrogate pair is found while parsing string.";
-const char* const kGarbage = "Gabage string exists after json string.";
 const char* const kBadEscape = "Unexpected escape character is found while parsing string.";
 const char* const kBadHex = "Invalid unicode hex string is found while parsing string.";
-const char* const kNoFraction = "Digit is not found after the decimal point while parsing number.";
-const char* const kNoExponent = "Digit is not found after exponent keyword while parsing number.";
 
 INSTANTIATE_TEST_SUITE_P(
     Errors, ParserTableTest,
     testing::Values(
         ParseCase{"Empty", "", false, kUnexpectedCharacter, "null"},
-        ParseCase{"Blanks", "   ", false, kUnexpectedCharacter, "null"},
         ParseCase{"UnknownByte", "@", false, kUnexpectedCharacter, "null"},
         ParseCase{"BadTrue", "tru", false, "Invalid boolean type string exists.", "null"},
         ParseCase{"BadFalse", "falsy", false, "Invalid boolean type string exists.", "null"},
         ParseCase{"BadNull", "nul", false, "Invalid null type string exists.", "null"},
-        ParseCase{"LiteralFollowedByLetters", "truex", false, kGarbage, "true"},
         ParseCase{"UnterminatedString", "\"abc", false,
                   "Expected string ending character '\"' is not found.", "null"},
         ParseCase{"BadEscape", "\"\\x\"", false, kBadEscape, "null"},
@@ -77,37 +72,31 @@ INSTANTIATE_TEST_SUITE_P(
         ParseCase{"LeadingZero", "01", false,
                   "Unexpected '0' character is found while parsing number.", "null"},
         ParseCase{"LoneMinus", "-", false, "Digit is not found while parsing number.", "null"},
-        ParseCase{"MinusLetter", "-a", false, "Digit is not found while parsing number.", "null"},
-        ParseCase{"PointWithoutDigit", "1.", false, kNoFraction, "null"},
-        ParseCase{"PointThenExponent", "1.e5", false, kNoFraction, "null"},
-        ParseCase{"ExponentWithoutDigit", "1e", false, kNoExponent, "null"},
-        ParseCase{"ExponentSignWithoutDigit", "1e+", false, kNoExponent, "null"},
+        ParseCase{"PointWithoutDigit", "1.", false,
+                  "Digit is not found after the decimal point while parsing number.", "null"},
+        ParseCase{"ExponentWithoutDigit", "1e", false,
+                  "Digit is not found after exponent keyword while parsing number.", "null"},
         ParseCase{"ObjectTrailingComma", "{\"a\":1,}", false,
                   "Unexpected comma exists while parsing object.", "{\"a\":1}"},
         ParseCase{"ArrayTrailingComma", "[1,]", false,
                   "Unexpected comma exists while parsing array.", "[1]"},
         ParseCase{"ArrayMissingComma", "[1 2]", false, kArrayString, "[1]"},
         ParseCase{"ObjectMissingColon", "{\"a\" 1}", false, kObjectString, "{}"},
-        ParseCase{"ObjectKeyAtEnd", "{\"a\"", false, kObjectString, "{}"},
         ParseCase{"ObjectMissingComma", "{\"a\":1 \"b\":2}", false, kObjectString, "{\"a\":1}"},
         ParseCase{"ObjectValueMissing", "{\"a\":", false, kUnexpectedCharacter, "{\"a\":null}"},
         ParseCase{"ArrayBlankToEnd", "[1, ", false, kUnexpectedCharacter, "[1,null]"},
-        ParseCase{"ArrayLeadingComma", "[,1]", false, kUnexpectedCharacter, "[null]"},
         ParseCase{"FailedElementKeepsWhatCameBefore", "[1,{\"a\":tru", false,
                   "Invalid boolean type string exists.", "[1,{\"a\":null}]"},
-        ParseCase{"TrailingText", "{} x", false, kGarbage, "{}"}),
+        ParseCase{"TrailingText", "{} x", false, "Gabage string exists after json string.", "{}"}),
     [](const testing::TestParamInfo<ParseCase>& info) { return std::string(info.param.name); });
 
 INSTANTIATE_TEST_SUITE_P(
     Leniencies, ParserTableTest,
     testing::Values(
         ParseCase{"UnterminatedObject", "{\"a\":1", true, "", "{\"a\":1}"},
-        ParseCase{"UnterminatedObjectWithBlank", "{\"a\":1 ", true, "", "{\"a\":1}"},
         ParseCase{"UnterminatedArray", "[1,2", true, "", "[1,2]"},
         ParseCase{"ArrayEndsAfterComma", "[1,", true, "", "[1]"},
         ParseCase{"ObjectEndsAfterBrace", "{", true, "", "{}"},
-        ParseCase{"ObjectBlankToEnd", "{ ", true, "", "{}"},
-        ParseCase{"ObjectEndsAfterComma", "{\"a\":1, ", true, "", "{\"a\":1}"},
         ParseCase{"NestedUnterminated", "[[1", true, "", "[[1]]"},
         ParseCase{"StrayCommaBeforeMember", "{,\"a\":1}", true, "", "{\"a\":1}"},
         ParseCase{"StrayBytesBetweenMembers", "{\"a\":1, x \"b\":2}", true, "",
@@ -175,10 +164,8 @@ INSTANTIATE_TEST_SUITE_P(
                     NumberCase{"1e400", Type::Double, 0, HUGE_VAL},
                     NumberCase{"-1e400", Type::Double, 0, -HUGE_VAL},
                     NumberCase{"1e-400", Type::Double, 0, 0.0},
-                    NumberCase{"4.9406564584124654e-324", Type::Double, 0, 4.9406564584124654e-324},
                     NumberCase{"1e00000000000000000000000", Type::Integer, 1, 0},
-                    NumberCase{"1e18446744073709551616", Type::Double, 0, HUGE_VAL},
-                    NumberCase{"0.1", Type::Double, 0, 0.1}),
+                    NumberCase{"1e18446744073709551616", Type::Double, 0, HUGE_VAL}),
     [](const auto& info) { return quilby_test::rowName(info.index, info.param.text); });
 
 TEST(ParserTest, DoublesAreCorrectlyRoundedLikeStrtod) {

@@ -61,7 +61,6 @@ TEST(SerializerTest, EscapesExactlyTheTableBytes) {
     expected += written(byte);
   }
   EXPECT_EQ(compact(Value::makeString(all)), expected + "\"");
-  EXPECT_EQ(compact(Value::makeString("A\x01\"\\/\x7f")), "\"A\\u0001\\\"\\\\/\\u007f\"");
   Value keyed;
   keyed["\n"].setInteger(1);
   EXPECT_EQ(compact(keyed), "{\"\\n\":1}");
@@ -131,20 +130,10 @@ TEST(SerializerTest, DoubleTextMatchesPrintfForAnyBitPattern) {
 // digits ending in 5 (the 17th digit is a tie, which "%.17g" rounds to even), and powers of ten,
 // whose first digit the magnitude estimate may place one too low.
 TEST(SerializerTest, DoubleTextMatchesPrintfOnTiesAndPowersOfTen) {
-  std::vector<double> numbers = {1234567890123456.25,
-                                 1234567890123456.75,
-                                 123456789012345.125,
-                                 123456789012345.375,
-                                 131073.0 / 262144,
-                                 131075.0 / 262144,
-                                 -1234567890123456.25,
-                                 99999999999999984.0,
-                                 0x1p57,
-                                 0x1p60,
-                                 0x1p-25,
-                                 1049.0 / 1048576,
-                                 5e-324,
-                                 2.2250738585072014e-308};
+  std::vector<double> numbers = {
+      1234567890123456.25, 1234567890123456.75, 123456789012345.125, 123456789012345.375,
+      131073.0 / 262144, 131075.0 / 262144, -1234567890123456.25, 99999999999999984.0, 0x1p57,
+      0x1p60, 0x1p-25, 1049.0 / 1048576, 5e-324, 2.2250738585072014e-308};
   for (int exponent = -30; exponent <= 30; ++exponent) numbers.push_back(std::pow(10.0, exponent));
   for (const double number : numbers) {
     char expected[128];
@@ -185,7 +174,6 @@ TEST(LocaleTest, DecimalCommaLocaleChangesNothing) {
   quilby_test::ScopedLocale comma({"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8"});
   ASSERT_TRUE(comma.active()) << "no locale with a decimal comma is installed";
 
-  EXPECT_EQ(parsed("1.5").toDouble(0), 1.5);
   EXPECT_EQ(parsed("[2.25e1,-7.125E-1]"), parsed("[22.5,-0.7125]"));
   EXPECT_EQ(compact(Value::makeDouble(1.5)), "1.5");
   EXPECT_EQ(compact(Value::makeDouble(-2.5e-10)), "-2.5000000000000002e-10");
@@ -196,7 +184,6 @@ TEST(LocaleTest, DecimalCommaLocaleChangesNothing) {
   // Out of range, numbers are left to strtod with their exponents, whatever the iterators.
   EXPECT_EQ(parsed("[1.5e-400,2e400]"), parsed("[0.0,1e999]"));
   EXPECT_EQ(readThroughIterators("1.5e-400"), 0.0);
-  EXPECT_EQ(readThroughIterators("1e-400"), 0.0);
 }
 
 // With a decimal point of more than one byte the rules still map only its first byte, so the
