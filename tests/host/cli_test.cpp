@@ -138,21 +138,6 @@ class CliTest : public testing::Test {
     return scratch_ / name;
   }
 
-  // quilby-host serving on a free port, on the echo plug-in whose TearDown writes "TearDown" to
-  // `mark`; the port is that of the line the host prints once it serves (0 without that line).
-  struct Serving : HostProgram {
-    Serving(std::vector<std::string> arguments, const fsys::path& directory, const fsys::path& mark)
-        : HostProgram(arguments, directory, {"QUILBY_ECHO_TEARDOWN_MARK=" + mark.string()}) {
-      const std::string prefix = "quilby-host: console at http://127.0.0.1:";
-      const std::string first = firstLine();
-      port = first.rfind(prefix, 0) == 0 ? std::stoi(first.substr(prefix.size())) : 0;
-    }
-    int port = 0;
-  };
-  std::vector<std::string> servingOn(const std::string& port) const {
-    return {"--port", port, "--exports", QUILBY_ECHO_EXPORTS_DIR, "--quiet"};
-  }
-
   const fsys::path scratch_ =
       fsys::temp_directory_path() / ("quilby-cli-" + std::to_string(getpid()));
 };
@@ -308,32 +293,33 @@ TEST_F(CliTest, AFailedMeasurementPutsTheArmBackAndClosesTheSensor) {
       << requests;
 }
 
-TEST_F(CliTest, ServeTearsDownOnEitherSignal) {
+// A second host on the same port would split the requests between two device worlds; either
+// signal ends the first, with the plug-in torn down.
+TEST_F(CliTest, ServesAloneOnItsPortAndTearsDownOnEitherSignal) {
+  fsys::create_directories(scratch_ / "second");
+  const auto servingOn = [](const std::string& port) -> std::vector<std::string> {
+    return {"--port", port, "--exports", QUILBY_ECHO_EXPORTS_DIR, "--quiet"};
+  };
+  const std::string prefix = "quilby-host: console at http://127.0.0.1:";
   for (const int number : {SIGTERM, SIGINT}) {
+    // The echo plug-in's TearDown writes "TearDown" to the mark.
     const fsys::path mark = scratch_ / strsignal(number);
-    Serving program(servingOn("0"), scratch_, mark);
-    ASSERT_NE(program.port, 0);
-    program.signal(number);
-    EXPECT_EQ(program.wait(), 0) << strsignal(number);
+    HostProgram first(servingOn("0"), scratch_, {"QUILBY_ECHO_TEARDOWN_MARK=" + mark.string()});
+    const std::string line = first.firstLine();
+    ASSERT_EQ(line.rfind(prefix, 0), 0u) << line;
+    const int port = std::stoi(line.substr(prefix.size()));
+    HostProgram second(servingOn(std::to_string(port)), scratch_ / "second");
+    EXPECT_EQ(second.wait(), 1);
+    EXPECT_NE(second.errors().find("port " + std::to_string(port) + " is in use"),
+              std::string::npos)
+        << second.errors();
+    const httplib::Result stillServing = httplib::Client("127.0.0.1", port).Get("/host/info");
+    ASSERT_TRUE(stillServing);
+    EXPECT_EQ(stillServing->status, 200);
+    first.signal(number);
+    EXPECT_EQ(first.wait(), 0) << strsignal(number);
     EXPECT_EQ(fileText(mark), "TearDown\n") << strsignal(number);
   }
-}
-
-// A second host on the same port would split the requests between two device worlds.
-TEST_F(CliTest, ASecondHostOnAPortInUseRefusesToStart) {
-  fsys::create_directories(scratch_ / "second");
-  Serving first(servingOn("0"), scratch_, scratch_ / "mark");
-  ASSERT_NE(first.port, 0);
-  const std::string port = std::to_string(first.port);
-  HostProgram second(servingOn(port), scratch_ / "second");
-  EXPECT_EQ(second.wait(), 1);
-  EXPECT_NE(second.errors().find("port " + port + " is in use"), std::string::npos)
-      << second.errors();
-  const httplib::Result stillServing = httplib::Client("127.0.0.1", first.port).Get("/host/info");
-  ASSERT_TRUE(stillServing);
-  EXPECT_EQ(stillServing->status, 200);
-  first.signal(SIGTERM);
-  EXPECT_EQ(first.wait(), 0);
 }
 
 }  // namespace

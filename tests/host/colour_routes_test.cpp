@@ -30,7 +30,7 @@ class ColourRoutesTest : public testing::Test {
   quilbyhost::Frontend frontend_{thread_, nullptr, ""};
 };
 
-TEST_F(ColourRoutesTest, DeriveAnswersOneObjectPerReadingInOrder) {
+TEST_F(ColourRoutesTest, DeriveAnswersOneObjectPerReadingInOrderWithWhatItsInputsAllow) {
   const HostResponse response = post("/colour/derive", R"({
       "readings": [[95.047, 100, 108.883], [0, 0, 0], [41.2456, 21.2673, 1.9334]],
       "white": [95.047, 100, 108.883], "reference": [95.047, 100, 108.883]})");
@@ -66,9 +66,8 @@ TEST_F(ColourRoutesTest, DeriveAnswersOneObjectPerReadingInOrder) {
   EXPECT_GT(red["deltaE2000"].toDouble(0), 40);
   // Δu'v' is the distance in u'v' (in xy it would be 0.3273).
   EXPECT_NEAR(red["deltaUV"].toDouble(0), 0.25868, 1e-5);
-}
 
-TEST_F(ColourRoutesTest, DeriveLeavesOutWhatNeedsAWhiteOrAReference) {
+  // Without a white: no L*a*b* and no ΔE00; a reference alone gives Δu'v' only.
   const cairnjson::Value alone = derivedFirst(R"({"readings": [[50, 52, 60]]})");
   for (const char* member : {"Lab", "deltaE2000", "deltaUV"}) {
     EXPECT_TRUE(alone.contains(member) && alone[member].isNull()) << member;

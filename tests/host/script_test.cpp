@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -94,7 +95,6 @@ TEST(ScriptVariablesTest, SelectsFromTheAnswer) {
       {".value.list.1.deviceID", false, "the answer has no .value.list.1"},
       {".value.name.first", false, "the answer has no .value.name.first"},
       {".value.none", false, "the answer's .value.none is null"},
-      {".error", false, "the answer's .error is null"},
   };
   for (const auto& [selector, selected, want] : cases) {
     std::string text;
@@ -244,42 +244,33 @@ HostOptions parsed(const std::vector<std::string>& arguments) {
   return options;
 }
 
-TEST(OptionsTest, DefaultsServeTheBuildOnTheLoopback) {
-  const HostOptions options = parsed({});
-  EXPECT_EQ(options.mode, Mode::Serve);
-  EXPECT_EQ(options.settings.exportsPath, "/build/exports");
-  EXPECT_EQ(options.settings.htmlPath, "/src/host/web");
-  EXPECT_EQ(options.settings.registryPath, "/build/exports");
-  EXPECT_EQ(options.settings.architecture, "x86_64");
-  EXPECT_EQ(options.server.address, "127.0.0.1");
-  EXPECT_EQ(options.server.port, 8771);
-  EXPECT_TRUE(options.server.accessLog);
-  // The web page follows the console, the registry the exports.
-  const HostOptions moved = parsed({"shell", "--console", "/ui", "--exports", "/x"});
-  EXPECT_EQ(moved.mode, Mode::Shell);
-  EXPECT_EQ(moved.settings.htmlPath, "/ui");
-  EXPECT_EQ(moved.settings.registryPath, "/x");
+// What the flags outside measure set, compared in one go.
+auto settingsOf(const HostOptions& o) {
+  return std::tie(o.mode, o.file, o.settings.exportsPath, o.settings.htmlPath,
+                  o.settings.registryPath, o.settings.architecture, o.settings.applicationName,
+                  o.world, o.server.address, o.server.port, o.server.allowedHosts,
+                  o.server.consoleDirectory, o.server.accessLog, o.quiet);
 }
 
-TEST(OptionsTest, EveryFlagSetsItsSetting) {
+TEST(OptionsTest, DefaultsServeTheBuildOnTheLoopbackAndEveryFlagSetsItsSetting) {
+  using Hosts = std::vector<std::string>;
+  const HostOptions defaults = parsed({});
+  EXPECT_EQ(settingsOf(defaults),
+            std::make_tuple(Mode::Serve, "", "/build/exports", "/src/host/web", "/build/exports",
+                            "x86_64", "Quilby Host", "", "127.0.0.1", 8771, Hosts{},
+                            "/src/host/web", true, false));
+  // The web page follows the console, the registry the exports.
+  const HostOptions moved = parsed({"shell", "--console", "/ui", "--exports", "/x"});
+  EXPECT_EQ(std::tie(moved.mode, moved.settings.htmlPath, moved.settings.registryPath),
+            std::make_tuple(Mode::Shell, "/ui", "/x"));
   const HostOptions options = parsed(
       {"run", "requests.txt", "--exports", "/x", "--web-page=/page", "--registry", "/reg",
        "--architecture", "aarch64", "--application", "Color Tool", "--world", "w.json",
        "--address", "0.0.0.0", "--port=0", "--allow-host", "a.lan", "--allow-host", "b.lan",
        "--console", "/ui", "--quiet"});
-  EXPECT_EQ(options.mode, Mode::Run);
-  EXPECT_EQ(options.file, "requests.txt");
-  EXPECT_EQ(options.settings.exportsPath, "/x");
-  EXPECT_EQ(options.settings.htmlPath, "/page");
-  EXPECT_EQ(options.settings.registryPath, "/reg");
-  EXPECT_EQ(options.settings.architecture, "aarch64");
-  EXPECT_EQ(options.settings.applicationName, "Color Tool");
-  EXPECT_EQ(options.world, "w.json");
-  EXPECT_EQ(options.server.address, "0.0.0.0");
-  EXPECT_EQ(options.server.port, 0);
-  EXPECT_EQ(options.server.allowedHosts, (std::vector<std::string>{"a.lan", "b.lan"}));
-  EXPECT_EQ(options.server.consoleDirectory, "/ui");
-  EXPECT_FALSE(options.server.accessLog);
+  EXPECT_EQ(settingsOf(options), std::make_tuple(Mode::Run, "requests.txt", "/x", "/page", "/reg",
+                                                 "aarch64", "Color Tool", "w.json", "0.0.0.0", 0,
+                                                 Hosts{"a.lan", "b.lan"}, "/ui", false, true));
 }
 
 // The sentence each mistake gets: an unknown flag is never said to need a value.
@@ -303,7 +294,6 @@ TEST(OptionsTest, SaysWhatIsWrong) {
       {{"measure", "--monitor", "QM7A0451"}, "--monitor needs SERIAL/PRODUCT"},
       {{"measure", "--device-id", "4294967296"}, "--device-id needs a decimal number below 2^32"},
       {{"measure", "--device-id", "33", "--count", "0"}, "--count needs a number from 1 to 10000"},
-      {{"measure", "--device-id", "33", "--colours", "white,mauve"}, "\"mauve\" is no colour"},
       {{"measure", "--device-id", "33", "--colours", "white,"}, "\"\" is no colour"},
       {{"measure", "--device-id", "33", "--count", "5000", "--colours", "red,green,blue"},
        "at most 10000 readings, not 15000"},
@@ -327,33 +317,28 @@ TEST(OptionsTest, MeasureReadsItsSensorAndReadings) {
       parsed({"measure", "--monitor", "QM7A0451/QM-27-Studio-Lab", "--count=5", "--colours",
               "white,red,#ff8000,grey", "--mode", "ambient", "--observer", "10", "--raw",
               "--csv", "out.csv", "--cgats", "out.txt", "--reference", "20", "-q"});
-  EXPECT_EQ(options.mode, Mode::Measure);
   const quilbyhost::MeasureOptions& measure = options.measure;
-  EXPECT_EQ(measure.monitorSerial, "QM7A0451");
-  EXPECT_EQ(measure.monitorProduct, "QM-27-Studio-Lab");
-  EXPECT_EQ(measure.count, 5);
+  EXPECT_EQ(std::tie(options.mode, options.quiet, measure.monitorSerial, measure.monitorProduct,
+                     measure.count, measure.mode, measure.observer, measure.raw, measure.csvPath,
+                     measure.cgatsPath, measure.reference),
+            std::make_tuple(Mode::Measure, true, "QM7A0451", "QM-27-Studio-Lab", 5,
+                            std::optional(1), 1, true, "out.csv", "out.txt", 20));
   using Shown = std::tuple<std::string, double, double, double>;
   std::vector<Shown> colours;
   for (const auto& c : measure.colours) colours.emplace_back(c.name, c.red, c.green, c.blue);
   EXPECT_EQ(colours, (std::vector<Shown>{{"white", 1, 1, 1}, {"red", 1, 0, 0},
                                          {"#ff8000", 1, 128 / 255.0, 0}, {"grey", .5, .5, .5}}));
-  EXPECT_EQ(measure.mode, 1);
-  EXPECT_EQ(measure.observer, 1);
-  EXPECT_TRUE(measure.raw);
-  EXPECT_EQ(measure.csvPath, "out.csv");
-  EXPECT_EQ(measure.cgatsPath, "out.txt");
-  EXPECT_EQ(measure.reference, 20);
-  EXPECT_TRUE(options.quiet);
-  EXPECT_FALSE(options.measure.mode && parsed({"measure", "--device-id", "33"}).measure.mode);
+  // The mode is set only when given.
+  const HostOptions byDeviceId = parsed({"measure", "--device-id", "33"});
+  EXPECT_EQ(std::tie(byDeviceId.measure.deviceId, byDeviceId.measure.mode),
+            std::make_tuple("33", std::nullopt));
 
   // Individual ids as the connected list shows them (16 hexadecimal digits), 0x-prefixed, or
   // decimal, all given to the route in decimal.
-  for (const char* id : {"00c3000000004d2a", "0xc3000000004d2a", "54887620458597674"}) {
-    EXPECT_EQ(parsed({"measure", "--individual-id", id}).measure.individualId,
-              "54887620458597674")
-        << id;
+  const char* const decimal = "54887620458597674";
+  for (const char* id : {"00c3000000004d2a", "0xc3000000004d2a", decimal}) {
+    EXPECT_EQ(parsed({"measure", "--individual-id", id}).measure.individualId, decimal) << id;
   }
-  EXPECT_EQ(parsed({"measure", "--device-id", "33"}).measure.deviceId, "33");
 }
 
 TEST(OptionsTest, VersionAndHelpWinOverEverythingElseAndHelpNamesEveryFlag) {
