@@ -28,7 +28,6 @@ long long perform(Step step) {
 }
 
 const SectionCase kSectionCases[] = {
-    {"LockThenUnlock", {{Lock, EMERR_OK}, {Unlock, EMERR_OK}}, "null"},
     {"LockTwiceIsRefused",
      {{Lock, EMERR_OK}, {Lock, EMERR_MONITOR_CRITICAL_SECTION_IS_OWNED}},
      "\"process\""},
@@ -38,9 +37,6 @@ const SectionCase kSectionCases[] = {
       {Lock, EMERR_MONITOR_CRITICAL_SECTION_IS_OWNED},
       {Unlock, EMERR_MONITOR_CRITICAL_SECTION_IS_OWNED}},
      "\"other\""},
-    {"OtherProgramLeavesThenWeEnter",
-     {{OtherTakes, 0}, {OtherDrops, 0}, {Lock, EMERR_OK}},
-     "\"process\""},
     {"OtherProgramCannotTakeOurs",
      {{Lock, EMERR_OK}, {OtherTakes, -1}, {OtherDrops, -1}},
      "\"process\""},
