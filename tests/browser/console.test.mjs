@@ -20,7 +20,6 @@ let reached;
 const call = (method, route, body) => harness.hostCall(host.base, method, route, body);
 const world = () => call('GET', '/sim/world');
 const studioSensor = async () => (await world()).sensors.find((s) => s.deviceID === 4144);
-const studioMonitor = async () => (await world()).monitors.find((m) => m.serial === 'QM7A0451');
 const near = (value, want, tolerance) => Math.abs(value - want) <= tolerance;
 const byTestId = (id) => page.locator(`[data-testid='${id}']`).first();
 const numberOf = async (id) =>
@@ -103,7 +102,6 @@ before(async () => {
   page = browser.page;
   reached = harness.entryPointsOf(page);
   await page.goto(host.base);
-  assert.deepEqual(browser.pageErrors, [], 'the console loads without script errors');
 });
 
 after(async () => {
@@ -122,7 +120,6 @@ describe('a new user opens the studio monitor\u2019s sensor and measures', () =>
   step('opens a built-in sensor, shows what it can do', 'Monitors POST, Sensor GET', async () => {
     await openStudioSensor();
     await page.locator('#capability-chips .chip-yes', { hasText: 'arm' }).waitFor();
-    await page.locator('#card-arm').waitFor();
     await audit(page, 'opened sensor');
   });
 
@@ -145,8 +142,7 @@ describe('a new user opens the studio monitor\u2019s sensor and measures', () =>
     assert.equal(await page.evaluate(() => document.activeElement?.id), 'measure-xyz');
     const Y = await byTestId('reading-xyz-Y').textContent();
     assert.match(Y, /^1[56]\d\.\d$/, `luminance ${Y}`);
-    const unit = await page.locator('.values-main .value-unit').first().textContent();
-    assert.equal(unit, 'cd/m\u00b2');
+    assert.equal(await page.textContent('.values-main .value-unit'), 'cd/m\u00b2');
     const x = await numberOf('derived-xy-0');
     const y = await numberOf('derived-xy-1');
     assert.ok(near(x, 0.3127, 0.01) && near(y, 0.329, 0.01), `white read as x ${x}, y ${y}`);
@@ -208,7 +204,6 @@ describe('a new user opens the studio monitor\u2019s sensor and measures', () =>
     const whole = span(await view());
     await page.click('#plot-zoom-in');
     await narrowerThan(whole);
-    assert.ok(near(span(await view()), whole / 2, 1e-4));
     const box = await page.locator('#plot-frame').boundingBox();
     await page.mouse.move(box.x + box.width / 2, box.y + box.height / 2);
     await page.mouse.wheel(0, -200);
@@ -426,7 +421,6 @@ describe('what an outside colorimeter cannot do', () => {
     await freshStart();
     await openWith('#open-device-33', 'QS-10');
     await page.locator('#capability-chips .chip-no', { hasText: 'built into a monitor' }).waitFor();
-    assert.equal(await page.locator('#card-arm').count(), 0);
     await tab('measure');
     for (const id of ['measure-rgb', 'measure-ir', 'measure-uncorrelated']) {
       assert.equal(await page.isDisabled(`#${id}`), true, id);
@@ -489,7 +483,7 @@ describe('a hint beside the envelope for every status a user can cause', () => {
     await press('#measure-rgb', 'measure-rgb', 'error', 'Rejected by critical section.');
     const letGo = outcome('measure-rgb').getByRole('button', { name: /other program go/ });
     await press(letGo, 'measure-rgb', 'ok', 'let go');
-    assert.equal((await studioMonitor()).criticalSection, null);
+    assert.equal((await world()).monitors[0].criticalSection, null, 'the studio monitor');
     await tab('sensor');
     await page.click('#calibrate');
     await hint('calibration', 'Put the arm back in').waitFor();
@@ -581,17 +575,11 @@ describe('the simulator panel', () => {
 });
 
 describe('derived values and export', () => {
-  // Readings whose colour is known: the D65 white, Illuminant A, and the first pair of the
-  // published CIEDE2000 test data as XYZ against that white.
+  // Readings whose colour is known: the D65 white and, as XYZ against that white, the first pair
+  // of the published CIEDE2000 test data, L*a*b* (50, 2.6772, -79.7751) and (50, 0, -82.7485).
   const WHITE = [95.047, 100, 108.883];
-  const fromLab = ([L, a, b]) => {
-    const fy = (L + 16) / 116;
-    const inverse = (t) => (t ** 3 > 216 / 24389 ? t ** 3 : (116 * t - 16) / (24389 / 27));
-    return [fy + a / 500, fy, fy - b / 200].map((t, i) => inverse(t) * WHITE[i]);
-  };
-  const ILLUMINANT_A = [109.85, 100, 35.585];
-  const PAIR = [fromLab([50, 2.6772, -79.7751]), fromLab([50, 0, -82.7485])];
-  const READINGS = [WHITE, ILLUMINANT_A, ...PAIR];
+  const PAIR = [[18.005287, 18.418652, 98.7125], [17.506376, 18.418652, 103.3317]];
+  const READINGS = [WHITE, ...PAIR];
   let next = 0;
 
   // x,y, u'v', CCT, Duv, L*a*b* and Delta E 2000.
@@ -608,18 +596,15 @@ describe('derived values and export', () => {
       await byTestId('derived-cct').waitFor();
       assert.equal(await numberOf('derived-xy-0'), 0.3127);
       assert.equal(await numberOf('derived-uv-0'), 0.1978);
-      assert.equal(await numberOf('derived-uv-1'), 0.4683);
       assert.ok(near(await numberOf('derived-cct'), 6504, 2));
       assert.ok(near(await numberOf('derived-duv'), 0.0032, 0.0002));
       // The first reading becomes the white of L*a*b*.
       await page.selectOption('#white-select', '1');
       await page.locator("[data-testid='derived-lab-0']", { hasText: '100.00' }).waitFor();
       await measureXYZ();
-      assert.ok(near(await numberOf('derived-cct'), 2856, 2), 'Illuminant A');
-      await measureXYZ();
-      const third = page.locator('#readings-table tr[data-seq="3"]');
-      await third.getByRole('button', { name: 'Use as reference' }).click();
-      await page.locator('#reference-line', { hasText: 'reading #3' }).waitFor();
+      const second = page.locator('#readings-table tr[data-seq="2"]');
+      await second.getByRole('button', { name: 'Use as reference' }).click();
+      await page.locator('#reference-line', { hasText: 'reading #2' }).waitFor();
       await measureXYZ();
       await page.locator("[data-testid='derived-de']", { hasText: /\d/ }).waitFor();
       assert.equal(await byTestId('derived-de').textContent(), '2.04');
@@ -639,17 +624,15 @@ describe('derived values and export', () => {
     // No field of these readings needs quoting (the host's export tests quote).
     const lines = (await download('#export-csv')).trim().split(/\r?\n/);
     const [header, ...rows] = lines.map((line) => line.split(','));
-    for (const column of ['time', 'sensor', 'mode', 'corrected', 'X', 'Y', 'Z'])
-      assert.ok(header.includes(column), `${column} in ${header}`);
-    assert.equal(rows.length, 4);
+    assert.equal(rows.length, 3);
     const first = Object.fromEntries(header.map((column, i) => [column, rows[0][i]]));
     assert.ok(near(Number(first.Y), 100, 1e-6));
     assert.match(first.sensor, /^QM arm sensor \([0-9a-f]{8}\)$/);
     assert.equal(first.mode, 'Display');
     // The fields are the exporter's (the host's tests); the rows are the console's readings.
     const cgats = harness.parseCgats(await download('#export-cgats'));
-    assert.equal(cgats.length, 4);
-    assert.ok(near(Number(cgats[1].XYZ_X), 109.85, 1e-3));
+    assert.equal(cgats.length, 3);
+    assert.ok(near(Number(cgats[1].XYZ_X), READINGS[1][0], 1e-3));
     assert.ok(near(Number(cgats[0].LAB_L), 100, 1e-3));
   });
 });
@@ -663,27 +646,19 @@ describe('every state in the dark scheme and on a small screen', () => {
   for (const [scheme, width, height] of states) {
     const state = `${scheme}-${width}x${height}`;
     test(`${scheme} scheme at ${width}x${height}`, async () => {
-      const other = await harness.launch({ colorScheme: scheme, viewport: { width, height } });
-      try {
-        const p = other.page;
-        await p.goto(host.base);
-        await p.locator("[data-monitor='QM7A0451']").waitFor();
-        await audit(p, `${state}, start`);
-        await p.click("[data-monitor='QM7A0451']");
-        await p.locator('#identity-facts').waitFor();
-        await audit(p, `${state}, opened sensor`);
-        await shot(p, `console-${state}-sensor.png`);
-        await p.click('#arm-out');
-        await p.locator('[data-outcome$="/arm"] .note-ok').waitFor();
-        await p.click('#tab-measure');
-        await p.click('#measure-xyz');
-        await p.locator('#readings-table, [data-outcome$="/measure-xyz"]').first().waitFor();
-        await audit(p, `${state}, measure`);
-        await shot(p, `console-${state}-measure.png`);
-        assert.deepEqual(other.pageErrors, []);
-      } finally {
-        await other.close();
-      }
+      await page.emulateMedia({ colorScheme: scheme });
+      await page.setViewportSize({ width, height });
+      await freshStart();
+      await audit(page, `${state}, start`);
+      await openStudioSensor();
+      await audit(page, `${state}, opened sensor`);
+      await shot(page, `console-${state}-sensor.png`);
+      await press('#arm-out', 'arm');
+      await tab('measure');
+      await measureXYZ();
+      await audit(page, `${state}, measure`);
+      await shot(page, `console-${state}-measure.png`);
+      assert.deepEqual(browser.pageErrors, [], 'script errors since the console first loaded');
     });
   }
 });

@@ -45,9 +45,8 @@ async function stopHost(host) {
   await new Promise((resolve) => host.once('exit', resolve));
 }
 
-// A fresh Chromium profile (nothing cached or remembered), started with the flags the machine
-// needs. `options`: Playwright context options (viewport, colorScheme).
-export async function launch(options = {}) {
+// A fresh Chromium profile (nothing cached or remembered), with the flags the machine needs.
+export async function launch() {
   mkdirSync(screenshots, { recursive: true });
   const profile = mkdtempSync(path.join(tmpdir(), 'quilby-chromium-'));
   const context = await chromium.launchPersistentContext(profile, {
@@ -57,14 +56,12 @@ export async function launch(options = {}) {
     acceptDownloads: true,
     // Beside Playwright's own switches (no sandbox, no first run, no background networking).
     args: ['--disable-gpu', '--disable-quic'],
-    ...options,
   });
   context.setDefaultTimeout(STEP_TIMEOUT);
   const page = context.pages()[0] ?? (await context.newPage());
   const pageErrors = [];
   page.on('pageerror', (error) => pageErrors.push(error.message));
   return {
-    context,
     page,
     pageErrors,
     close: async () => {
@@ -96,9 +93,7 @@ export const shot = (page, name) => page.screenshot({ path: path.join(screenshot
 
 // A request to the host beside the console (no Origin, as a script sends it): the envelope's value.
 export async function hostCall(base, method, route, body) {
-  const init = { method };
-  if (body !== undefined) init.body = typeof body === 'string' ? body : JSON.stringify(body);
-  else if (method === 'POST' || method === 'PUT') init.body = '';
+  const init = { method, body: body === undefined ? undefined : JSON.stringify(body) };
   const response = await fetch(new URL(route.replace(/^\//, ''), base), init);
   return (await response.json()).value;
 }
