@@ -37,6 +37,7 @@ TEST_F(LifecycleTest, SubprocessRunsWhileDidJsonListsADeviceNeedingIt) {
       {"\xEF\xBB\xBF[4660, \"0x30\", 48.2]", "[[4660,48,48],3]", true},
       {"[48", "[[48],1]", true},  // an array cut short, which the parser accepts as read
       {"[\"48x\"]", "[[0],1]", false},
+      {"[48, x]", "[null,0]", false},  // malformed: what came before the mistake does not count
       {"{\"ids\":[48]}", "[null,0]", false},
       {"", "[null,0]", false},
   };
