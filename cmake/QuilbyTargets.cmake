@@ -11,13 +11,16 @@ function(quilby_target_defaults target)
     target_compile_options(${target} PRIVATE -Wthread-safety -Werror=thread-safety)
   endif()
   if(QUILBY_SANITIZER STREQUAL "address-undefined")
-    set(flags -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    # float-cast-overflow is not part of "undefined": a double converted to an integer it does not
+    # fit is undefined all the same.
+    set(flags -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all
+              -fno-omit-frame-pointer)
   elseif(QUILBY_SANITIZER STREQUAL "thread")
     set(flags -fsanitize=thread -fno-omit-frame-pointer)
   elseif(QUILBY_SANITIZER STREQUAL "fuzzer")
     # Coverage for libFuzzer plus the memory and undefined-behaviour checks (clang only).
-    set(flags -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
-              -fno-omit-frame-pointer)
+    set(flags -fsanitize=fuzzer-no-link,address,undefined,float-cast-overflow
+              -fno-sanitize-recover=all -fno-omit-frame-pointer)
   elseif(NOT QUILBY_SANITIZER STREQUAL "")
     message(FATAL_ERROR "QUILBY_SANITIZER must be empty, address-undefined, thread or fuzzer")
   endif()
